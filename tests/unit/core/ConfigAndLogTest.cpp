@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tarn/LogCapture.h"
+#include "tarn/TraceLog.h"
+#include "tarn/VELRegExp.h"
+#include "vela/AdapterUtils.h"
+#include "vela/TARNConfigManager.h"
+#include "vela/VelaBaseException.h"
+
+namespace {
+
+class ConfigTest : public ::testing::Test {
+protected:
+    void TearDown() override { TARNConfigManager::getInstance().clear(); }
+    TARNConfigManager& cfg = TARNConfigManager::getInstance();
+};
+
+TEST_F(ConfigTest, ReadsTypedValuesIgnoringCaseOfNames) {
+    cfg.loadFromString(
+        "; comment\n"
+        "# another\n"
+        "[TARN]\n"
+        "HTTPTransferEncoding = ConditionalChunked\n"
+        "[Indication]\n"
+        "DeliveryAttemptTimeout=5\n"
+        "OutboundConnectionPorts = \"6000-6010\"\n"
+        "[Log]\n"
+        "TraceIndications = Yes\n");
+    VELString s;
+    ASSERT_TRUE(cfg.getString("tarn", "httptransferencoding", s));
+    EXPECT_EQ(s, VELString("ConditionalChunked"));
+    ASSERT_TRUE(cfg.getString("Indication", "OutboundConnectionPorts", s));
+    EXPECT_EQ(s, VELString("6000-6010"));
+    std::uint32_t u = 0;
+    ASSERT_TRUE(cfg.getUint32("Indication", "DeliveryAttemptTimeout", u));
+    EXPECT_EQ(u, 5u);
+    bool b = false;
+    ASSERT_TRUE(cfg.getBool("Log", "TraceIndications", b));
+    EXPECT_TRUE(b);
+    EXPECT_FALSE(cfg.getString("TARN", "Missing", s));
+    EXPECT_FALSE(cfg.getString("NoSection", "HTTPTransferEncoding", s));
+}
+
+TEST_F(ConfigTest, BadValuesAreReportedAndTreatedAsAbsent) {
+    cfg.loadFromString("[A]\nn = 12x\nbig = 4294967296\nneg = -1\nb = maybe\nok = 4294967295\n");
+    tarn::LogCapture capture;
+    std::uint32_t u = 77;
+    EXPECT_FALSE(cfg.getUint32("A", "n", u));
+    EXPECT_FALSE(cfg.getUint32("A", "big", u));
+    EXPECT_FALSE(cfg.getUint32("A", "neg", u));
+    EXPECT_EQ(u, 77u);
+    bool b = true;
+    EXPECT_FALSE(cfg.getBool("A", "b", b));
+    EXPECT_TRUE(capture.containsText("[A] n = '12x' is not an unsigned 32-bit integer"));
+    EXPECT_TRUE(capture.containsText("[A] b = 'maybe' is not a boolean"));
+    EXPECT_TRUE(cfg.getUint32("A", "ok", u));
+    EXPECT_EQ(u, 4294967295u);
+}
+
+TEST_F(ConfigTest, SyntaxErrorsNameTheLineAndKeepOldContent) {
+    cfg.loadFromString("[S]\nk = v\n");
+    const char* bad[] = {"[S\nk=v\n", "k = v\n", "[S]\njust words\n", "[]\n", "[S]\n = v\n"};
+    for (const char* text : bad) {
+        try {
+            cfg.loadFromString(text, "my.conf");
+            FAIL() << "accepted: " << text;
+        } catch (const VelaBaseException& e) {
+            EXPECT_TRUE(e.getMessage().beginsWith("my.conf:")) << e.getMessage();
+        }
+    }
+    VELString s;
+    EXPECT_TRUE(cfg.getString("S", "k", s));
+    EXPECT_THROW(cfg.load("/nonexistent/tarn.conf"), VelaBaseException);
+}
+
+TEST(TraceLog, LevelFiltersTheFileButCaptureSeesAll) {
+    auto path = std::filesystem::temp_directory_path() /
+                ("tarn-trace-" + std::to_string(::getpid()) + ".log");
+    std::filesystem::remove(path);
+    int oldLevel = tarn::TraceLog::getLevel();
+    tarn::TraceLog::openFile(VELString(path.string()));
+    tarn::TraceLog::setLevel(2);
+    {
+        tarn::LogCapture capture;
+        AdapterUtils::log("src::one", "an error", 1);
+        AdapterUtils::log("src::two", "some detail", 4);
+        EXPECT_TRUE(capture.contains("src::one", "an error", 1));
+        EXPECT_TRUE(capture.contains("src::two", "some detail", 4));
+        EXPECT_EQ(capture.count("some detail"), 1u);
+    }
+    tarn::TraceLog::useStderr();
+    tarn::TraceLog::setLevel(oldLevel);
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    EXPECT_NE(text.str().find("<1> src::one: an error\n"), std::string::npos) << text.str();
+    EXPECT_EQ(text.str().find("some detail"), std::string::npos);
+    std::filesystem::remove(path);
+}
+
+TEST(TraceLog, RotatesAtTheSizeLimit) {
+    auto dir = std::filesystem::temp_directory_path() / ("tarn-rot-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    auto path = dir / "trace.log";
+    tarn::TraceLog::openFile(VELString(path.string()), 200);
+    for (int i = 0; i < 10; ++i) {
+        AdapterUtils::log("rotation", "a line long enough to pass the limit soon", 1);
+    }
+    tarn::TraceLog::useStderr();
+    EXPECT_TRUE(std::filesystem::exists(dir / "trace.log.1"));
+    EXPECT_LE(std::filesystem::file_size(path), 400u);
+    std::filesystem::remove_all(dir);
+}
+
+TEST(VELRegExp, MatchesAnchoredVersionPattern) {
+    tarn::VELRegExp re("^[0-9]+\\.[0-9]+$");
+    for (const char* yes : {"2.0", "10.0", "1.9"}) {
+        EXPECT_TRUE(re.match(yes)) << yes;
+    }
+    for (const char* no : {"2", "2.0.1", " 2.0", "2.0 ", "", "a.b"}) {
+        EXPECT_FALSE(re.match(no)) << no;
+    }
+    EXPECT_FALSE(re.match(VELString(std::string("2.0\0", 4))));
+    EXPECT_THROW(tarn::VELRegExp("(unclosed"), VelaBaseException);
+}
+
+}  // namespace

@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "vela/CI_AutoEvent.h"
+#include "vela/CI_Time.h"
+#include "vela/VELAtomicInt.h"
+#include "vela/VELSemaphore.h"
+
+namespace {
+
+const CI_RelTime kShort = CI_RelTime::fromMilliseconds(30);
+const CI_RelTime kLong(10);  // only reached if a wake-up is lost
+
+TEST(CI_AutoEvent, TimedWaitExpiresWhenNotSet) {
+    CI_AutoEvent ev;
+    CI_Time start;
+    EXPECT_FALSE(ev.wait(kShort));
+    EXPECT_GE((CI_Time() - start).getMilliseconds(), 25);
+}
+
+TEST(CI_AutoEvent, SetBeforeWaitIsKeptAndResetByTheWait) {
+    CI_AutoEvent ev;
+    ev.set();
+    EXPECT_TRUE(ev.wait(kShort));
+    EXPECT_FALSE(ev.wait(kShort));  // auto-reset
+    ev.set();
+    ev.reset();
+    EXPECT_FALSE(ev.wait(kShort));
+}
+
+TEST(CI_AutoEvent, WakesAWaiterInAnotherThread) {
+    CI_AutoEvent request;
+    CI_AutoEvent reply;
+    std::thread t([&] {
+        if (request.wait(kLong)) {
+            reply.set();
+        }
+    });
+    request.set();
+    EXPECT_TRUE(reply.wait(kLong));
+    t.join();
+}
+
+TEST(VELSemaphore, CountsAndTimesOut) {
+    VELSemaphore s(2);
+    EXPECT_TRUE(s.tryWait());
+    EXPECT_TRUE(s.wait(kShort));
+    EXPECT_FALSE(s.tryWait());
+    EXPECT_FALSE(s.wait(kShort));
+    s.post(3);
+    EXPECT_EQ(s.getCount(), 3u);
+}
+
+TEST(VELSemaphore, ProducerReleasesConsumersInOtherThreads) {
+    VELSemaphore items;
+    VELAtomicInt taken;
+    std::vector<std::thread> consumers;
+    for (int i = 0; i < 4; ++i) {
+        consumers.emplace_back([&] {
+            if (items.wait(kLong)) {
+                taken.increment();
+            }
+        });
+    }
+    items.post(4);
+    for (auto& t : consumers) {
+        t.join();
+    }
+    EXPECT_EQ(taken.get(), 4);
+    EXPECT_EQ(items.getCount(), 0u);
+}
+
+}  // namespace
