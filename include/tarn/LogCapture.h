@@ -11,7 +11,7 @@
 namespace tarn {
 
 class LogCapture {
-public:
+  public:
     struct Line {
         VELString source;
         VELString message;
@@ -34,7 +34,7 @@ public:
 
     void receive(std::string_view source, std::string_view message, int severity);
 
-private:
+  private:
     mutable std::mutex _m;
     std::vector<Line> _lines;
 };

@@ -13,7 +13,7 @@ namespace tarn {
 class LogCapture;
 
 class TraceLog {
-public:
+  public:
     static constexpr int DEFAULT_LEVEL = 3;
     static constexpr std::uint64_t DEFAULT_MAX_FILE_SIZE = 64ull * 1024 * 1024;
 
@@ -36,7 +36,7 @@ public:
     // The formatted line as written (without its trailing line feed).
     static VELString formatLine(std::string_view source, std::string_view message, int severity);
 
-private:
+  private:
     friend class LogCapture;
     static void attach(LogCapture* capture);
     static void detach(LogCapture* capture);

@@ -8,7 +8,7 @@
 namespace tarn {
 
 class VELRegExp {
-public:
+  public:
     // Throws VelaBaseException ("InvalidRegExp") when the pattern does not compile.
     explicit VELRegExp(const VELString& pattern);
     ~VELRegExp();
@@ -20,7 +20,7 @@ public:
     bool match(const VELString& text) const;
     const VELString& pattern() const { return _pattern; }
 
-private:
+  private:
     struct Impl;
     VELString _pattern;
     std::unique_ptr<Impl> _impl;

@@ -4,6 +4,6 @@
 #include "vela/VelaBaseException.h"
 
 class AdapterException : public VelaBaseException {
-public:
+  public:
     using VelaBaseException::VelaBaseException;
 };

@@ -11,7 +11,7 @@
 class IVelaValue;
 
 class AdapterUtils {
-public:
+  public:
     // Writes one trace line (time, thread, severity, source, message) when the
     // severity is within the configured level. Severity 1 = errors, 2 =
     // warnings, 3 = milestones, 4 = per-request detail. Thread-safe.

@@ -8,7 +8,7 @@
 #include "vela/CI_RelTime.h"
 
 class CI_AutoEvent {
-public:
+  public:
     CI_AutoEvent() = default;
     CI_AutoEvent(const CI_AutoEvent&) = delete;
     CI_AutoEvent& operator=(const CI_AutoEvent&) = delete;
@@ -20,7 +20,7 @@ public:
     // Waits at most the given time. True when the event was set, false on time-out.
     bool wait(const CI_RelTime& timeout);
 
-private:
+  private:
     std::mutex _m;
     std::condition_variable _cv;
     bool _signalled = false;

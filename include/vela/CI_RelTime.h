@@ -5,7 +5,7 @@
 #include <cstdint>
 
 class CI_RelTime {
-public:
+  public:
     CI_RelTime() = default;
     CI_RelTime(std::int64_t seconds, std::int64_t microseconds = 0)
         : _us(seconds * 1000000 + microseconds) {}
@@ -18,6 +18,6 @@ public:
 
     friend auto operator<=>(const CI_RelTime&, const CI_RelTime&) = default;
 
-private:
+  private:
     std::int64_t _us = 0;
 };

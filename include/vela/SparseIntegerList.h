@@ -11,7 +11,7 @@
 #include "vela/VELString.h"
 
 class SparseIntegerList {
-public:
+  public:
     SparseIntegerList() = default;
 
     // Appends the values of text to the list. False (and the list unchanged)
@@ -27,7 +27,7 @@ public:
     void clear() { _ranges.clear(); }
 
     class const_iterator {
-    public:
+      public:
         using iterator_category = std::forward_iterator_tag;
         using value_type = std::uint32_t;
         using difference_type = std::ptrdiff_t;
@@ -42,10 +42,11 @@ public:
             return t;
         }
         bool operator==(const const_iterator& o) const {
-            return _list == o._list && _range == o._range && (_range == end() || _value == o._value);
+            return _list == o._list && _range == o._range &&
+                   (_range == end() || _value == o._value);
         }
 
-    private:
+      private:
         friend class SparseIntegerList;
         const_iterator(const SparseIntegerList* list, std::size_t range);
         std::size_t end() const { return _list->_ranges.size(); }
@@ -57,6 +58,6 @@ public:
     const_iterator begin() const { return const_iterator(this, 0); }
     const_iterator end() const { return const_iterator(this, _ranges.size()); }
 
-private:
+  private:
     std::vector<std::pair<std::uint32_t, std::uint32_t>> _ranges;
 };

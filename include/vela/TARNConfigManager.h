@@ -16,7 +16,7 @@
 #include "vela/VELString.h"
 
 class TARNConfigManager {
-public:
+  public:
     static TARNConfigManager& getInstance();
 
     // Replaces the configuration with the file's content. Throws
@@ -45,7 +45,7 @@ public:
     // Sections in file order, each with its keys in file order (for --help and dumps).
     std::vector<std::pair<VELString, std::vector<std::pair<VELString, VELString>>>> entries() const;
 
-private:
+  private:
     TARNConfigManager() = default;
     using Key = std::pair<VELString, VELString>;  // lower-cased section and key
     struct Entry {

@@ -4,7 +4,7 @@
 #include <atomic>
 
 class VELAtomicInt {
-public:
+  public:
     explicit VELAtomicInt(int v = 0) : _v(v) {}
     int increment() { return _v.fetch_add(1, std::memory_order_acq_rel) + 1; }
     int decrement() { return _v.fetch_sub(1, std::memory_order_acq_rel) - 1; }
@@ -16,6 +16,6 @@ public:
         return _v.compare_exchange_strong(expected, desired, std::memory_order_acq_rel);
     }
 
-private:
+  private:
     std::atomic<int> _v;
 };

@@ -5,7 +5,7 @@
 #include <mutex>
 
 class VELCriticalSection {
-public:
+  public:
     VELCriticalSection() = default;
     VELCriticalSection(const VELCriticalSection&) = delete;
     VELCriticalSection& operator=(const VELCriticalSection&) = delete;
@@ -14,6 +14,6 @@ public:
     void leave() { _m.unlock(); }
     std::mutex& native() { return _m; }
 
-private:
+  private:
     std::mutex _m;
 };

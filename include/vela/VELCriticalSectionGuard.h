@@ -5,12 +5,12 @@
 #include "vela/VELCriticalSection.h"
 
 class VELCriticalSectionGuard {
-public:
+  public:
     explicit VELCriticalSectionGuard(VELCriticalSection& cs) : _cs(cs) { _cs.enter(); }
     ~VELCriticalSectionGuard() { _cs.leave(); }
     VELCriticalSectionGuard(const VELCriticalSectionGuard&) = delete;
     VELCriticalSectionGuard& operator=(const VELCriticalSectionGuard&) = delete;
 
-private:
+  private:
     VELCriticalSection& _cs;
 };

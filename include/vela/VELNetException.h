@@ -5,7 +5,7 @@
 #include "vela/VelaBaseException.h"
 
 class VELNetException : public VelaBaseException {
-public:
+  public:
     using VelaBaseException::VelaBaseException;
     VELNetException(const VELString& who, const VELString& message, int code = 0)
         : VelaBaseException("Network", who, "", message, code) {}

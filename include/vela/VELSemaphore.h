@@ -8,7 +8,7 @@
 #include "vela/CI_RelTime.h"
 
 class VELSemaphore {
-public:
+  public:
     explicit VELSemaphore(std::uint32_t initial = 0) : _count(initial) {}
     VELSemaphore(const VELSemaphore&) = delete;
     VELSemaphore& operator=(const VELSemaphore&) = delete;
@@ -23,7 +23,7 @@ public:
     bool wait(const CI_RelTime& timeout);
     std::uint32_t getCount();
 
-private:
+  private:
     std::mutex _m;
     std::condition_variable _cv;
     std::uint32_t _count;

@@ -18,25 +18,25 @@ namespace vela_detail {
 
 template <class T>
 class VELSmrPtr {
-public:
+  public:
     using element_type = T;
 
     VELSmrPtr() noexcept = default;
     VELSmrPtr(std::nullptr_t) noexcept {}
     // Takes ownership of a freshly allocated object.
     template <class U>
-        requires std::convertible_to<U*, T*>
+    requires std::convertible_to<U*, T*>
     explicit VELSmrPtr(U* raw) : _p(raw) {}
     VELSmrPtr(std::shared_ptr<T> p) noexcept : _p(std::move(p)) {}
     template <class U>
-        requires std::convertible_to<U*, T*>
-    VELSmrPtr(const VELSmrPtr<U>& other) noexcept : _p(other.shared()) {}
+    requires std::convertible_to<U*, T*> VELSmrPtr(const VELSmrPtr<U>& other)
+    noexcept : _p(other.shared()) {}
     template <class U>
-        requires std::convertible_to<U*, T*>
-    VELSmrPtr(VELSmrPtr<U>&& other) noexcept : _p(std::move(other).releaseShared()) {}
+    requires std::convertible_to<U*, T*> VELSmrPtr(VELSmrPtr<U>&& other)
+    noexcept : _p(std::move(other).releaseShared()) {}
     template <class U>
-        requires std::convertible_to<U*, T*>
-    VELSmrPtr(std::shared_ptr<U> p) noexcept : _p(std::move(p)) {}
+    requires std::convertible_to<U*, T*> VELSmrPtr(std::shared_ptr<U> p)
+    noexcept : _p(std::move(p)) {}
 
     T* operator->() const {
         if (!_p) {
@@ -83,7 +83,7 @@ public:
     }
     bool operator==(std::nullptr_t) const noexcept { return !_p; }
 
-private:
+  private:
     std::shared_ptr<T> _p;
 };
 

@@ -11,7 +11,7 @@
 #include <string_view>
 
 class VELString {
-public:
+  public:
     static constexpr std::size_t npos = std::string::npos;
 
     VELString() = default;
@@ -46,7 +46,9 @@ public:
     int compareTo(std::string_view other) const;
     int compareToIgnoreCase(std::string_view other) const;
 
-    std::size_t find(std::string_view part, std::size_t from = 0) const { return _s.find(part, from); }
+    std::size_t find(std::string_view part, std::size_t from = 0) const {
+        return _s.find(part, from);
+    }
     std::size_t find(char c, std::size_t from = 0) const { return _s.find(c, from); }
     std::size_t rfind(char c) const { return _s.rfind(c); }
     VELString substring(std::size_t from, std::size_t count = npos) const;
@@ -81,7 +83,9 @@ public:
     static VELString valueOf(int v) { return valueOf(static_cast<long long>(v)); }
     static VELString valueOf(unsigned v) { return valueOf(static_cast<unsigned long long>(v)); }
     static VELString valueOf(long v) { return valueOf(static_cast<long long>(v)); }
-    static VELString valueOf(unsigned long v) { return valueOf(static_cast<unsigned long long>(v)); }
+    static VELString valueOf(unsigned long v) {
+        return valueOf(static_cast<unsigned long long>(v));
+    }
 
     std::size_t hash() const { return std::hash<std::string>()(_s); }
     // Hash that ignores ASCII letter case, for case-insensitive maps of CIM names.
@@ -116,7 +120,7 @@ public:
         return os.write(s._s.data(), static_cast<std::streamsize>(s._s.size()));
     }
 
-private:
+  private:
     std::string _s;
 };
 

@@ -14,7 +14,7 @@ namespace vela_detail {
 
 template <class T>
 class VELValSlist {
-public:
+  public:
     using value_type = T;
     using iterator = typename std::vector<T>::iterator;
     using const_iterator = typename std::vector<T>::const_iterator;
@@ -61,7 +61,7 @@ public:
 
     const std::vector<T>& vector() const noexcept { return _v; }
 
-private:
+  private:
     static void check(std::size_t index, std::size_t size) {
         if (index >= size) {
             vela_detail::throwIndexOutOfRange(index, size);

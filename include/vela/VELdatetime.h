@@ -6,7 +6,7 @@
 #include "vela/VELString.h"
 
 class VELdatetime {
-public:
+  public:
     // The current UTC time as a 25-character CIM timestamp,
     // "yyyymmddhhmmss.mmmmmm+000".
     static VELString getAbsoluteTime();

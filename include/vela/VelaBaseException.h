@@ -13,7 +13,7 @@
 class IVelaObject;
 
 class VelaBaseException : public std::exception {
-public:
+  public:
     using InstanceList = VELValSlist<VELSmrPtr<IVelaObject>>;
 
     // type: category; who: component or function that raised it; where: the
@@ -37,7 +37,7 @@ public:
     VELString toString() const;
     const char* what() const noexcept override;
 
-private:
+  private:
     VELString _type;
     VELString _who;
     VELString _where;

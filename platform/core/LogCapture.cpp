@@ -4,9 +4,13 @@
 
 namespace tarn {
 
-LogCapture::LogCapture() { TraceLog::attach(this); }
+LogCapture::LogCapture() {
+    TraceLog::attach(this);
+}
 
-LogCapture::~LogCapture() { TraceLog::detach(this); }
+LogCapture::~LogCapture() {
+    TraceLog::detach(this);
+}
 
 std::vector<LogCapture::Line> LogCapture::lines() const {
     std::lock_guard<std::mutex> lock(_m);

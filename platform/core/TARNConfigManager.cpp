@@ -127,8 +127,7 @@ bool TARNConfigManager::getUint32(const VELString& section, const VELString& key
     return true;
 }
 
-bool TARNConfigManager::getBool(const VELString& section, const VELString& key,
-                                bool& value) const {
+bool TARNConfigManager::getBool(const VELString& section, const VELString& key, bool& value) const {
     VELString text;
     if (!getString(section, key, text)) {
         return false;

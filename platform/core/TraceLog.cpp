@@ -54,9 +54,13 @@ void rotateLocked(State& s) {
 
 }  // namespace
 
-void TraceLog::setLevel(int level) { g_level.store(level, std::memory_order_relaxed); }
+void TraceLog::setLevel(int level) {
+    g_level.store(level, std::memory_order_relaxed);
+}
 
-int TraceLog::getLevel() { return g_level.load(std::memory_order_relaxed); }
+int TraceLog::getLevel() {
+    return g_level.load(std::memory_order_relaxed);
+}
 
 void TraceLog::openFile(const VELString& path, std::uint64_t maxFileSize) {
     if (path.isNull()) {
@@ -185,4 +189,3 @@ void TraceLog::detach(LogCapture* capture) {
 }
 
 }  // namespace tarn
-

@@ -22,7 +22,9 @@ VELRegExp::VELRegExp(const VELString& pattern) : _pattern(pattern), _impl(new Im
     }
 }
 
-VELRegExp::~VELRegExp() { regfree(&_impl->re); }
+VELRegExp::~VELRegExp() {
+    regfree(&_impl->re);
+}
 
 bool VELRegExp::match(const VELString& text) const {
     if (std::memchr(text.c_str(), '\0', text.length()) != nullptr) {

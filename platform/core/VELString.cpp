@@ -4,9 +4,15 @@
 #include <climits>
 
 namespace {
-inline char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
-inline char upperAscii(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; }
-inline bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+inline char lowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+}
+inline char upperAscii(char c) {
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c;
+}
+inline bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
 }  // namespace
 
 bool VELString::beginsWith(std::string_view prefix) const {
@@ -17,7 +23,9 @@ bool VELString::endsWith(std::string_view suffix) const {
     return _s.size() >= suffix.size() && view().substr(_s.size() - suffix.size()) == suffix;
 }
 
-bool VELString::contains(std::string_view part) const { return _s.find(part) != std::string::npos; }
+bool VELString::contains(std::string_view part) const {
+    return _s.find(part) != std::string::npos;
+}
 
 bool VELString::beginsWithIgnoreCase(std::string_view prefix) const {
     if (prefix.size() > _s.size()) {

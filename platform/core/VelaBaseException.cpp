@@ -2,10 +2,8 @@
 
 #include <string>
 
-
 VelaBaseException::VelaBaseException(VELString type, VELString who, VELString where,
-                                     VELString message, int code,
-                                     VELSmrPtr<InstanceList> instances)
+                                     VELString message, int code, VELSmrPtr<InstanceList> instances)
     : _type(std::move(type)),
       _who(std::move(who)),
       _where(std::move(where)),

@@ -14,7 +14,7 @@
 namespace {
 
 class ConfigTest : public ::testing::Test {
-protected:
+  protected:
     void TearDown() override { TARNConfigManager::getInstance().clear(); }
     TARNConfigManager& cfg = TARNConfigManager::getInstance();
 };

@@ -53,8 +53,7 @@ TEST(VELValSlist, IndexedAccessIsChecked) {
 }
 
 TEST(VelaBaseException, TextFormUsedInLogs) {
-    VelaBaseException e("InvalidData", "CIMXMLUtil", "StreamClassPath", "NameSpacePath missing",
-                        1);
+    VelaBaseException e("InvalidData", "CIMXMLUtil", "StreamClassPath", "NameSpacePath missing", 1);
     EXPECT_EQ(e.getLocation(), VELString("CIMXMLUtil::StreamClassPath"));
     EXPECT_EQ(e.toString(),
               VELString("InvalidData Exception thrown in 'CIMXMLUtil::StreamClassPath': "

@@ -7,7 +7,9 @@
 
 namespace {
 
-std::vector<std::uint32_t> values(const SparseIntegerList& l) { return {l.begin(), l.end()}; }
+std::vector<std::uint32_t> values(const SparseIntegerList& l) {
+    return {l.begin(), l.end()};
+}
 
 TEST(SparseIntegerList, ExpandsRangesInListOrder) {
     struct Case {

@@ -1,0 +1,69 @@
+// tarn::CClassSet: an in-memory set of namespaces, qualifier declarations and
+// classes, with inheritance resolved as classes are added. The MOF compiler
+// fills one; tests use one as the class lookup. Not synchronised: fill it on
+// one thread, then share it read-only.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "tarn/IClassLookup.h"
+#include "tarn/IQualifierDef.h"
+#include "vela/CVelaClass.h"
+
+namespace tarn {
+
+class CClassSet : public IClassLookup {
+  public:
+    CClassSet() = default;
+
+    void addNameSpace(const VELString& nameSpace);
+    bool hasNameSpace(const VELString& nameSpace) const;
+    std::vector<VELString> getNameSpaces() const;
+
+    // Adds or replaces a qualifier declaration (creating the namespace).
+    void addQualifierDef(const VELString& nameSpace, const VELSmrPtr<IQualifierDef>& def);
+    VELSmrPtr<IQualifierDef> getQualifierDef(const VELString& nameSpace,
+                                             const VELString& name) const;
+    std::vector<VELSmrPtr<IQualifierDef>> getQualifierDefs(const VELString& nameSpace) const;
+
+    // Resolves the class against its superclass, which must already be in
+    // the namespace, and adds it (creating the namespace). Throws
+    // VelaBaseException: code 10 (invalid superclass) for an unknown
+    // superclass, 11 (already exists) for a class of the same name, 4 for
+    // conflicts found while resolving.
+    VELSmrPtr<IVelaClass> addClass(const VELString& nameSpace, const VELSmrPtr<CVelaClass>& cls);
+
+    VELSmrPtr<IVelaClass> getClass(const VELString& nameSpace,
+                                   const VELString& className) const override;
+    // All classes of the namespace, superclasses before subclasses.
+    std::vector<VELSmrPtr<IVelaClass>> getClasses(const VELString& nameSpace) const;
+    // Names of the direct (or, with deep, all) subclasses; with an empty
+    // className, the root classes (or all classes).
+    std::vector<VELString> getSubclassNames(const VELString& nameSpace, const VELString& className,
+                                            bool deep) const;
+    std::size_t classCount() const;
+
+  private:
+    using ByName = std::unordered_map<VELString, std::size_t, VELStringHashIgnoreCase,
+                                      VELStringEqualIgnoreCase>;
+    struct NameSpace {
+        VELString name;
+        std::vector<VELSmrPtr<IQualifierDef>> qualifiers;
+        ByName qualifierIndex;
+        std::vector<VELSmrPtr<IVelaClass>> classes;
+        ByName classIndex;
+        // Lower-cased class name to the positions of its direct subclasses.
+        std::unordered_map<VELString, std::vector<std::size_t>, VELStringHashIgnoreCase,
+                           VELStringEqualIgnoreCase>
+            children;
+    };
+    NameSpace& ensure(const VELString& nameSpace);
+    const NameSpace* find(const VELString& nameSpace) const;
+
+    std::map<VELString, NameSpace, VELStringLessIgnoreCase> _nameSpaces;
+};
+
+}  // namespace tarn

@@ -1,0 +1,239 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+#include "vela/CVelaType.h"
+#include "vela/CVelaValue.h"
+#include "vela/VelaBaseException.h"
+
+namespace {
+
+std::string printed(const VELSmrPtr<IVelaValue>& v) {
+    std::ostringstream os;
+    v->print(os);
+    return os.str();
+}
+
+VELSmrPtr<IVelaType> typeNamed(const char* name) {
+    return CVelaType::fromName(name);
+}
+
+struct TextCase {
+    const char* type;
+    const char* input;
+    const char* printed;  // canonical text the value prints as
+};
+
+// Every accepted text form, what it prints as, and that the printed form
+// parses back to an equal value.
+TEST(ValueText, AcceptedFormsPrintCanonicallyAndRoundTrip) {
+    const TextCase cases[] = {
+        {"boolean", "TRUE", "TRUE"},
+        {"boolean", "false", "FALSE"},
+        {"boolean", " True\n", "TRUE"},
+        {"uint8", "0", "0"},
+        {"uint8", "255", "255"},
+        {"uint8", "0xff", "255"},
+        {"uint8", "0X0A", "10"},
+        {"uint8", "+7", "7"},
+        {"uint8", "-0", "0"},
+        {"sint8", "-128", "-128"},
+        {"sint8", "127", "127"},
+        {"sint8", "-0x80", "-128"},
+        {"uint16", "65535", "65535"},
+        {"sint16", "-32768", "-32768"},
+        {"uint32", "4294967295", "4294967295"},
+        {"sint32", "-2147483648", "-2147483648"},
+        {"uint64", "18446744073709551615", "18446744073709551615"},
+        {"uint64", "0xFFFFFFFFFFFFFFFF", "18446744073709551615"},
+        {"sint64", "-9223372036854775808", "-9223372036854775808"},
+        {"sint64", "9223372036854775807", "9223372036854775807"},
+        {"real64", "0.1", "0.1"},
+        {"real64", "1e300", "1e+300"},
+        {"real64", "-2.5E-3", "-0.0025"},
+        {"real64", "+3", "3"},
+        {"real64", "4.9406564584124654e-324", "5e-324"},
+        {"real64", "1.7976931348623157e308", "1.7976931348623157e+308"},
+        {"real64", "NaN", "NaN"},
+        {"real64", "INF", "INF"},
+        {"real64", "-INF", "-INF"},
+        {"real32", "0.1", "0.1"},
+        {"real32", "3.4028235e38", "3.4028235e+38"},
+        {"real32", "1.5", "1.5"},
+        {"char16", "a", "a"},
+        {"char16", " ", " "},
+        {"char16", "\xC3\xA9", "\xC3\xA9"},          // e acute, two bytes
+        {"char16", "\xE2\x82\xAC", "\xE2\x82\xAC"},  // euro sign, three bytes
+        {"string", "  keeps blanks\n", "  keeps blanks\n"},
+        {"string", "", ""},
+        {"datetime", "20261122065600.123456+060", "20261122065600.123456+060"},
+        {"datetime", "20240229000000.000000-000", "20240229000000.000000-000"},
+        {"datetime", "00000001020304.000000:000", "00000001020304.000000:000"},
+        {"datetime", "2026**********.******+000", "2026**********.******+000"},
+        {"datetime", "20261122065600.12****+000", "20261122065600.12****+000"},
+        {"datetime", "********020304.******:000", "********020304.******:000"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.type) + " '" + c.input + "'");
+        VELSmrPtr<IVelaType> type = typeNamed(c.type);
+        ASSERT_FALSE(type.isNull());
+        VELSmrPtr<IVelaValue> v;
+        ASSERT_NO_THROW(v = CVelaValue::parse(type, c.input));
+        EXPECT_EQ(v->getType()->getName(), VELString(c.type));
+        EXPECT_EQ(printed(v), c.printed);
+        VELSmrPtr<IVelaValue> back = CVelaValue::parse(type, printed(v));
+        EXPECT_TRUE(back->equals(*v)) << printed(back);
+    }
+}
+
+struct BadCase {
+    const char* type;
+    const char* input;
+    const char* why;  // part of the error message
+};
+
+TEST(ValueText, RejectsTextThatDoesNotFitTheType) {
+    const BadCase cases[] = {
+        {"boolean", "yes", "TRUE or FALSE"},
+        {"boolean", "", "TRUE or FALSE"},
+        {"uint8", "256", "out of range"},
+        {"uint8", "0x100", "out of range"},
+        {"uint8", "-1", "negative"},
+        {"uint8", "1.0", "unexpected character"},
+        {"uint8", "", "no digits"},
+        {"uint8", "0x", "unexpected character"},
+        {"sint8", "128", "out of range"},
+        {"sint8", "-129", "out of range"},
+        {"uint64", "18446744073709551616", "out of range"},
+        {"sint64", "-9223372036854775809", "out of range"},
+        {"sint64", "9223372036854775808", "out of range"},
+        {"uint32", "12 34", "unexpected character"},
+        {"real64", "1e400", "out of range"},
+        {"real64", "abc", "not a number"},
+        {"real64", "1.0x", "not a number"},
+        {"real64", "", "not a number"},
+        {"real64", "0x1p3", "not a number"},
+        {"real32", "3.5e38", "out of range"},
+        {"char16", "", "exactly one character"},
+        {"char16", "ab", "exactly one character"},
+        {"char16", "\xF0\x9F\x98\x80", "exactly one character"},  // outside the BMP
+        {"char16", "\xC3", "exactly one character"},
+        {"datetime", "2026112206560.123456+060", "25 characters"},
+        {"datetime", "20261322065600.123456+060", "month out of range"},
+        {"datetime", "20230229000000.000000+000", "day out of range for the month"},
+        {"datetime", "20261122245600.123456+060", "hour out of range"},
+        {"datetime", "20261122065600,123456+060", "must be '.'"},
+        {"datetime", "20261122065600.123456*060", "'+', '-' or ':'"},
+        {"datetime", "20261122065600.1*3456+060", "followed by '*'"},
+        {"datetime", "2026112206560*.123456+060", "digits or all '*'"},
+        {"datetime", "00000001020304.000000:001", "ends in ':000'"},
+        {"datetime", "00000001250304.000000:000", "hours out of range"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.type) + " '" + c.input + "'");
+        try {
+            CVelaValue::parse(typeNamed(c.type), c.input);
+            ADD_FAILURE() << "accepted";
+        } catch (const VelaBaseException& e) {
+            EXPECT_TRUE(e.getMessage().contains(c.why)) << e.getMessage();
+            EXPECT_EQ(e.getCode(), 13);
+        }
+    }
+}
+
+TEST(ValueText, RealsPrintTheShortestTextThatReadsBackExactly) {
+    const double samples[] = {0.1,
+                              1.0 / 3,
+                              2.0 / 3,
+                              1e-7,
+                              123456789.125,
+                              6.02214076e23,
+                              std::numeric_limits<double>::denorm_min(),
+                              std::numeric_limits<double>::max(),
+                              -0.0};
+    for (double d : samples) {
+        std::string text = printed(CVelaValue::makeReal64(d));
+        EXPECT_EQ(std::strtod(text.c_str(), nullptr), d) << text;
+        EXPECT_EQ(std::signbit(std::strtod(text.c_str(), nullptr)), std::signbit(d)) << text;
+    }
+    const float floats[] = {0.1f, 1.0f / 3, 16777217.0f, std::numeric_limits<float>::min()};
+    for (float f : floats) {
+        std::string text = printed(CVelaValue::makeReal32(f));
+        EXPECT_EQ(std::strtof(text.c_str(), nullptr), f) << text;
+        EXPECT_LE(text.size(), 15u) << "real32 printed with double precision: " << text;
+    }
+}
+
+TEST(ValueText, TypedMakersCheckRangesAndReadBack) {
+    EXPECT_THROW(CVelaValue::makeUnsigned(CIMTypeId::UInt8, 256), VelaBaseException);
+    EXPECT_THROW(CVelaValue::makeSigned(CIMTypeId::SInt16, 40000), VelaBaseException);
+    EXPECT_THROW(CVelaValue::makeUnsigned(CIMTypeId::SInt8, 1), VelaBaseException);
+    EXPECT_EQ(CVelaValue::makeUint16(65535)->getUnsigned(), 65535u);
+    EXPECT_EQ(printed(CVelaValue::makeChar16(u'\u00e9')), "\xC3\xA9");
+    EXPECT_EQ(printed(CVelaValue::makeChar16(0xD800)), "\xEF\xBF\xBD");
+    EXPECT_THROW(CVelaValue::makeDateTime("not a datetime"), VelaBaseException);
+    // Typed reads of the wrong kind throw instead of returning garbage.
+    EXPECT_THROW(CVelaValue::makeBoolean(true)->getString(), VelaBaseException);
+    EXPECT_THROW(CVelaValue::makeString("x")->getUnsigned(), VelaBaseException);
+    EXPECT_THROW(CVelaValue::makeNull(CVelaType::uint8)->getUnsigned(), VelaBaseException);
+    EXPECT_EQ(printed(CVelaValue::makeNull(CVelaType::uint8)), "");
+    EXPECT_FALSE(CVelaValue::makeNull(CVelaType::uint8)->isSet());
+}
+
+TEST(ValueText, ArraysAreCompactAndMaterialiseElements) {
+    auto elements = std::make_shared<CVelaValue::ScalarArray>();
+    elements->emplace_back(std::uint64_t(1));
+    elements->emplace_back();
+    elements->emplace_back(std::uint64_t(3));
+    CVelaValue v(CVelaType::get(CIMTypeId::UInt16, true), elements);
+    EXPECT_TRUE(v.getType()->isArray());
+    EXPECT_EQ(v.getArraySize(), 3u);
+    auto list = v.getArray();
+    ASSERT_EQ(list->entries(), 3u);
+    EXPECT_EQ(list->at(0)->getType()->getName(), VELString("uint16"));
+    EXPECT_FALSE(list->at(0)->getType()->isArray());
+    EXPECT_FALSE(list->at(1)->isSet());
+    EXPECT_EQ(v.toString(), VELString("{1,NULL,3}"));
+    // A null array has no list; an empty one has an empty list.
+    CVelaValue nullArray(CVelaType::get(CIMTypeId::UInt16, true));
+    EXPECT_TRUE(nullArray.getArray().isNull());
+    CVelaValue empty(CVelaType::get(CIMTypeId::UInt16, true),
+                     std::make_shared<CVelaValue::ScalarArray>());
+    EXPECT_EQ(empty.getArray()->entries(), 0u);
+    // Built back from element values.
+    CVelaValue rebuilt(list, CVelaType::uint16);
+    EXPECT_TRUE(rebuilt.equals(v));
+}
+
+TEST(ValueText, UntypedTextIsTypedOnConversion) {
+    auto untyped = CVelaValue::makeUntyped(" 42 ", "numeric");
+    EXPECT_TRUE(untyped->isUntyped());
+    EXPECT_EQ(untyped->getType()->getName(), VELString("string"));
+    auto typed = CVelaValue::convertTo(untyped, CVelaType::uint8);
+    EXPECT_FALSE(typed->isUntyped());
+    EXPECT_EQ(typed->getUnsigned(), 42u);
+    EXPECT_THROW(CVelaValue::convertTo(CVelaValue::makeUntyped("300"), CVelaType::uint8),
+                 VelaBaseException);
+    // Integers convert between integer types within range, and to reals.
+    EXPECT_EQ(CVelaValue::convertTo(CVelaValue::makeUint32(200), CVelaType::sint16)->getSigned(),
+              200);
+    EXPECT_THROW(CVelaValue::convertTo(CVelaValue::makeSint32(-1), CVelaType::uint32),
+                 VelaBaseException);
+    EXPECT_EQ(CVelaValue::convertTo(CVelaValue::makeSint32(-3), CVelaType::real32)->getReal(),
+              -3.0);
+    EXPECT_THROW(CVelaValue::convertTo(CVelaValue::makeBoolean(true), CVelaType::uint8),
+                 VelaBaseException);
+    EXPECT_THROW(
+        CVelaValue::convertTo(CVelaValue::makeString("x"), CVelaType::get(CIMTypeId::String, true)),
+        VelaBaseException);
+    auto texts = std::make_shared<CVelaValue::ScalarArray>();
+    texts->emplace_back(VELString("1"));
+    texts->emplace_back(VELString("0x2"));
+    auto array = CVelaValue::convertTo(CVelaValue::makeUntypedArray(texts),
+                                       CVelaType::get(CIMTypeId::SInt64, true));
+    EXPECT_EQ(array->toString(), VELString("{1,2}"));
+}
+
+}  // namespace
