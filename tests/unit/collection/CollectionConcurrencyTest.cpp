@@ -218,28 +218,4 @@ TEST(MultiResponseCollection, FullQueueWakesTheConsumerEvenWhenNotAskedTo) {
     EXPECT_EQ(seqs, (std::vector<int>{0, 1}));
 }
 
-TEST(MultiResponseCollection, WritersMayBeReleasedOnAnyThread) {
-    auto c = makeVELSmrPtr<Collection>(0u, kWaitSeconds);
-    std::vector<std::thread> threads;
-    for (int p = 0; p < 4; ++p) {
-        auto writer = std::make_shared<Writer>(c);
-        // Each thread drops the last reference to its writer without Close.
-        threads.emplace_back([w = std::move(writer), p]() mutable {
-            w->add(makeVELSmrPtr<Item>(Item{p, 0}), true);
-            w.reset();
-        });
-    }
-    c->allowComplete();
-    int n = 0;
-    while (c->hasNext()) {
-        c->next();
-        ++n;
-    }
-    for (auto& t : threads) {
-        t.join();
-    }
-    EXPECT_EQ(n, 4);
-    c.reset();  // the collection may go with the consumer's last reference
-}
-
 }  // namespace

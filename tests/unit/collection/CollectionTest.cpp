@@ -147,27 +147,6 @@ TEST(MultiResponseCollection, CompleteOnlyWhenHoldAndEveryWriterAreGone) {
     EXPECT_FALSE(c->hasNext());
 }
 
-TEST(MultiResponseCollection, ItemsComeOutInOrderAndEndWithTheLastWriter) {
-    auto c = unbounded();
-    std::vector<std::string> log;
-    {
-        Writer a(c);
-        Writer b(c);
-        c->allowComplete();
-        EXPECT_TRUE(a.add("a1", true));
-        EXPECT_TRUE(b.add("b1", true));
-        EXPECT_TRUE(a.add("a2", true));
-        a.Close();
-        EXPECT_TRUE(c->hasNext());
-        log.push_back("item:" + c->next().str());
-        EXPECT_TRUE(b.add(VELString(std::string(10000, 'x')), true));
-    }
-    drain(*c, log);
-    EXPECT_EQ(log, (std::vector<std::string>{"item:a1", "item:b1", "item:a2",
-                                             "item:" + std::string(10000, 'x')}));
-    EXPECT_FALSE(c->hasNext());
-}
-
 TEST(MultiResponseCollection, ErrorBeforeAnyItemCompletesAndIsReported) {
     auto c = unbounded();
     std::vector<std::string> log;
