@@ -1,4 +1,6 @@
-// VELSemaphore: a counting semaphore with timed waits.
+// VELSemaphore: a counting semaphore with timed waits. It can be interrupted
+// for good, so that threads waiting for units that will never come (a producer
+// whose consumer has gone) are released at once instead of after a time-out.
 #pragma once
 
 #include <condition_variable>
@@ -15,16 +17,23 @@ class VELSemaphore {
 
     // Adds count units and wakes as many waiters.
     void post(std::uint32_t count = 1);
-    // Takes one unit, waiting without limit until one is available.
-    void wait();
-    // Takes one unit if one is available at once.
+    // Takes one unit, waiting without limit until one is available. False,
+    // with nothing taken, once the semaphore is interrupted.
+    bool wait();
+    // Takes one unit if one is available at once (also after an interrupt).
     bool tryWait();
-    // Takes one unit, waiting at most the given time. False on time-out.
+    // Takes one unit, waiting at most the given time. False on time-out and,
+    // with nothing taken, once the semaphore is interrupted.
     bool wait(const CI_RelTime& timeout);
+    // Wakes every waiter and makes every later wait fail at once. post and
+    // tryWait keep working. There is no way back.
+    void interrupt();
+    bool isInterrupted();
     std::uint32_t getCount();
 
   private:
     std::mutex _m;
     std::condition_variable _cv;
     std::uint32_t _count;
+    bool _interrupted = false;
 };

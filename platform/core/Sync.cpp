@@ -48,10 +48,14 @@ void VELSemaphore::post(std::uint32_t count) {
     }
 }
 
-void VELSemaphore::wait() {
+bool VELSemaphore::wait() {
     std::unique_lock<std::mutex> lock(_m);
-    _cv.wait(lock, [this] { return _count > 0; });
+    _cv.wait(lock, [this] { return _count > 0 || _interrupted; });
+    if (_interrupted) {
+        return false;
+    }
     --_count;
+    return true;
 }
 
 bool VELSemaphore::tryWait() {
@@ -65,11 +69,25 @@ bool VELSemaphore::tryWait() {
 
 bool VELSemaphore::wait(const CI_RelTime& timeout) {
     std::unique_lock<std::mutex> lock(_m);
-    if (!_cv.wait_for(lock, timeout.toDuration(), [this] { return _count > 0; })) {
+    if (!_cv.wait_for(lock, timeout.toDuration(), [this] { return _count > 0 || _interrupted; }) ||
+        _interrupted) {
         return false;
     }
     --_count;
     return true;
+}
+
+void VELSemaphore::interrupt() {
+    {
+        std::lock_guard<std::mutex> lock(_m);
+        _interrupted = true;
+    }
+    _cv.notify_all();
+}
+
+bool VELSemaphore::isInterrupted() {
+    std::lock_guard<std::mutex> lock(_m);
+    return _interrupted;
 }
 
 std::uint32_t VELSemaphore::getCount() {

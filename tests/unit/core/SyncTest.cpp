@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <vector>
 
 #include "vela/CI_AutoEvent.h"
 #include "vela/CI_Time.h"
@@ -69,6 +70,40 @@ TEST(VELSemaphore, ProducerReleasesConsumersInOtherThreads) {
     }
     EXPECT_EQ(taken.get(), 4);
     EXPECT_EQ(items.getCount(), 0u);
+}
+
+TEST(VELSemaphore, InterruptReleasesWaitersAndFailsLaterWaits) {
+    VELSemaphore s;
+    VELAtomicInt failed;
+    VELSemaphore finished;
+    std::thread untimed([&] {
+        if (!s.wait()) {
+            failed.increment();
+        }
+        finished.post();
+    });
+    std::thread timed([&] {
+        if (!s.wait(kLong)) {
+            failed.increment();
+        }
+        finished.post();
+    });
+    s.interrupt();
+    EXPECT_TRUE(finished.wait(kLong));
+    EXPECT_TRUE(finished.wait(kLong));
+    s.post(2);  // releases the waiters should the interrupt have been lost
+    untimed.join();
+    timed.join();
+    EXPECT_EQ(failed.get(), 2);
+    EXPECT_TRUE(s.isInterrupted());
+    // Later waits fail at once although units are there; tryWait still takes them.
+    CI_Time start;
+    EXPECT_FALSE(s.wait(kLong));
+    EXPECT_FALSE(s.wait());
+    EXPECT_LT((CI_Time() - start).getMilliseconds(), 5000);
+    EXPECT_TRUE(s.tryWait());
+    EXPECT_TRUE(s.tryWait());
+    EXPECT_FALSE(s.tryWait());
 }
 
 }  // namespace

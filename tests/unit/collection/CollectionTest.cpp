@@ -1,0 +1,282 @@
+// Single-threaded behaviour of the result collection and its writers:
+// registration and completion, error codes, control markers, the consumer
+// giving up, waitForResponse.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tarn/MultiResponseCollection.h"
+#include "tarn/MultiResponseWriter.h"
+#include "vela/CI_Time.h"
+
+namespace {
+
+using Collection = tarn::MultiResponseCollection<VELString>;
+using Writer = tarn::MultiResponseWriter<VELString>;
+
+// A control marker that records its name when the consumer reaches it.
+class RecordingMarker : public tarn::IMarker<VELString> {
+  public:
+    RecordingMarker(std::vector<std::string>& log, std::string name)
+        : _log(log), _name(std::move(name)) {}
+    bool isMarker() const override { return true; }
+    void process() override { _log.push_back(_name); }
+
+  private:
+    std::vector<std::string>& _log;
+    std::string _name;
+};
+
+VELSmrPtr<tarn::IMarker<VELString>> marker(std::vector<std::string>& log, std::string name) {
+    return makeVELSmrPtr<RecordingMarker>(log, std::move(name));
+}
+
+VELSmrPtr<Collection> unbounded() {
+    return makeVELSmrPtr<Collection>(0u);
+}
+
+// Reads everything that hasNext/next hand out, logging items as "item:<text>".
+void drain(Collection& c, std::vector<std::string>& log) {
+    while (c.hasNext()) {
+        log.push_back("item:" + c.next().str());
+    }
+}
+
+struct ErrorCase {
+    const char* name;
+    std::function<void(const VELSmrPtr<Collection>&)> action;
+    const char* function;
+    const char* message;
+};
+
+TEST(MultiResponseCollection, ErrorsCarryExactFunctionAndMessage) {
+    const ErrorCase cases[] = {
+        {"second allowComplete",
+         [](const VELSmrPtr<Collection>& c) {
+             c->allowComplete();
+             c->allowComplete();
+         },
+         "MultiResponseCollection::allowComplete", "allowComplete() may only be called once."},
+        {"writer after completion",
+         [](const VELSmrPtr<Collection>& c) {
+             c->allowComplete();
+             Writer w(c);
+         },
+         "MultiResponseCollection::registerWriter",
+         "Writers may be registered only while collection is incomplete."},
+        {"writer after the last writer closed",
+         [](const VELSmrPtr<Collection>& c) {
+             {
+                 Writer w(c);
+                 c->allowComplete();
+             }
+             Writer late(c);
+         },
+         "MultiResponseCollection::registerWriter",
+         "Writers may be registered only while collection is incomplete."},
+        {"unregister on a complete collection",
+         [](const VELSmrPtr<Collection>& c) {
+             c->allowComplete();
+             c->unregisterWriter();
+         },
+         "MultiResponseCollection::unregisterWriter",
+         "Writers may be registered only while collection is incomplete."},
+        {"next on an empty queue",
+         [](const VELSmrPtr<Collection>& c) {
+             Writer w(c);
+             c->next();
+         },
+         "MultiResponseCollection::next", "no more items."},
+        {"next after the last item was taken",
+         [](const VELSmrPtr<Collection>& c) {
+             Writer w(c);
+             w.add("only", true);
+             EXPECT_EQ(c->next(), "only");
+             c->next();
+         },
+         "MultiResponseCollection::next", "no more items."},
+    };
+    for (const auto& tc : cases) {
+        SCOPED_TRACE(tc.name);
+        auto c = unbounded();
+        try {
+            tc.action(c);
+            ADD_FAILURE() << "no exception";
+        } catch (const VelaBaseException& e) {
+            EXPECT_EQ(e.getType(), "");
+            EXPECT_EQ(e.getWho(), tc.function);
+            EXPECT_EQ(e.getWhere(), "");
+            EXPECT_EQ(e.getMessage(), tc.message);
+            EXPECT_EQ(e.getCode(), 0);
+        }
+    }
+}
+
+TEST(MultiResponseCollection, WithoutWritersAllowCompleteEndsTheResult) {
+    auto c = unbounded();
+    EXPECT_FALSE(c->isComplete());
+    c->allowComplete();
+    EXPECT_TRUE(c->isComplete());
+    CI_Time start;
+    EXPECT_FALSE(c->hasNext());
+    EXPECT_LT((CI_Time() - start).getMilliseconds(), 500);  // no wait for the event
+    EXPECT_EQ(c->getErrorCode(), 0);
+}
+
+TEST(MultiResponseCollection, CompleteOnlyWhenHoldAndEveryWriterAreGone) {
+    auto c = unbounded();
+    auto first = std::make_unique<Writer>(c);
+    Writer second(c);
+    {
+        Writer dropped(c);  // never closed: its destructor unregisters
+    }
+    c->allowComplete();
+    EXPECT_FALSE(c->isComplete());
+
+    first->Close();
+    first->Close();  // a second Close must not unregister again
+    EXPECT_FALSE(c->isComplete());
+    first.reset();  // nor must the destructor of a closed writer
+    EXPECT_FALSE(c->isComplete());
+
+    second.Close();
+    EXPECT_TRUE(c->isComplete());
+    EXPECT_FALSE(c->hasNext());
+}
+
+TEST(MultiResponseCollection, ErrorBeforeAnyItemCompletesAndIsReported) {
+    auto c = unbounded();
+    std::vector<std::string> log;
+    Writer w(c);
+    c->allowComplete();
+    EXPECT_TRUE(w.add(marker(log, "m1"), true));
+    w.setErrorCode(6);
+    EXPECT_TRUE(c->isComplete());  // although the writer is still open
+    EXPECT_EQ(c->getErrorCode(), 6);
+    EXPECT_EQ(c->waitForResponse(), 6);
+    // Nothing more is taken, and the queued marker still runs.
+    EXPECT_FALSE(w.add("late", true));
+    EXPECT_FALSE(w.add(marker(log, "m2"), true));
+    EXPECT_FALSE(c->hasNext());
+    EXPECT_EQ(log, std::vector<std::string>{"m1"});
+}
+
+TEST(MultiResponseCollection, ErrorAfterAnItemIsReportedAsSuccess) {
+    auto c = unbounded();
+    Writer w(c);
+    c->allowComplete();
+    EXPECT_TRUE(w.add("first", true));
+    w.setErrorCode(6);
+    EXPECT_EQ(c->getErrorCode(), 0);
+    EXPECT_FALSE(c->isComplete());
+    EXPECT_TRUE(w.add("second", true));
+    std::vector<std::string> log;
+    w.Close();
+    drain(*c, log);
+    EXPECT_EQ(log, (std::vector<std::string>{"item:first", "item:second"}));
+    EXPECT_EQ(c->getErrorCode(), 0);
+}
+
+TEST(MultiResponseCollection, MarkersRunInQueueOrderAndAreNeverReturned) {
+    for (std::uint32_t bounds : {0u, 8u}) {
+        SCOPED_TRACE(bounds);
+        auto c = makeVELSmrPtr<Collection>(bounds);
+        std::vector<std::string> log;
+        {
+            Writer w(c);
+            c->allowComplete();
+            w.add(marker(log, "m1"), true);
+            w.add(marker(log, "m2"), true);
+            w.add("x", true);
+            w.add(marker(log, "m3"), true);
+            w.add("y", true);
+            w.add(marker(log, "m4"), true);
+        }
+        drain(*c, log);
+        EXPECT_EQ(log, (std::vector<std::string>{"m1", "m2", "item:x", "m3", "item:y", "m4"}));
+        // Only items count as results: an error with markers alone is still reported.
+        auto onlyMarkers = makeVELSmrPtr<Collection>(bounds);
+        Writer w(onlyMarkers);
+        w.add(marker(log, "m5"), true);
+        w.setErrorCode(3);
+        EXPECT_EQ(onlyMarkers->getErrorCode(), 3);
+    }
+}
+
+TEST(MultiResponseCollection, ConsumerDoneProcessesMarkersDropsItemsAndRefusesMore) {
+    struct Payload {};
+    using PCollection = tarn::MultiResponseCollection<VELSmrPtr<Payload>>;
+    using PWriter = tarn::MultiResponseWriter<VELSmrPtr<Payload>>;
+    class CountingMarker : public tarn::IMarker<VELSmrPtr<Payload>> {
+      public:
+        explicit CountingMarker(int& n) : _n(n) {}
+        bool isMarker() const override { return true; }
+        void process() override { ++_n; }
+
+      private:
+        int& _n;
+    };
+
+    for (std::uint32_t bounds : {0u, 4u}) {
+        SCOPED_TRACE(bounds);
+        auto c = makeVELSmrPtr<PCollection>(bounds);
+        int processed = 0;
+        PWriter w(c);
+        c->allowComplete();
+        auto payload = makeVELSmrPtr<Payload>();
+        std::weak_ptr<Payload> watch = payload.shared();
+        EXPECT_TRUE(w.add(std::move(payload), true));
+        EXPECT_TRUE(w.add(makeVELSmrPtr<CountingMarker>(processed), true));
+        c->signalConsumerDone();
+        EXPECT_EQ(processed, 1);
+        EXPECT_TRUE(watch.expired());
+        EXPECT_FALSE(w.add(makeVELSmrPtr<Payload>(), true));
+        EXPECT_FALSE(w.add(makeVELSmrPtr<CountingMarker>(processed), true));
+        EXPECT_EQ(processed, 1);
+        w.Close();
+        EXPECT_TRUE(c->isComplete());
+        EXPECT_FALSE(c->hasNext());
+    }
+}
+
+TEST(MultiResponseCollection, WaitForResponse) {
+    struct Case {
+        const char* name;
+        std::function<void(Collection&, Writer&)> setup;
+        int expected;
+        bool waitsFullTime;
+    };
+    const Case cases[] = {
+        {"item queued", [](Collection&, Writer& w) { w.add("x", true); }, 0, false},
+        {"nothing arrives", [](Collection&, Writer&) {}, 1, true},
+        {"item queued without waking the consumer",
+         [](Collection&, Writer& w) { w.add("x", false); }, 1, true},
+        {"writer error", [](Collection&, Writer& w) { w.setErrorCode(7); }, 7, false},
+        {"last writer closed",
+         [](Collection& c, Writer& w) {
+             c.allowComplete();
+             w.Close();
+         },
+         0, false},
+    };
+    for (const auto& tc : cases) {
+        SCOPED_TRACE(tc.name);
+        // A wait of 0 seconds is raised to 1: a consumer must never spin.
+        auto c = makeVELSmrPtr<Collection>(0u, 0);
+        Writer w(c);
+        tc.setup(*c, w);
+        CI_Time start;
+        EXPECT_EQ(c->waitForResponse(), tc.expected);
+        auto ms = (CI_Time() - start).getMilliseconds();
+        if (tc.waitsFullTime) {
+            EXPECT_GE(ms, 900);
+        } else {
+            EXPECT_LT(ms, 900);
+        }
+    }
+}
+
+}  // namespace
