@@ -1,0 +1,12 @@
+// IMaxObjectCount: the most results one open or pull may return.
+#pragma once
+
+#include <cstdint>
+
+#include "vela/IVelaOperation.h"
+
+class IMaxObjectCount : public virtual IVelaOperation {
+  public:
+    virtual std::int32_t getMaxObjectCount() const = 0;
+    virtual void setMaxObjectCount(std::int32_t count) = 0;
+};

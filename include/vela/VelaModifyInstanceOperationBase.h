@@ -1,0 +1,30 @@
+// VelaModifyInstanceOperationBase: holds the request fields and results of ModifyInstance; the
+// handler fills the results, the adapter's operation class reads the request and writes the
+// response.
+#pragma once
+
+#include "vela/IVelaModifyInstanceOperation.h"
+#include "vela/VELCIMStrings.h"
+#include "vela/VelaOperationBase.h"
+#include "vela/VelaPropertyListMixin.h"
+
+class VelaModifyInstanceOperationBase : public VelaOperationBase,
+                                        public virtual IVelaModifyInstanceOperation,
+                                        public VelaPropertyListMixin {
+  public:
+    explicit VelaModifyInstanceOperationBase(IVelaOperationHandlerContext* context)
+        : VelaOperationBase(context, VELCIMStrings::MODIFYINSTANCE) {}
+
+    virtual const VELSmrPtr<IVelaObject>& getInstance() const override { return _instance; }
+    virtual void setInstance(const VELSmrPtr<IVelaObject>& value) override { _instance = value; }
+    virtual const VELSmrPtr<IVelaInstanceName>& getInstanceName() const override {
+        return _instanceName;
+    }
+    virtual void setInstanceName(const VELSmrPtr<IVelaInstanceName>& value) override {
+        _instanceName = value;
+    }
+
+  private:
+    VELSmrPtr<IVelaObject> _instance;
+    VELSmrPtr<IVelaInstanceName> _instanceName;
+};
