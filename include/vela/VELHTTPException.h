@@ -5,7 +5,7 @@
 #include "vela/VelaBaseException.h"
 
 class VELHTTPException : public VelaBaseException {
-public:
+  public:
     using VelaBaseException::VelaBaseException;
     VELHTTPException(const VELString& who, const VELString& message, int code = 0)
         : VelaBaseException("HTTP", who, "", message, code) {}
