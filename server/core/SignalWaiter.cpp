@@ -22,6 +22,8 @@ int SignalWaiter::wait() {
     return sig;
 }
 
-void SignalWaiter::requestStop() { ::kill(::getpid(), SIGTERM); }
+void SignalWaiter::requestStop() {
+    ::kill(::getpid(), SIGTERM);
+}
 
 }  // namespace tarn

@@ -8,14 +8,14 @@
 namespace tarn {
 
 class SignalWaiter {
-public:
+  public:
     SignalWaiter();
     // Waits for one of the signals and returns its number.
     int wait();
     // Sends SIGTERM to this process (used by tests and fatal paths).
     static void requestStop();
 
-private:
+  private:
     sigset_t _set;
 };
 
