@@ -51,6 +51,10 @@ class VELHTTPOperation {
     // C-Man and C-Opt headers declare, in the order of declaration (never
     // null, possibly empty). Of a response: those added with addExtHeaderGroup.
     VELSmrPtr<ExtHeaderGroupList> findExtHeaderGroups() const;
+    // The same groups without a copy, valid as long as this message.
+    const std::vector<VELSmrPtr<VELHTTPExtHeaderGroup>>& getExtHeaderGroups() const {
+        return _groups;
+    }
     // The group declared for this namespace URI (compared without letter
     // case), null when none is.
     VELSmrPtr<VELHTTPExtHeaderGroup> getExtHeaderGroup(const VELString& uri) const;

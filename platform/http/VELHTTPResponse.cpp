@@ -153,7 +153,7 @@ Head buildHead(const VELHTTPResponse& r, const VELGenericHTTPOStream& out) {
         }
         appendField(h.text, f.first.view(), f.second.view());
     }
-    for (const auto& g : r.findExtHeaderGroups()->vector()) {
+    for (const auto& g : r.getExtHeaderGroups()) {
         appendField(h.text, g->getDeclarationHeaderName(), g->getDeclaration().view());
         for (const auto& f : g->getHeaderFields()) {
             if (!isTokenName(f.first)) {

@@ -40,7 +40,7 @@ void ObjectManagerContext::logRequest(const VELHTTPRequest& request) {
          {"CIMOperation", "CIMMethod", "CIMObject", "CIMExport", "CIMExportMethod"}) {
         const VELString* v = request.getHeaderField(name);
         if (!v) {
-            for (const auto& g : request.findExtHeaderGroups()->vector()) {
+            for (const auto& g : request.getExtHeaderGroups()) {
                 if ((v = g->getHeaderField(name)) != nullptr) {
                     break;
                 }

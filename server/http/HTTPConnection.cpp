@@ -7,6 +7,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/error.hpp>
 #include <cstring>
+#include <limits>
 #include <span>
 
 #include "http/HTTPServer.h"
@@ -158,7 +159,9 @@ void HTTPConnection::readHead(bool idle) {
     }
     _parser.emplace();
     _parser->header_limit(_server.config().maxHeadSize);
-    _parser->body_limit(boost::none);  // bodies are the adapter's to read and limit
+    // Bodies are the adapter's to read and limit. (Not boost::none: Beast 1.74
+    // compares the length with the optional limit and then always refuses.)
+    _parser->body_limit(std::numeric_limits<std::uint64_t>::max());
     if (parseBuffered()) {
         return;  // a pipelined request was already here
     }
@@ -233,6 +236,10 @@ bool HTTPConnection::parseBuffered() {
         return false;
     }
     cancelTimer();
+    if (ec == http::error::bad_version) {
+        sendAndClose(cannedResponse(505, "Only HTTP/1.0 and HTTP/1.1 are served.\n"));
+        return true;
+    }
     if (ec) {
         int status = ec == http::error::header_limit ? 431 : 400;
         AdapterUtils::log(WHO, "Bad request head from " + _peer + ": " + VELString(ec.message()),
