@@ -15,7 +15,8 @@
 //
 // Writes are bounded by the connection's write deadline; a client that goes
 // away or stops reading makes the write throw VELNetException (badbit is in
-// the exception mask), and every later write throws again.
+// the exception mask); the stream then stays bad: later writes throw
+// std::ios_base::failure and send nothing, finish() throws VELNetException.
 #pragma once
 
 #include <cstdint>

@@ -517,6 +517,21 @@ HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {
     } catch (const VELNetException& e) {
         AdapterUtils::log(WHO, e.getMessage(), 4);
         return End::Abort;
+    } catch (const std::ios_base::failure& e) {
+        if (out.isBroken()) {
+            // A write after the client had gone, on the stream left bad by it.
+            AdapterUtils::log(WHO, "Connection to " + _peer + " failed while writing", 4);
+            return End::Abort;
+        }
+        AdapterUtils::log(WHO, "Request from " + _peer + " failed: " + VELString(e.what()), 1);
+        if (!out.hasSentBytes()) {
+            try {
+                sendRaw(500);
+            } catch (const VELNetException&) {
+                return End::Abort;
+            }
+        }
+        return End::Close;
     } catch (const std::exception& e) {
         AdapterUtils::log(WHO, "Request from " + _peer + " failed: " + VELString(e.what()), 1);
         if (!out.hasSentBytes() && !out.isBroken()) {
