@@ -29,6 +29,9 @@ namespace tarn {
 namespace {
 
 const char* const WHO = "tarn::HTTPConnection";
+// How long a worker waits for a kept connection's next request before it
+// hands the connection back to the I/O thread.
+constexpr std::chrono::microseconds kQuickWait(1000);
 
 // Answers the server writes itself, before or instead of an adapter.
 std::string cannedResponse(int status, std::string_view text) {
@@ -174,7 +177,7 @@ void HTTPConnection::readMore() {
     std::size_t room = _buffer.max_size() - _buffer.size();
     if (room == 0) {
         cancelTimer();
-        sendAndClose(cannedResponse(431, "The request head is too large.\n"));
+        sendAndClose(errorResponse(431));
         return;
     }
     auto buffers = _buffer.prepare(std::min<std::size_t>(room, 16384));
@@ -216,7 +219,7 @@ void HTTPConnection::onRead(const error_code& ec, std::size_t n) {
     }
 }
 
-bool HTTPConnection::parseBuffered() {
+int HTTPConnection::parseStep() {
     // Line ends between requests are ignored (and what a chunked body's
     // reader left of its last line).
     std::size_t skip = 0;
@@ -227,33 +230,47 @@ bool HTTPConnection::parseBuffered() {
     }
     _buffer.consume(skip);
     if (_buffer.size() == 0) {
-        return false;
+        return 0;
     }
     error_code ec;
     std::size_t used = _parser->put(_buffer.data(), ec);
     _buffer.consume(used);
     if (ec == http::error::need_more) {
+        return 0;
+    }
+    if (ec == http::error::bad_version) {
+        return 505;
+    }
+    if (ec) {
+        AdapterUtils::log(WHO, "Bad request head from " + _peer + ": " + VELString(ec.message()),
+                          2);
+        return ec == http::error::header_limit ? 431 : 400;
+    }
+    if (!_parser->is_header_done()) {
+        return 0;
+    }
+    return _parser->get().version() / 10 == 1 ? 200 : 505;
+}
+
+std::string HTTPConnection::errorResponse(int status) {
+    switch (status) {
+        case 431:
+            return cannedResponse(431, "The request head is too large.\n");
+        case 505:
+            return cannedResponse(505, "Only HTTP/1.0 and HTTP/1.1 are served.\n");
+        default:
+            return cannedResponse(400, "The request head is not valid HTTP.\n");
+    }
+}
+
+bool HTTPConnection::parseBuffered() {
+    int result = parseStep();
+    if (result == 0) {
         return false;
     }
     cancelTimer();
-    if (ec == http::error::bad_version) {
-        sendAndClose(cannedResponse(505, "Only HTTP/1.0 and HTTP/1.1 are served.\n"));
-        return true;
-    }
-    if (ec) {
-        int status = ec == http::error::header_limit ? 431 : 400;
-        AdapterUtils::log(WHO, "Bad request head from " + _peer + ": " + VELString(ec.message()),
-                          2);
-        sendAndClose(cannedResponse(status, status == 431
-                                                ? "The request head is too large.\n"
-                                                : "The request head is not valid HTTP.\n"));
-        return true;
-    }
-    if (!_parser->is_header_done()) {
-        return false;
-    }
-    if (_parser->get().version() / 10 != 1) {
-        sendAndClose(cannedResponse(505, "Only HTTP/1.0 and HTTP/1.1 are served.\n"));
+    if (result != 200) {
+        sendAndClose(errorResponse(result));
         return true;
     }
     _busy = true;
@@ -428,6 +445,67 @@ void HTTPConnection::fail(const char* what, const error_code& ec) {
 }
 
 void HTTPConnection::serve() {
+    for (;;) {
+        End end = End::Close;
+        try {
+            end = serveParsedRequest();
+        } catch (const std::exception& e) {
+            AdapterUtils::log(WHO, "Request from " + _peer + " failed: " + VELString(e.what()), 1);
+            end = End::Abort;
+        }
+        int next = end == End::Keep ? readHeadQuickly() : 0;
+        if (next == 200) {
+            continue;  // the next request is here: serve it on this thread
+        }
+        if (next < 0) {
+            end = End::Abort;
+        }
+        asio::post(_socket.get_executor(), [self = shared_from_this(), end, next] {
+            if (next > 200) {
+                self->_busy = false;
+                self->sendAndClose(self->errorResponse(next));
+            } else {
+                self->afterRequest(end);
+            }
+        });
+        return;
+    }
+}
+
+int HTTPConnection::readHeadQuickly() {
+    // A client that sends its next request at once is served by this worker
+    // without handing the connection to the I/O thread and back; the worker
+    // waits only briefly, and only when no other connection waits for one.
+    if (_tls || _server.isStopping() || _server.workers().queued() > 0) {
+        return 0;
+    }
+    _parser.emplace();
+    _parser->header_limit(_server.config().maxHeadSize);
+    _parser->body_limit(std::numeric_limits<std::uint64_t>::max());
+    const auto deadline = SocketLayer::Clock::now() + kQuickWait;
+    for (;;) {
+        int result = parseStep();
+        if (result != 0) {
+            return result;
+        }
+        std::size_t room = _buffer.max_size() - _buffer.size();
+        if (room == 0) {
+            return 431;
+        }
+        _plain.setReadDeadline(deadline);
+        error_code ec;
+        std::size_t n = _plain.read_some(_buffer.prepare(std::min<std::size_t>(room, 16384)), ec);
+        _buffer.commit(n);
+        if (ec == asio::error::timed_out) {
+            return 0;  // what arrived stays in the buffer for the I/O thread
+        }
+        if (ec) {
+            return -1;
+        }
+    }
+}
+
+HTTPConnection::End HTTPConnection::serveParsedRequest() {
     auto& message = _parser->get();
     VELHTTPRequest::Fields fields;
     fields.reserve(16);
@@ -443,15 +521,7 @@ void HTTPConnection::serve() {
         VELString(std::string_view(target.data(), target.size())),
         message.version() == 10 ? VELHTTPOperation::HTTP_1_0 : VELHTTPOperation::HTTP_1_1, fields);
     _parser.reset();
-    End end = End::Close;
-    try {
-        end = serveRequest(request);
-    } catch (const std::exception& e) {
-        AdapterUtils::log(WHO, "Request from " + _peer + " failed: " + VELString(e.what()), 1);
-        end = End::Abort;
-    }
-    asio::post(_socket.get_executor(),
-               [self = shared_from_this(), end] { self->afterRequest(end); });
+    return serveRequest(request);
 }
 
 HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {

@@ -77,7 +77,11 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     void readHead(bool idle);
     void readMore();
     void onRead(const boost::system::error_code& ec, std::size_t n);
+    // 0: more bytes needed; 200: a head is complete; else the status of the
+    // server's error answer.
+    int parseStep();
     bool parseBuffered();
+    static std::string errorResponse(int status);
     void armTimer(std::uint32_t milliseconds);
     void cancelTimer();
     void sendAndClose(std::string response);
@@ -88,7 +92,11 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
 
     // worker
     void serve();
+    End serveParsedRequest();
     End serveRequest(VELHTTPRequest& request);
+    // Waits briefly for the next head on the worker: as parseStep, or -1 when
+    // the connection failed.
+    int readHeadQuickly();
     End skipRestOfBody(const VELHTTPRequest& request, VELGenericHTTPIStream& in);
     void sendRaw(int status);
     SocketLayer& layer();

@@ -44,6 +44,11 @@ std::size_t WorkerPool::pending() const {
     return _queue.size() + _running;
 }
 
+std::size_t WorkerPool::queued() const {
+    std::lock_guard<std::mutex> lock(_m);
+    return _queue.size();
+}
+
 void WorkerPool::run() {
     std::unique_lock<std::mutex> lock(_m);
     for (;;) {

@@ -24,6 +24,8 @@ class WorkerPool {
     bool post(std::function<void()> task);
     // Tasks queued or running.
     std::size_t pending() const;
+    // Tasks queued and not yet taken by a thread.
+    std::size_t queued() const;
     // Refuses new tasks, lets the queued and running ones finish and joins
     // the threads. Waits at most timeout for them; returns false when some
     // task was still running then: the caller must then end the process
