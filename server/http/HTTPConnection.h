@@ -17,11 +17,15 @@
 #include <boost/beast/core/flat_buffer.hpp>
 // Beast 1.74's parser trips GCC 12's maybe-uninitialized analysis in
 // sanitizer builds (a boost::optional returned as none); the code is fine.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 #include <memory>
 #include <mutex>
 #include <optional>
