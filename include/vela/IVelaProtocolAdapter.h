@@ -46,7 +46,8 @@ class IVelaProtocolAdapter {
                               VELGenericHTTPOStream& out,
                               VELSmrPtr<tarn::security::ISecurityToken> securityToken,
                               bool& persistConnection, bool& clientStreamsImported) = 0;
-    // Slot 1: a request with the response the server prepared (status 200).
+    // Slot 1: a request with the response the server prepared (status 200,
+    // the request's protocol version). tarnd always calls this one.
     virtual void processInput(VELHTTPRequest& request, VELHTTPResponse& response,
                               VELGenericHTTPIStream& in, VELGenericHTTPOStream& out,
                               VELSmrPtr<tarn::security::ISecurityToken> securityToken,
