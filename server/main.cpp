@@ -1,60 +1,205 @@
 // tarnd: the TARN CIM object manager.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
 
+#include "core/AdapterRegistry.h"
+#include "core/CommandLine.h"
+#include "core/ObjectManagerContext.h"
 #include "core/SignalWaiter.h"
+#include "core/StateDirectory.h"
+#include "http/HTTPServer.h"
+#include "security/TLSCertificate.h"
+#include "security/UsersFile.h"
 #include "tarn/TraceLog.h"
 #include "vela/AdapterUtils.h"
+#include "vela/AuthenticationHelper.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VelaBaseException.h"
 
 namespace {
 
-void usage(std::ostream& os) {
-    os << "Usage: tarnd [--state-dir DIR]\n"
-          "  --state-dir DIR  directory of tarn.conf, the repository and the trace log\n"
-          "                   (default ./var; created when missing)\n"
-          "  --help           show this text\n";
+const char* const WHO = "tarnd";
+
+bool exists(const VELString& path) {
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0;
+}
+
+// The CIM-XML adapter installed beside the binary: ../lib, then the same directory.
+VELString defaultAdapterPath() {
+    char exe[PATH_MAX] = {};
+    ssize_t n = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
+    if (n <= 0) {
+        return VELString();
+    }
+    std::filesystem::path dir =
+        std::filesystem::path(std::string(exe, static_cast<std::size_t>(n))).parent_path();
+    for (const auto& candidate : {dir / ".." / "lib" / "libcimxmlpa.so", dir / "libcimxmlpa.so"}) {
+        if (std::filesystem::exists(candidate)) {
+            return VELString(candidate.lexically_normal().string());
+        }
+    }
+    return VELString();
+}
+
+// The port options replace the first port of their kind, add one, or (0) remove it.
+void applyPortOption(tarn::PortInfo::PortDataList& ports, std::optional<std::uint16_t> option,
+                     bool secure) {
+    if (!option) {
+        return;
+    }
+    auto it = std::find_if(ports.begin(), ports.end(),
+                           [&](const tarn::PortData& p) { return p.isSecure() == secure; });
+    if (*option == 0) {
+        if (it != ports.end()) {
+            ports.erase(it);
+        }
+    } else if (it != ports.end()) {
+        it->setPort(*option);
+    } else {
+        ports.emplace_back(*option, secure, true);
+    }
+}
+
+VELString configuredFile(const tarn::StateDirectory& state, const char* section, const char* key,
+                         const char* fallback) {
+    VELString name;
+    if (!TARNConfigManager::getInstance().getString(section, key, name) || name.isNull()) {
+        name = fallback;
+    }
+    return state.path(name);
+}
+
+int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
+    tarn::StateDirectory state(options.stateDir);
+    state.prepare();
+    state.ensureConfiguration();
+    TARNConfigManager::getInstance().load(state.path("tarn.conf"));
+    tarn::TraceLog::configure(state.getDirectory());
+    AdapterUtils::log(WHO,
+                      "TARN " TARN_VERSION " starting; state directory " + state.getDirectory(), 3);
+
+    auto portInfo = makeVELSmrPtr<tarn::PortInfo>();
+    VELString portPath = state.path("Port_settings.xml");
+    tarn::PortInfo::PortDataList ports;
+    if (exists(portPath)) {
+        portInfo->loadPortInfo(portPath);
+        ports = *portInfo->getPortData();
+    } else {
+        ports = {tarn::PortData(5988, false, true), tarn::PortData(5989, true, true)};
+    }
+    applyPortOption(ports, options.httpPort, false);
+    applyPortOption(ports, options.httpsPort, true);
+    portInfo->setPortData(ports);
+    state.ensurePortSettings(portPath, *portInfo);
+
+    tarn::ObjectManagerContext context(portInfo);
+    context.setState(IVelaOperationHandlerContext::STARTING);
+
+    std::uint32_t cacheSeconds = 300;
+    TARNConfigManager::getInstance().getUint32("Security", "AuthCacheSeconds", cacheSeconds);
+    VELString usersPath = configuredFile(state, "Security", "UsersFile", "users");
+    state.ensureUsers(usersPath);
+    AuthenticationHelper::setAuthenticator(
+        std::make_shared<tarn::UsersFile>(usersPath, std::chrono::seconds(cacheSeconds)));
+
+    std::shared_ptr<boost::asio::ssl::context> tls;
+    bool anySecure = std::any_of(ports.begin(), ports.end(),
+                                 [](const tarn::PortData& p) { return p.isSecure(); });
+    if (anySecure) {
+        VELString cert = configuredFile(state, "HTTPS", "CertificateFile", "server.crt");
+        VELString key = configuredFile(state, "HTTPS", "KeyFile", "server.key");
+        state.ensureCertificate(cert, key, portInfo->getHostName());
+        tls = tarn::TLSCertificate::makeServerContext(cert, key);
+        AdapterUtils::log(WHO,
+                          "TLS certificate " + cert + "; SHA-256 fingerprint " +
+                              tarn::TLSCertificate::fingerprint(cert),
+                          3);
+    }
+
+    tarn::AdapterRegistry adapters(context);
+    if (options.adapters.empty()) {
+        VELString path = defaultAdapterPath();
+        if (path.isNull()) {
+            AdapterUtils::log(WHO,
+                              "No CIM-XML adapter (libcimxmlpa.so) next to the binary; "
+                              "requests will find no protocol adapter",
+                              2);
+        } else {
+            adapters.load(path);
+        }
+    } else {
+        for (const auto& path : options.adapters) {
+            adapters.load(path);
+        }
+    }
+
+    tarn::HTTPServerConfig config = tarn::HTTPServerConfig::fromConfiguration();
+    if (options.listen) {
+        config.listenAddress = *options.listen;
+    }
+    tarn::HTTPServer server(config, context, adapters, tls);
+    VELString listening;
+    for (const tarn::PortData& p : ports) {
+        std::uint16_t bound = server.listen(config.listenAddress,
+                                            static_cast<std::uint16_t>(p.getPort()), p.isSecure());
+        listening += VELString(p.isSecure() ? "; https port " : "; http port ") +
+                     VELString::valueOf(static_cast<unsigned>(bound));
+    }
+    server.start();
+    context.setState(IVelaOperationHandlerContext::STARTED);
+    std::cout << "tarnd " TARN_VERSION " running; state directory " << state.getDirectory()
+              << listening << std::endl;
+
+    int sig = signals.wait();
+    AdapterUtils::log(WHO, VELString("Stopping on signal ") + strsignal(sig), 3);
+    context.setState(IVelaOperationHandlerContext::SHUTTING_DOWN);
+    if (!server.stop()) {
+        // A request is stuck outside any I/O: end without waiting for it.
+        AdapterUtils::log(WHO, "Exiting with a request still running", 1);
+        std::_Exit(1);
+    }
+    context.setState(IVelaOperationHandlerContext::SHUT_DOWN);
+    AuthenticationHelper::setAuthenticator(nullptr);
+    std::cout << "tarnd stopped" << std::endl;
+    return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::string stateDir = "./var";
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
-            usage(std::cout);
-            return 0;
-        }
-        if (std::strcmp(argv[i], "--state-dir") == 0 && i + 1 < argc) {
-            stateDir = argv[++i];
-            continue;
-        }
-        std::cerr << "tarnd: unknown argument '" << argv[i] << "'\n";
-        usage(std::cerr);
+    tarn::CommandLine options;
+    try {
+        options = tarn::CommandLine::parse(argc, argv);
+    } catch (const VelaBaseException& e) {
+        std::cerr << "tarnd: " << e.getMessage() << "\n";
+        tarn::CommandLine::usage(std::cerr);
         return 2;
     }
-    tarn::SignalWaiter signals;
+    if (options.help) {
+        tarn::CommandLine::usage(std::cout);
+        return 0;
+    }
+    if (options.version) {
+        std::cout << "tarnd " TARN_VERSION "\n";
+        return 0;
+    }
+    tarn::SignalWaiter signals;  // before any thread starts
     try {
-        std::filesystem::create_directories(stateDir);
-        auto conf = std::filesystem::path(stateDir) / "tarn.conf";
-        if (std::filesystem::exists(conf)) {
-            TARNConfigManager::getInstance().load(VELString(conf.string()));
-        }
-        tarn::TraceLog::configure(VELString(stateDir));
+        return run(options, signals);
     } catch (const VelaBaseException& e) {
+        AdapterUtils::log(WHO, e.getMessage(), 1);
         std::cerr << "tarnd: " << e.getMessage() << "\n";
         return 1;
     } catch (const std::exception& e) {
+        AdapterUtils::log(WHO, e.what(), 1);
         std::cerr << "tarnd: " << e.what() << "\n";
         return 1;
     }
-    AdapterUtils::log("tarnd", "TARN " TARN_VERSION " starting; state directory " + stateDir, 3);
-    std::cout << "tarnd " TARN_VERSION " running; state directory " << stateDir
-              << "; stop with Ctrl-C" << std::endl;
-    int sig = signals.wait();
-    AdapterUtils::log("tarnd", VELString("Stopping on signal ") + strsignal(sig), 3);
-    std::cout << "tarnd stopped" << std::endl;
-    return 0;
 }

@@ -1,0 +1,3 @@
+#include "vela/VELSocket.h"
+
+VELSocket::~VELSocket() = default;

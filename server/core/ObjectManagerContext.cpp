@@ -1,0 +1,85 @@
+#include "core/ObjectManagerContext.h"
+
+#include "vela/AdapterUtils.h"
+#include "vela/VELHTTPRequest.h"
+
+namespace tarn {
+
+namespace {
+const char* const WHO = "tarn::ObjectManagerContext";
+}
+
+ObjectManagerContext::ObjectManagerContext(VELSmrPtr<PortInfo> portInfo)
+    : _portInfo(portInfo ? portInfo : makeVELSmrPtr<PortInfo>()) {}
+
+IVelaOperationHandlerContext::CIMOMState ObjectManagerContext::getCurrentState() const {
+    return _state.load();
+}
+
+void ObjectManagerContext::setState(CIMOMState state) {
+    _state.store(state);
+    AdapterUtils::log(WHO, VELString("Object manager state: ") + stateName(state), 3);
+}
+
+void ObjectManagerContext::registerRequest(const VELHTTPRequest&) {
+    _requests.fetch_add(1);
+}
+
+std::uint64_t ObjectManagerContext::getRegisteredRequests() const {
+    return _requests.load();
+}
+
+void ObjectManagerContext::logRequest(const VELHTTPRequest& request) {
+    if (!AdapterUtils::isLogged(4)) {
+        return;
+    }
+    VELString line =
+        request.getMethod() + " " + request.getRequestURI() + " " + request.getProtocol();
+    // The CIM headers say what is asked, plain or in an extension group.
+    for (const char* name :
+         {"CIMOperation", "CIMMethod", "CIMObject", "CIMExport", "CIMExportMethod"}) {
+        const VELString* v = request.getHeaderField(name);
+        if (!v) {
+            for (const auto& g : request.getExtHeaderGroups()) {
+                if ((v = g->getHeaderField(name)) != nullptr) {
+                    break;
+                }
+            }
+        }
+        if (v) {
+            line += VELString("; ") + name + ": " + *v;
+        }
+    }
+    line += "; Content-Length: " +
+            VELString::valueOf(static_cast<long long>(request.getContentLength()));
+    AdapterUtils::log(WHO, line, 4);
+}
+
+VELSmrPtr<PortInfo> ObjectManagerContext::getPortInfo() const {
+    return _portInfo;
+}
+
+VELString ObjectManagerContext::getHostName() const {
+    return _portInfo->getHostName();
+}
+
+VELSmrPtr<IVelaClass> ObjectManagerContext::getClass(const VELString& nameSpace,
+                                                     const VELString& className) {
+    std::shared_ptr<const ClassLookup> lookup;
+    {
+        std::lock_guard<std::mutex> lock(_m);
+        lookup = _classLookup;
+    }
+    if (!lookup || !*lookup) {
+        return nullptr;
+    }
+    return (*lookup)(nameSpace, className);
+}
+
+void ObjectManagerContext::setClassLookup(ClassLookup lookup) {
+    auto p = lookup ? std::make_shared<const ClassLookup>(std::move(lookup)) : nullptr;
+    std::lock_guard<std::mutex> lock(_m);
+    _classLookup = std::move(p);
+}
+
+}  // namespace tarn

@@ -1,0 +1,101 @@
+// tarn::HTTPServer: the object manager's HTTP and HTTPS front.
+//
+// One I/O thread accepts connections on every listening port, performs TLS
+// handshakes and reads request heads, each with its deadline; a bounded pool
+// of workers runs one busy connection each (see HTTPConnection). Connections
+// past the cap get "503 Service Unavailable" and are closed.
+//
+// stop() is the graceful shutdown: no new connections, idle connections
+// closed, requests in flight given the grace period to finish; after it the
+// remaining sockets are shut down so that their workers unwind.
+#pragma once
+
+#include <atomic>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+#include "core/AdapterRegistry.h"
+#include "core/ObjectManagerContext.h"
+#include "http/HTTPServerConfig.h"
+#include "http/WorkerPool.h"
+
+namespace tarn {
+
+class HTTPConnection;
+
+class HTTPServer {
+  public:
+    // tls: the server context for secure ports (null when there are none).
+    HTTPServer(const HTTPServerConfig& config, ObjectManagerContext& context,
+               AdapterRegistry& adapters, std::shared_ptr<boost::asio::ssl::context> tls);
+    ~HTTPServer();
+    HTTPServer(const HTTPServer&) = delete;
+    HTTPServer& operator=(const HTTPServer&) = delete;
+
+    // Opens a listening socket (port 0: any free port) and returns its port.
+    // Throws VelaBaseException ("Network") when it cannot.
+    std::uint16_t listen(const VELString& address, std::uint16_t port, bool secure);
+    // Starts the worker pool and the I/O thread, which accepts from now on.
+    void start();
+    // Graceful shutdown (see above). False when a worker did not end within
+    // the bounds; the process must then exit without destroying the server.
+    bool stop();
+
+    bool isStopping() const { return _stopping.load(std::memory_order_acquire); }
+    std::size_t openConnections() const;
+
+    const HTTPServerConfig& config() const { return _config; }
+    ObjectManagerContext& context() { return _context; }
+    AdapterRegistry& adapters() { return _adapters; }
+    WorkerPool& workers() { return *_workers; }
+    boost::asio::io_context& io() { return _io; }
+
+    // Connection bookkeeping, called by HTTPConnection.
+    void connectionStarted(const std::shared_ptr<HTTPConnection>& connection);
+    void connectionEnded(HTTPConnection* connection, bool serving);
+
+  private:
+    struct Listener {
+        boost::asio::ip::tcp::acceptor acceptor;
+        bool secure;
+        std::unique_ptr<boost::asio::steady_timer> retry;
+    };
+    void accept(std::size_t index);
+    void onAccept(std::size_t index, boost::system::error_code ec,
+                  boost::asio::ip::tcp::socket socket);
+    std::vector<std::shared_ptr<HTTPConnection>> liveConnections();
+    bool waitForConnections(std::chrono::milliseconds timeout);
+
+    HTTPServerConfig _config;
+    ObjectManagerContext& _context;
+    AdapterRegistry& _adapters;
+    std::shared_ptr<boost::asio::ssl::context> _tls;
+    std::atomic<bool> _stopping{false};
+
+    // Declared before the I/O objects: connections end (and unregister) while
+    // the io_context is destroyed.
+    mutable std::mutex _m;
+    std::condition_variable _cv;
+    std::unordered_map<HTTPConnection*, std::weak_ptr<HTTPConnection>> _connections;
+    std::size_t _serving = 0;
+    std::size_t _rejecting = 0;
+
+    boost::asio::io_context _io;
+    std::optional<boost::asio::executor_work_guard<boost::asio::io_context::executor_type>> _work;
+    std::vector<std::unique_ptr<Listener>> _listeners;
+    std::unique_ptr<WorkerPool> _workers;
+    std::thread _ioThread;
+    bool _started = false;
+    bool _stopped = false;
+};
+
+}  // namespace tarn

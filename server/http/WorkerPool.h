@@ -1,0 +1,48 @@
+// tarn::WorkerPool: a fixed number of threads that run posted tasks in
+// order. The HTTP server runs one busy connection per task.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace tarn {
+
+class WorkerPool {
+  public:
+    explicit WorkerPool(std::size_t threads);
+    ~WorkerPool();
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+
+    // Queues a task; false (task dropped) once the pool is stopping.
+    bool post(std::function<void()> task);
+    // Tasks queued or running.
+    std::size_t pending() const;
+    // Tasks queued and not yet taken by a thread.
+    std::size_t queued() const;
+    // Refuses new tasks, lets the queued and running ones finish and joins
+    // the threads. Waits at most timeout for them; returns false when some
+    // task was still running then: the caller must then end the process
+    // without destroying the pool (whose destructor joins every thread).
+    bool stop(std::chrono::milliseconds timeout);
+
+  private:
+    void run();
+
+    mutable std::mutex _m;
+    std::condition_variable _cv;
+    std::condition_variable _idle;
+    std::deque<std::function<void()>> _queue;
+    std::size_t _running = 0;
+    std::size_t _alive = 0;
+    bool _stopping = false;
+    std::vector<std::thread> _threads;
+};
+
+}  // namespace tarn

@@ -1,0 +1,253 @@
+// The HTTP server of a running tarnd, driven with raw HTTP through the test
+// adapter plug-in: framing, keep-alive, extension headers, hostile and slow
+// clients, the connection cap, and the server's own answers.
+#include <gtest/gtest.h>
+
+#include "TarndFixture.h"
+
+namespace tarntest {
+namespace {
+
+std::string pattern(std::size_t n) {
+    std::string s(n, '\0');
+    for (std::size_t i = 0; i < n; ++i) {
+        s[i] = "0123456789abcdef"[i % 16];
+    }
+    return s;
+}
+
+class HttpServerTest : public TarndFixture {};
+
+TEST_F(HttpServerTest, EachFramingIsReadBackExactly) {
+    startTarnd();
+    struct Case {
+        const char* framing;
+        std::size_t size;
+        std::size_t piece;
+        Response::Framing expected;
+        std::size_t minChunks;
+    };
+    const Case cases[] = {
+        {"Chunked", 0, 0, Response::Chunked, 0},
+        {"Chunked", 5, 0, Response::Chunked, 1},
+        {"Chunked", 100000, 1000, Response::Chunked, 100},  // one chunk per flush
+        {"Chunked", 100000, 0, Response::Chunked, 1},       // one large write
+        {"Full", 0, 0, Response::Length, 0},
+        {"Full", 100000, 999, Response::Length, 0},
+        {"NotEncoded", 0, 0, Response::Close, 0},
+        {"NotEncoded", 100000, 4096, Response::Close, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.framing) + " " + std::to_string(c.size));
+        Socket s = Socket::connect(httpPort);
+        s.send(request("generate", std::string("X-Framing: ") + c.framing +
+                                       "\r\nX-Size: " + std::to_string(c.size) +
+                                       "\r\nX-Piece: " + std::to_string(c.piece) + "\r\n"));
+        ResponseReader reader(s);
+        Response r = reader.read(in(10s));
+        EXPECT_EQ(r.status, 200);
+        EXPECT_EQ(r.framing, c.expected);
+        EXPECT_EQ(r.body, pattern(c.size));
+        EXPECT_GE(r.chunks, c.minChunks);
+        if (c.expected == Response::Length) {
+            EXPECT_EQ(r.header("Content-Length"), std::to_string(c.size));
+        }
+        if (c.expected == Response::Close) {
+            EXPECT_EQ(r.header("Connection"), "close");
+        } else {
+            // The connection stays for another request.
+            s.send(request("ping"));
+            EXPECT_EQ(reader.read(in(10s)).body, "pong");
+        }
+    }
+}
+
+TEST_F(HttpServerTest, Http10GetsCloseDelimitedOrKeepAliveFullBodies) {
+    startTarnd();
+    // Chunks are not for HTTP/1.0: the body ends with the connection.
+    Response r = exchange(request("echo", "X-Framing: Chunked\r\n", "hello", "HTTP/1.0"));
+    EXPECT_EQ(r.version, "HTTP/1.0");
+    EXPECT_EQ(r.framing, Response::Close);
+    EXPECT_EQ(r.body, "hello");
+
+    Socket s = Socket::connect(httpPort);
+    ResponseReader reader(s);
+    for (int i = 0; i < 3; ++i) {
+        s.send(request("echo", "Connection: keep-alive\r\nX-Framing: Full\r\n", "abc", "HTTP/1.0"));
+        Response k = reader.read(in(10s));
+        EXPECT_EQ(k.body, "abc");
+        EXPECT_EQ(k.header("Connection"), "keep-alive");
+    }
+}
+
+TEST_F(HttpServerTest, KeepAliveServesManyRequestsIncludingPipelinedOnes) {
+    startTarnd();
+    Socket s = Socket::connect(httpPort);
+    ResponseReader reader(s);
+    std::string peer;
+    for (int i = 0; i < 6; ++i) {
+        std::string body = pattern(static_cast<std::size_t>(i) * 7000);
+        s.send(request("echo", i % 2 ? "X-Framing: Full\r\n" : "X-Framing: Chunked\r\n", body));
+        Response r = reader.read(in(10s));
+        ASSERT_EQ(r.status, 200);
+        EXPECT_EQ(r.body, body);
+        EXPECT_EQ(r.find("Connection"), nullptr);
+    }
+    // Three requests in one write, one with a chunked body and one whose
+    // body the adapter does not read.
+    s.send(request("echo", "Transfer-Encoding: chunked\r\n", "3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n") +
+           request("ping", "", "ignored body") + request("info"));
+    EXPECT_EQ(reader.read(in(10s)).body, "abcde");
+    EXPECT_EQ(reader.read(in(10s)).body, "pong");
+    Response info = reader.read(in(10s));
+    EXPECT_NE(info.body.find("persist=1\n"), std::string::npos) << info.body;
+    EXPECT_NE(info.body.find("class=null\n"), std::string::npos) << info.body;
+    // "Connection: close" from the client ends it after the answer.
+    s.send(request("ping", "Connection: close\r\n"));
+    Response last = reader.read(in(10s));
+    EXPECT_EQ(last.header("Connection"), "close");
+    EXPECT_TRUE(s.waitClosed(in(5s)));
+}
+
+TEST_F(HttpServerTest, ExtensionHeaderGroupsOfMPostAreFoundByPlainName) {
+    startTarnd();
+    std::string r = "M-POST /cimom HTTP/1.1\r\nHost: localhost\r\nAuthorization: " + auth() +
+                    "\r\n"
+                    "Man: \"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=73\r\n"
+                    "Opt: http://tarn.example/test ; ns=12\r\n"
+                    "73-CIMOperation: MethodCall\r\n73-CIMMethod: GetClass\r\n"
+                    "CIMMethod: NotThisOne\r\n12-TestOp: info\r\nContent-Length: 0\r\n\r\n";
+    Response resp = exchange(r);
+    ASSERT_EQ(resp.status, 200) << resp.body;
+    EXPECT_NE(resp.body.find("method=M-POST\n"), std::string::npos);
+    EXPECT_NE(resp.body.find("groups=2\n"), std::string::npos);
+    EXPECT_NE(resp.body.find("cim-prefix=73\n"), std::string::npos);
+    EXPECT_NE(resp.body.find("cim-CIMOperation=MethodCall\n"), std::string::npos);
+    EXPECT_NE(resp.body.find("cim-CIMMethod=GetClass\n"), std::string::npos);
+    EXPECT_NE(resp.body.find("cim-CIMObject=(none)\n"), std::string::npos);
+    // A prefix that no declaration binds is no group header.
+    Response none = exchange("M-POST /cimom HTTP/1.1\r\nHost: x\r\n12-TestOp: info\r\n\r\n");
+    EXPECT_EQ(none.status, 404);
+}
+
+TEST_F(HttpServerTest, RequestSplitIntoSingleBytesIsServed) {
+    startTarnd();
+    std::string body = pattern(300);
+    std::string raw = request("echo", "X-Framing: Full\r\n", body);
+    Socket s = Socket::connect(httpPort);
+    for (char c : raw) {
+        s.send(std::string_view(&c, 1));
+    }
+    ResponseReader reader(s);
+    Response r = reader.read(in(10s));
+    EXPECT_EQ(r.status, 200);
+    EXPECT_EQ(r.body, body);
+}
+
+TEST_F(HttpServerTest, ExpectContinueIsAnsweredWhenTheBodyIsRead) {
+    startTarnd();
+    Socket s = Socket::connect(httpPort);
+    s.send(head("echo", "Expect: 100-continue\r\nContent-Length: 4\r\n") + "\r\n");
+    // The server asks for the body before it answers.
+    std::string got = s.readSome(in(10s));
+    EXPECT_EQ(got.rfind("HTTP/1.1 100 Continue\r\n\r\n", 0), 0u) << got;
+    s.send("data");
+    ResponseReader reader(s);
+    EXPECT_EQ(reader.read(in(10s)).body, "data");
+}
+
+TEST_F(HttpServerTest, HeadLargerThanTheLimitIs431AndOthersAreServed) {
+    startTarnd("MaxHeaderSize = 2048\n");
+    Response big = exchange(request("ping", "X-Filler: " + std::string(4000, 'x') + "\r\n"));
+    EXPECT_EQ(big.status, 431);
+    EXPECT_EQ(big.header("Connection"), "close");
+    Response fine = exchange(request("ping", "X-Filler: " + std::string(1000, 'x') + "\r\n"));
+    EXPECT_EQ(fine.status, 200);
+    // Garbage is a 400, and the version must be 1.x.
+    EXPECT_EQ(exchange("\x01\x02 nonsense\r\n\r\n").status, 400);
+    EXPECT_EQ(exchange("POST /test HTTP/2.0\r\nTestOp: ping\r\n\r\n").status, 505);
+}
+
+TEST_F(HttpServerTest, SilentClientIsReleasedAtTheDeadlineWhileOthersAreServed) {
+    startTarnd("HeaderTimeoutMs = 600\nWorkerThreads = 1\n");
+    auto start = Clock::now();
+    Socket silent = Socket::connect(httpPort);
+    Socket partial = Socket::connect(httpPort);
+    partial.send("POST /test HTTP/1.1\r\nHost: x\r\n");  // never finished
+    // With one worker, both are waiting for heads without holding it.
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(exchange(request("ping"), in(2s)).body, "pong");
+    }
+    EXPECT_TRUE(silent.waitClosed(in(5s)));
+    EXPECT_TRUE(partial.waitClosed(in(5s)));
+    EXPECT_GE(Clock::now() - start, 500ms);
+}
+
+TEST_F(HttpServerTest, IdleKeptConnectionIsClosedAfterTheKeepAliveTime) {
+    startTarnd("KeepAliveTimeoutMs = 400\n");
+    Socket s = Socket::connect(httpPort);
+    s.send(request("ping"));
+    ResponseReader reader(s);
+    EXPECT_EQ(reader.read(in(5s)).body, "pong");
+    auto answered = Clock::now();
+    EXPECT_TRUE(s.waitClosed(in(5s)));
+    EXPECT_GE(Clock::now() - answered, 300ms);
+}
+
+TEST_F(HttpServerTest, ConnectionsPastTheCapGet503) {
+    startTarnd("MaxConnections = 3\n");
+    std::vector<Socket> held;
+    for (int i = 0; i < 3; ++i) {
+        held.push_back(Socket::connect(httpPort));
+        held.back().send(request("ping"));
+        ResponseReader reader(held.back());
+        ASSERT_EQ(reader.read(in(10s)).status, 200);  // served, and kept open
+    }
+    Response refused = exchange(request("ping"));
+    EXPECT_EQ(refused.status, 503);
+    EXPECT_EQ(refused.header("Connection"), "close");
+    EXPECT_EQ(refused.header("Retry-After"), "1");
+    // Once one closes, a new connection is served again.
+    held.pop_back();
+    auto deadline = in(10s);
+    int status = 0;
+    while (Clock::now() < deadline && (status = exchange(request("ping")).status) == 503) {
+    }
+    EXPECT_EQ(status, 200);
+}
+
+TEST_F(HttpServerTest, ServerAnswersWhatNoAdapterServesAndAdapterFailures) {
+    startTarnd();
+    Response none = exchange("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_EQ(none.status, 404);
+    EXPECT_EQ(none.body, "No protocol adapter serves this request.\n");
+
+    // A VELHTTPException: the adapter's answer, then the connection closes
+    // without the server reading the rest of the body.
+    Socket s = Socket::connect(httpPort);
+    s.send(head("reject", "Content-Length: 1000000\r\n") + "\r\npartial");
+    ResponseReader reader(s);
+    Response rejected = reader.read(in(10s));
+    EXPECT_EQ(rejected.status, 400);
+    EXPECT_EQ(rejected.header("Content-Length"), "0");
+    EXPECT_TRUE(s.waitClosed(in(5s)));
+
+    Response failed = exchange(request("fail"));
+    EXPECT_EQ(failed.status, 500);
+    EXPECT_EQ(failed.header("Connection"), "close");
+}
+
+TEST_F(HttpServerTest, ClientThatStopsReadingDoesNotHoldTheServer) {
+    startTarnd("IOTimeoutMs = 500\nWorkerThreads = 1\n");
+    Socket greedy = Socket::connect(httpPort);
+    int small = 4096;
+    ::setsockopt(greedy.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
+    greedy.send(request("generate", "X-Size: 50000000\r\nX-Piece: 65536\r\n"));
+    // The only worker writes to a client that reads nothing; at the write
+    // deadline it gives up and serves the next client.
+    Response r = exchange(request("ping"), in(10s));
+    EXPECT_EQ(r.body, "pong");
+}
+
+}  // namespace
+}  // namespace tarntest

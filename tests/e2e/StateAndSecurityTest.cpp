@@ -1,0 +1,272 @@
+// tarnd as a process: first-start files, the command line, authentication
+// against the users file and its administration with tarn-user, HTTPS, and
+// graceful shutdown.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "TarndFixture.h"
+
+namespace tarntest {
+namespace {
+
+unsigned modeOf(const std::filesystem::path& p) {
+    struct stat st {};
+    EXPECT_EQ(::stat(p.c_str(), &st), 0) << p;
+    return st.st_mode & 0777;
+}
+
+// Runs a program to its end and returns its exit status and output.
+std::pair<int, std::string> runProgram(const std::vector<std::string>& argv,
+                                       const std::string& input = std::string()) {
+    ChildProcess p;
+    p.start(argv, input);
+    auto status = p.waitExit(in(60s));
+    return {status.value_or(-1), p.output()};
+}
+
+std::string tool(const char* name) {
+    return std::string(TARN_BIN_DIR) + "/" + name;
+}
+
+class StateAndSecurityTest : public TarndFixture {};
+
+TEST_F(StateAndSecurityTest, FirstStartCreatesStateWithSafeDefaultsAndKeepsItLater) {
+    std::filesystem::path state = dir.path() / "state";
+    ChildProcess first;
+    httpPort = freePort();
+    first.start({tool("tarnd"), "--state-dir", state.string(), "--http-port",
+                 std::to_string(httpPort), "--https-port", std::to_string(freePort()), "--adapter",
+                 adapterPath()});
+    ASSERT_TRUE(first.waitForOutput("running;", in(30s))) << first.output();
+    EXPECT_EQ(modeOf(state), 0700u);
+    for (const char* f : {"admin.password", "users", "server.key"}) {
+        EXPECT_EQ(modeOf(state / f), 0600u) << f;
+    }
+    for (const char* f : {"tarn.conf", "Port_settings.xml", "server.crt"}) {
+        EXPECT_TRUE(std::filesystem::exists(state / f)) << f;
+    }
+    std::string pw = trimmed(readFile(state / "admin.password"));
+    EXPECT_GE(pw.size(), 20u);
+    std::string users = readFile(state / "users");
+    EXPECT_NE(users.find("\nadmin:admin:pbkdf2-sha256$600000$"), std::string::npos) << users;
+    EXPECT_EQ(users.find(pw), std::string::npos);
+    EXPECT_NE(readFile(state / "Port_settings.xml")
+                  .find("number=\"" + std::to_string(httpPort) + "\" secure=\"false\""),
+              std::string::npos);
+    EXPECT_NE(readFile(state / "tarn.conf").find(";MaxConnections = 256"), std::string::npos);
+    std::string log = readFile(state / "trace.log");
+    EXPECT_NE(log.find("its password is in " + (state / "admin.password").string()),
+              std::string::npos)
+        << log;
+    EXPECT_NE(log.find("Generated a self-signed TLS certificate"), std::string::npos);
+    EXPECT_NE(log.find("SHA-256 fingerprint "), std::string::npos);
+    first.signal(SIGTERM);
+    ASSERT_EQ(first.waitExit(in(15s)), std::optional<int>(0)) << first.output();
+
+    // A second start keeps everything, including the password.
+    ChildProcess second;
+    second.start({tool("tarnd"), "--state-dir", state.string(), "--https-port", "0", "--adapter",
+                  adapterPath()});
+    ASSERT_TRUE(second.waitForOutput("running;", in(30s))) << second.output();
+    EXPECT_EQ(trimmed(readFile(state / "admin.password")), pw);
+    EXPECT_EQ(readFile(state / "users"), users);
+    EXPECT_NE(second.output().find("http port " + std::to_string(httpPort)), std::string::npos);
+    EXPECT_EQ(second.output().find("https port"), std::string::npos);
+    second.signal(SIGINT);
+    EXPECT_EQ(second.waitExit(in(15s)), std::optional<int>(0));
+}
+
+TEST_F(StateAndSecurityTest, CommandLineIsExplainedAndCheckedAndBadAdaptersStopTheStart) {
+    auto help = runProgram({tool("tarnd"), "--help"});
+    EXPECT_EQ(help.first, 0);
+    for (const char* option : {"--state-dir", "--listen", "--http-port", "--https-port",
+                               "--adapter", "admin.password", "Port_settings.xml", "SIGTERM"}) {
+        EXPECT_NE(help.second.find(option), std::string::npos) << option;
+    }
+    EXPECT_EQ(runProgram({tool("tarnd"), "--http-port", "70000"}).first, 2);
+    EXPECT_EQ(runProgram({tool("tarnd"), "--frobnicate"}).first, 2);
+    auto bad = runProgram({tool("tarnd"), "--state-dir", (dir.path() / "s").string(),
+                           "--https-port", "0", "--http-port", std::to_string(freePort()),
+                           "--adapter", (dir.path() / "missing.so").string()});
+    EXPECT_EQ(bad.first, 1);
+    EXPECT_NE(bad.second.find("cannot load protocol adapter"), std::string::npos) << bad.second;
+}
+
+TEST_F(StateAndSecurityTest, BasicAuthenticationAgainstTheUsersFile) {
+    startTarnd();
+    struct Case {
+        const char* name;
+        std::string authorization;  // empty: no header
+    };
+    const Case failures[] = {
+        {"missing", ""},
+        {"wrong password", basicAuth("admin", "not-the-password")},
+        {"unknown user", basicAuth("mallory", password)},
+        {"not base64", "Basic !!!"},
+        {"no colon", "Basic " + base64("admin")},
+        {"other scheme", "Bearer abc"},
+    };
+    for (const Case& c : failures) {
+        SCOPED_TRACE(c.name);
+        Socket s = Socket::connect(httpPort);
+        std::string r = "POST /test HTTP/1.1\r\nHost: x\r\nTestOp: info\r\nContent-Length: 5\r\n";
+        if (!c.authorization.empty()) {
+            r += "Authorization: " + c.authorization + "\r\n";
+        }
+        s.send(r + "\r\nhello");
+        ResponseReader reader(s);
+        Response denied = reader.read(in(10s));
+        EXPECT_EQ(denied.status, 401);
+        EXPECT_EQ(denied.reason, "Unauthorized");
+        EXPECT_EQ(denied.header("WWW-Authenticate"), "Basic realm=\"tarn\"");
+        EXPECT_EQ(denied.header("Content-Length"), "0");
+        // The connection stays usable: the client retries with credentials.
+        s.send(request("info"));
+        Response ok = reader.read(in(10s));
+        EXPECT_EQ(ok.status, 200);
+        EXPECT_NE(ok.body.find("user=admin\nroles=reader,writer,admin\n"), std::string::npos);
+    }
+    ASSERT_TRUE(tarnd.waitForOutput("wrong password for user 'admin'", in(5s))) << tarnd.output();
+    EXPECT_TRUE(tarnd.waitForOutput("unknown user 'mallory'", in(5s)));
+    EXPECT_EQ(tarnd.output().find("not-the-password"), std::string::npos);
+}
+
+TEST_F(StateAndSecurityTest, TarnUserChangesTakeEffectInTheRunningServer) {
+    startTarnd();
+    const std::string state = dir.path().string();
+    auto statusAs = [&](const std::string& user, const std::string& pw,
+                        std::string* body = nullptr) {
+        std::string r = "POST /test HTTP/1.1\r\nHost: x\r\nTestOp: info\r\nAuthorization: " +
+                        basicAuth(user, pw) + "\r\nContent-Length: 0\r\n\r\n";
+        Response resp = exchange(r);
+        if (body) {
+            *body = resp.body;
+        }
+        return resp.status;
+    };
+    auto add = runProgram({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "first-pw\n");
+    ASSERT_EQ(add.first, 0) << add.second;
+    std::string body;
+    EXPECT_EQ(statusAs("bob", "first-pw", &body), 200);
+    EXPECT_NE(body.find("user=bob\nroles=reader\n"), std::string::npos) << body;
+
+    EXPECT_EQ(
+        runProgram({tool("tarn-user"), "--state-dir", state, "passwd", "bob"}, "second-pw\n").first,
+        0);
+    EXPECT_EQ(statusAs("bob", "first-pw"), 401);
+    EXPECT_EQ(statusAs("bob", "second-pw"), 200);
+
+    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "role", "bob", "writer"}).first,
+              0);
+    EXPECT_EQ(statusAs("bob", "second-pw", &body), 200);
+    EXPECT_NE(body.find("roles=reader,writer\n"), std::string::npos) << body;
+
+    auto list = runProgram({tool("tarn-user"), "--state-dir", state, "list"});
+    EXPECT_EQ(list.second, "admin admin\nbob writer\n");
+
+    // Mistakes are refused and change nothing.
+    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "x\n").first, 1);
+    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "add", "b:ad"}, "x\n").first, 2);
+    EXPECT_EQ(
+        runProgram({tool("tarn-user"), "--state-dir", state, "add", "eve", "--role", "root"}, "x\n")
+            .first,
+        2);
+    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "add", "eve"}, "").first, 2);
+
+    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "remove", "bob"}).first, 0);
+    EXPECT_EQ(statusAs("bob", "second-pw"), 401);
+    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "list"}).second,
+              "admin admin\n");
+    EXPECT_EQ(modeOf(dir.path() / "users"), 0600u);
+}
+
+TEST_F(StateAndSecurityTest, HttpsServesWithTheGeneratedCertificateFromTls12On) {
+    startTarnd("", true);
+    const std::string cert = (dir.path() / "server.crt").string();
+    const std::string url = "https://localhost:" + std::to_string(httpsPort) + "/test";
+    const std::string out = (dir.path() / "body").string();
+    auto curl = [&](std::vector<std::string> extra) {
+        std::vector<std::string> argv = {
+            "/usr/bin/curl", "-sS", "--cacert", cert, "-u", "admin:" + password, "-o", out, "-w",
+            "%{http_code}",  "-X",  "POST",     "-d", ""};
+        argv.insert(argv.end(), extra.begin(), extra.end());
+        argv.push_back(url);
+        return runProgram(argv);
+    };
+    auto info = curl({"-H", "TestOp: info"});
+    ASSERT_EQ(info.first, 0) << info.second;
+    EXPECT_EQ(info.second, "200");
+    EXPECT_NE(readFile(out).find("secure=1\n"), std::string::npos) << readFile(out);
+    EXPECT_NE(readFile(out).find("url=https://"), std::string::npos);
+
+    for (const char* framing : {"Chunked", "Full", "NotEncoded"}) {
+        auto big = curl({"-H", "TestOp: generate", "-H", "X-Size: 300000", "-H", "X-Piece: 7000",
+                         "-H", std::string("X-Framing: ") + framing});
+        EXPECT_EQ(big.first, 0) << framing << ": " << big.second;
+        std::string body = readFile(out);
+        EXPECT_EQ(body.size(), 300000u) << framing;
+        EXPECT_EQ(body.substr(299984), "0123456789abcdef") << framing;
+    }
+    // Older protocol versions are refused in the handshake.
+    auto old = curl({"-H", "TestOp: ping", "--tlsv1.1", "--tls-max", "1.1"});
+    EXPECT_NE(old.first, 0) << old.second;
+    // Plain HTTP on the TLS port gets no answer, and the server goes on.
+    Socket plain = Socket::connect(httpsPort);
+    plain.send(request("ping"));
+    EXPECT_TRUE(plain.waitClosed(in(10s)));
+    EXPECT_EQ(curl({"-H", "TestOp: ping"}).second, "200");
+}
+
+TEST_F(StateAndSecurityTest, StopSignalLetsTheRequestInFlightFinish) {
+    startTarnd();
+    Socket s = Socket::connect(httpPort);
+    s.send(head("wait", "Content-Length: 10\r\n") + "\r\n12345");
+    ResponseReader reader(s);
+    std::string got;
+    while (got.find("started") == std::string::npos) {
+        std::string more = s.readSome(in(10s));
+        ASSERT_FALSE(more.empty());
+        got += more;
+    }
+    tarnd.signal(SIGTERM);
+    ASSERT_TRUE(tarnd.waitForOutput("Object manager state: SHUTTING_DOWN", in(10s)));
+    ASSERT_TRUE(tarnd.waitForOutput("Stopping: 1 connections open", in(10s))) << tarnd.output();
+    // No new connection is served now.
+    bool refused = false;
+    try {
+        Socket late = Socket::connect(httpPort);
+        late.send(request("ping"));
+        refused = late.waitClosed(in(5s));
+    } catch (const std::runtime_error&) {
+        refused = true;
+    }
+    EXPECT_TRUE(refused);
+    s.send("67890");
+    while (got.find("0\r\n\r\n") == std::string::npos) {
+        std::string more = s.readSome(in(10s));
+        ASSERT_FALSE(more.empty()) << got;
+        got += more;
+    }
+    EXPECT_NE(got.find("done:10\n"), std::string::npos) << got;
+    EXPECT_TRUE(s.waitClosed(in(10s)));
+    EXPECT_EQ(tarnd.waitExit(in(15s)), std::optional<int>(0)) << tarnd.output();
+    EXPECT_NE(tarnd.output().find("Object manager state: SHUT_DOWN"), std::string::npos);
+}
+
+TEST_F(StateAndSecurityTest, StopSignalClosesStuckRequestsAfterTheGracePeriod) {
+    startTarnd("ShutdownGraceMs = 500\n");
+    Socket s = Socket::connect(httpPort);
+    s.send(head("wait", "Content-Length: 10\r\n") + "\r\n123");  // never completed
+    ASSERT_FALSE(s.readSome(in(10s)).empty());
+    auto stop = Clock::now();
+    tarnd.signal(SIGTERM);
+    EXPECT_EQ(tarnd.waitExit(in(15s)), std::optional<int>(0)) << tarnd.output();
+    EXPECT_GE(Clock::now() - stop, 400ms);
+    EXPECT_NE(tarnd.output().find("Shutdown grace period over: closing 1 connections"),
+              std::string::npos)
+        << tarnd.output();
+    EXPECT_TRUE(s.waitClosed(in(5s)));
+}
+
+}  // namespace
+}  // namespace tarntest

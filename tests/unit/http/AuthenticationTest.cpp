@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include "FakeSocket.h"
+#include "tarn/LogCapture.h"
+#include "tarn/security/SecurityToken.h"
+#include "vela/AuthenticationHelper.h"
+#include "vela/TARNClientInfo.h"
+#include "vela/VELGenericHTTPIStream.h"
+#include "vela/VELGenericHTTPOStream.h"
+#include "vela/VELHTTPRequest.h"
+#include "vela/VELHTTPResponse.h"
+
+namespace {
+
+using tarntest::FakeSocket;
+
+class FakeAuthenticator : public tarn::security::IAuthenticator {
+  public:
+    int calls = 0;
+    Result verify(const VELString& user, const VELString& password,
+                  VELValSlist<VELString>& roles) override {
+        ++calls;
+        if (user != "alice") {
+            return UNKNOWN_USER;
+        }
+        if (password != "pa:ss word") {
+            return WRONG_PASSWORD;
+        }
+        roles = {"reader", "writer"};
+        return OK;
+    }
+};
+
+class AuthenticationTest : public ::testing::Test {
+  protected:
+    void SetUp() override { AuthenticationHelper::setAuthenticator(authenticator); }
+    void TearDown() override { AuthenticationHelper::setAuthenticator(nullptr); }
+
+    // Runs authenticateRequest on a request with this Authorization header
+    // (none when empty); returns the result, the bytes written in written.
+    bool run(const std::string& authorization, VELSmrPtr<tarn::security::ISecurityToken> token) {
+        VELHTTPRequest::Fields fields;
+        if (!authorization.empty()) {
+            fields.emplace_back("Authorization", authorization);
+        }
+        VELHTTPRequest request("POST", "/cimom", VELHTTPOperation::HTTP_1_1, fields);
+        VELHTTPResponse response;
+        FakeSocket socket;
+        VELGenericHTTPIStream in(socket, "");
+        VELGenericHTTPOStream out(socket);
+        bool ok = AuthenticationHelper::authenticateRequest(request, response, in, out, token);
+        written = socket.written;
+        return ok;
+    }
+
+    std::shared_ptr<FakeAuthenticator> authenticator = std::make_shared<FakeAuthenticator>();
+    std::string written;
+};
+
+const char* const kDenied =
+    "HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"tarn\"\r\nContent-Length: "
+    "0\r\n\r\n";
+
+TEST_F(AuthenticationTest, GoodCredentialsFillTheToken) {
+    auto token = makeVELSmrPtr<tarn::security::SecurityToken>();
+    EXPECT_TRUE(run("Basic YWxpY2U6cGE6c3Mgd29yZA==", token));  // alice:pa:ss word
+    EXPECT_EQ(written, "");
+    VELString user;
+    VELSmrPtr<VELValSlist<VELString>> roles;
+    EXPECT_TRUE(AuthenticationHelper::getUserNameRoles(token, user, roles));
+    EXPECT_EQ(user, "alice");
+    EXPECT_EQ(roles->vector(), (std::vector<VELString>{"reader", "writer"}));
+    EXPECT_EQ(token->getAuthenticationMechanism(), "Basic");
+    // An authenticated token is not checked again.
+    EXPECT_TRUE(run("", token));
+    EXPECT_EQ(authenticator->calls, 1);
+}
+
+TEST_F(AuthenticationTest, FailuresAreAnswered401AndLoggedWithoutThePassword) {
+    struct Case {
+        const char* name;
+        std::string header;
+        const char* logged;
+        int severity;
+    };
+    const Case cases[] = {
+        {"missing", "", "no credentials", 4},
+        {"wrong password", "Basic YWxpY2U6d3Jvbmctc2VjcmV0", "wrong password for user 'alice'", 2},
+        {"unknown user", "Basic Ym9iOnBhOnNzIHdvcmQ=", "unknown user 'bob'", 2},
+        {"control characters in the name",
+         "Basic "
+         "Ym9iCgpJbmplY3RlZDp4",
+         "unknown user 'bob??Injected'", 2},
+        {"not base64", "Basic ***", "credentials that are not HTTP Basic", 2},
+        {"no colon", "Basic YWxpY2U=", "credentials that are not HTTP Basic", 2},
+        {"other scheme", "Digest abc", "credentials that are not HTTP Basic", 2},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        tarn::LogCapture log;
+        auto token = makeVELSmrPtr<tarn::security::SecurityToken>();
+        EXPECT_FALSE(run(c.header, token));
+        EXPECT_EQ(written, kDenied);
+        EXPECT_FALSE(token->isAuthenticated());
+        EXPECT_TRUE(log.contains(
+            "AuthenticationHelper::authenticateRequest",
+            std::string("Authentication failed from 127.0.0.2:40000: ") + c.logged, c.severity));
+        EXPECT_FALSE(log.containsText("wrong-secret"));
+    }
+}
+
+TEST_F(AuthenticationTest, WithoutTokenOrUserDatabaseNobodyGetsIn) {
+    tarn::LogCapture log;
+    EXPECT_FALSE(run("Basic YWxpY2U6cGE6c3Mgd29yZA==", nullptr));
+    EXPECT_EQ(written, kDenied);
+    AuthenticationHelper::setAuthenticator(nullptr);
+    EXPECT_FALSE(
+        run("Basic YWxpY2U6cGE6c3Mgd29yZA==", makeVELSmrPtr<tarn::security::SecurityToken>()));
+    EXPECT_EQ(written, kDenied);
+    EXPECT_TRUE(log.containsText("no user database to check user 'alice'"));
+}
+
+TEST(AuthenticationHelper, DecodeBasic) {
+    struct Case {
+        const char* header;
+        bool ok;
+        const char* user;
+        const char* password;
+    };
+    const Case cases[] = {
+        {"Basic YWRtaW46c2VjcmV0", true, "admin", "secret"},
+        {"basic   YWRtaW46c2VjcmV0  ", true, "admin", "secret"},
+        {"Basic YWRtaW46", true, "admin", ""},
+        {"Basic OnNlY3JldA==", true, "", "secret"},
+        {"Basic YWRtaW46c2VjcmV0=", true, "admin", "secret"},  // padding is not required
+        {"Basic", false, "", ""},
+        {"BasicYWRtaW46c2VjcmV0", false, "", ""},
+        {"Basic YWRtaW46c2VjcmV0A", false, "", ""},
+        {"Basic YWRt aW46", false, "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.header);
+        VELString user;
+        VELString password;
+        EXPECT_EQ(AuthenticationHelper::decodeBasic(c.header, user, password), c.ok);
+        if (c.ok) {
+            EXPECT_EQ(user, c.user);
+            EXPECT_EQ(password, c.password);
+        }
+    }
+    VELString u;
+    VELString p;
+    EXPECT_FALSE(
+        AuthenticationHelper::decodeBasic("Basic " + VELString(std::string(5000, 'A')), u, p));
+}
+
+TEST(TARNClientInfo, HoldsTheClientAndItsRoles) {
+    FakeSocket socket;
+    VELGenericHTTPOStream out(socket);
+    TARNClientInfo info("127.0.0.1", 5988, "10.1.2.3", 40000, true, false, "bob",
+                        makeVELSmrPtr<VELValSlist<VELString>>(VELValSlist<VELString>{"reader"}),
+                        &out, false);
+    EXPECT_TRUE(info.hasRole("READER"));
+    EXPECT_FALSE(info.hasRole("writer"));
+    EXPECT_EQ(info.getOutputStream(), &out);
+    EXPECT_EQ(info.getPeerAddress(), "10.1.2.3");
+    EXPECT_TRUE(info.isSecure());
+    EXPECT_FALSE(info.isLocal());
+    TARNClientInfo none("", 0, "", 0, false, true, "", nullptr, nullptr, true);
+    EXPECT_TRUE(none.getRoles()->isEmpty());
+    EXPECT_TRUE(none.areClientStreamsImported());
+}
+
+}  // namespace

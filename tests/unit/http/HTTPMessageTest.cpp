@@ -1,0 +1,184 @@
+#include <gtest/gtest.h>
+
+#include "vela/VELHTTPRequest.h"
+
+namespace {
+
+using Fields = VELHTTPRequest::Fields;
+
+VELHTTPRequest post(Fields fields, VELHTTPOperation::ProtocolEnum p = VELHTTPOperation::HTTP_1_1,
+                    const char* method = "POST") {
+    return VELHTTPRequest(method, "/cimom", p, fields);
+}
+
+TEST(VELHTTPRequest, HeadersAreFoundWithoutLetterCaseAndRepeatsAreJoined) {
+    VELHTTPRequest r = post({{"Content-Type", "application/xml"},
+                             {"accept", "text/xml"},
+                             {"ACCEPT", "application/xml"},
+                             {"Accept-Charset", "utf-8"}});
+    ASSERT_NE(r.getContentType(), nullptr);
+    EXPECT_EQ(*r.getHeaderField("content-type"), "application/xml");
+    ASSERT_NE(r.getAccept(), nullptr);
+    EXPECT_EQ(*r.getAccept(), "text/xml, application/xml");
+    EXPECT_EQ(*r.getAcceptCharset(), "utf-8");
+    EXPECT_EQ(r.getAcceptLanguage(), nullptr);
+    EXPECT_EQ(r.getAcceptEncoding(), nullptr);
+    EXPECT_EQ(r.getHeaderFields().size(), 3u);
+}
+
+TEST(VELHTTPRequest, ContentLengthChunkingKeepAliveAndExpect) {
+    struct Case {
+        Fields fields;
+        VELHTTPOperation::ProtocolEnum protocol;
+        std::int64_t length;
+        bool chunked;
+        bool keepAlive;
+        bool expectsContinue;
+    };
+    const auto v10 = VELHTTPOperation::HTTP_1_0;
+    const auto v11 = VELHTTPOperation::HTTP_1_1;
+    const Case cases[] = {
+        {{}, v11, -1, false, true, false},
+        {{{"Content-Length", "52428801"}}, v11, 52428801, false, true, false},
+        {{{"Content-Length", "12x"}}, v11, -1, false, true, false},
+        {{{"Content-Length", "99999999999999999999999"}}, v11, INT64_MAX, false, true, false},
+        {{{"Transfer-Encoding", "gzip, Chunked"}}, v11, -1, true, true, false},
+        {{{"Transfer-Encoding", "chunked, gzip"}}, v11, -1, false, true, false},
+        {{{"Connection", "Keep-Alive, Close"}}, v11, -1, false, false, false},
+        {{{"Connection", "keep-alive"}}, v10, -1, false, true, false},
+        {{}, v10, -1, false, false, false},
+        {{{"Expect", " 100-Continue "}}, v11, -1, false, true, true},
+        {{{"Expect", "100-continue"}}, v10, -1, false, false, false},
+    };
+    int i = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(i++);
+        VELHTTPRequest r = post(c.fields, c.protocol);
+        EXPECT_EQ(r.getContentLength(), c.length);
+        EXPECT_EQ(r.isChunked(), c.chunked);
+        EXPECT_EQ(r.isKeepAlive(), c.keepAlive);
+        EXPECT_EQ(r.expectsContinue(), c.expectsContinue);
+    }
+}
+
+TEST(VELHTTPRequest, MethodsAndProtocols) {
+    EXPECT_EQ(VELHTTPRequest::toMethodEnum("M-POST"), VELHTTPRequest::METHOD_MPOST);
+    EXPECT_EQ(VELHTTPRequest::toMethodEnum("POST"), VELHTTPRequest::METHOD_POST);
+    EXPECT_EQ(VELHTTPRequest::toMethodEnum("post"), VELHTTPRequest::METHOD_OTHER);
+    EXPECT_EQ(VELHTTPRequest::toMethodEnum("GET"), VELHTTPRequest::METHOD_GET);
+    EXPECT_EQ(VELHTTPRequest::toMethodEnum("M-GET"), VELHTTPRequest::METHOD_OTHER);
+    VELHTTPRequest r = post({}, VELHTTPOperation::HTTP_1_0, "M-POST");
+    EXPECT_EQ(r.getMethod(), "M-POST");
+    EXPECT_EQ(r.getProtocol(), "HTTP/1.0");
+    EXPECT_EQ(r.getRequestURI(), "/cimom");
+}
+
+const char* const CIM = "http://www.dmtf.org/cim/mapping/http/v1.0";
+
+TEST(VELHTTPExtHeaderGroup, DeclarationsBindPrefixesToNamespaces) {
+    struct Case {
+        const char* name;
+        Fields fields;
+        std::size_t groups;
+        const char* prefix;  // of the CIM group; null when there is none
+        bool mandatory;
+        const char* operation;  // its CIMOperation; null when absent
+    };
+    const Case cases[] = {
+        {"quoted with prefix",
+         {{"Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=73"},
+          {"73-CIMOperation", "MethodCall"},
+          {"CIMOperation", "plain"}},
+         1,
+         "73",
+         true,
+         "MethodCall"},
+        {"unquoted, blanks, other case",
+         {{"opt", "http://www.dmtf.org/cim/mapping/http/v1.0 ; NS = 07"},
+          {"07-cimoperation", "MethodCall"}},
+         1,
+         "07",
+         false,
+         "MethodCall"},
+        {"two in one header, other prefix ignored",
+         {{"Man",
+           "\"http://example.org/x\"; ns=11, \"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=12"},
+          {"11-CIMOperation", "wrong"},
+          {"12-CIMOperation", "right"}},
+         2,
+         "12",
+         true,
+         "right"},
+        {"hop-by-hop",
+         {{"C-Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=5"},
+          {"5-CIMOperation", "c"}},
+         1,
+         "5",
+         true,
+         "c"},
+        {"no prefix reads plain headers",
+         {{"Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0\""}, {"CIMOperation", "MethodCall"}},
+         1,
+         "",
+         true,
+         "MethodCall"},
+        {"group lacks the header",
+         {{"Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=73"},
+          {"CIMOperation", "plain"}},
+         1,
+         "73",
+         true,
+         nullptr},
+        {"prefix must be followed by a hyphen",
+         {{"Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=7"},
+          {"73-CIMOperation", "no"}},
+         1,
+         "7",
+         true,
+         nullptr},
+        {"malformed: non-numeric prefix",
+         {{"Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=x1"}},
+         0,
+         nullptr,
+         false,
+         nullptr},
+        {"malformed: open quote",
+         {{"Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0; ns=1"}},
+         0,
+         nullptr,
+         false,
+         nullptr},
+        {"malformed: empty", {{"Man", ""}}, 0, nullptr, false, nullptr},
+        {"no declaration", {{"73-CIMOperation", "MethodCall"}}, 0, nullptr, false, nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        VELHTTPRequest r = post(c.fields, VELHTTPOperation::HTTP_1_1, "M-POST");
+        EXPECT_EQ(r.findExtHeaderGroups()->size(), c.groups);
+        auto g = r.getExtHeaderGroup(CIM);
+        if (!c.prefix) {
+            EXPECT_TRUE(g.isNull());
+            continue;
+        }
+        ASSERT_FALSE(g.isNull());
+        EXPECT_EQ(g->getPrefix(), c.prefix);
+        EXPECT_EQ(g->getPrefixNumber(), VELString(c.prefix).atoi());
+        EXPECT_EQ(g->isMandatory(), c.mandatory);
+        const VELString* op = g->getHeaderField("CIMOperation");
+        if (c.operation) {
+            ASSERT_NE(op, nullptr);
+            EXPECT_EQ(*op, c.operation);
+        } else {
+            EXPECT_EQ(op, nullptr);
+        }
+    }
+}
+
+TEST(VELHTTPExtHeaderGroup, NamespaceLookupIgnoresCaseAndReturnsNullForOthers) {
+    VELHTTPRequest r = post({{"Man", "\"HTTP://WWW.DMTF.ORG/cim/mapping/http/v1.0\"; ns=73"}},
+                            VELHTTPOperation::HTTP_1_1, "M-POST");
+    EXPECT_FALSE(r.getExtHeaderGroup(CIM).isNull());
+    EXPECT_TRUE(r.getExtHeaderGroup("http://www.dmtf.org/cim/mapping/http/v2.0").isNull());
+}
+
+}  // namespace

@@ -1,0 +1,253 @@
+#include <gtest/gtest.h>
+
+#include "FakeSocket.h"
+#include "tarn/LogCapture.h"
+#include "vela/VELGenericHTTPIStream.h"
+#include "vela/VELGenericHTTPOStream.h"
+#include "vela/VELHTTPResponse.h"
+#include "vela/VelaBaseException.h"
+
+namespace {
+
+using tarntest::FakeSocket;
+using Out = VELGenericHTTPOStream;
+const auto V10 = VELHTTPOperation::HTTP_1_0;
+const auto V11 = VELHTTPOperation::HTTP_1_1;
+
+TEST(VELGenericHTTPOStream, EachStreamTypeFramesTheBodyAfterTheHead) {
+    struct Case {
+        const char* name;
+        Out::StreamType type;
+        VELHTTPOperation::ProtocolEnum protocol;
+        bool keepAlive;
+        bool setLength;
+        std::string expected;
+        bool closes;
+    };
+    const Case cases[] = {
+        {"chunked", Out::Chunked, V11, true, true,
+         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nTransfer-Encoding: chunked\r\n\r\n"
+         "3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n",
+         false},
+        {"full", Out::Full, V11, true, true,
+         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nContent-Length: 5\r\n\r\nabcde",
+         false},
+        {"full, HTTP/1.0 kept", Out::Full, V10, true, false,
+         "HTTP/1.0 200 OK\r\nContent-Type: application/xml\r\nConnection: keep-alive\r\n"
+         "Content-Length: 5\r\n\r\nabcde",
+         false},
+        {"full, not kept", Out::Full, V11, false, false,
+         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nConnection: close\r\n"
+         "Content-Length: 5\r\n\r\nabcde",
+         true},
+        {"not encoded", Out::NotEncoded, V11, true, false,
+         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nConnection: close\r\n\r\nabcde",
+         true},
+        {"not encoded with length", Out::NotEncoded, V11, true, true,
+         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nContent-Length: 5\r\n\r\nabcde",
+         false},
+        {"chunked asked for HTTP/1.0", Out::Chunked, V10, false, false,
+         "HTTP/1.0 200 OK\r\nContent-Type: application/xml\r\nConnection: close\r\n\r\nabcde",
+         true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeSocket socket;
+        VELHTTPResponse response(c.protocol);
+        response.setContentType("application/xml");
+        if (c.setLength) {
+            response.setContentLength(5);
+        }
+        Out out(socket, c.protocol, c.keepAlive);
+        out.setStreamType(c.type);
+        response.writeResponseTo(out);
+        out << "abc";
+        out.flush();
+        out << "de";
+        out.finish();
+        EXPECT_EQ(socket.written, c.expected);
+        EXPECT_EQ(out.closesConnection(), c.closes);
+        EXPECT_EQ(out.getBodyBytes(), 5u);
+    }
+}
+
+TEST(VELGenericHTTPOStream, FullHoldsEverythingAndChunkedSendsEachFlush) {
+    FakeSocket full;
+    Out f(full);
+    f.setStreamType(Out::Full);
+    VELHTTPResponse().writeResponseTo(f);
+    f << std::string(100000, 'x');
+    f.flush();
+    EXPECT_TRUE(full.written.empty());
+    f.finish();
+    EXPECT_EQ(full.writeCalls, 1u);
+    EXPECT_NE(full.written.find("Content-Length: 100000\r\n\r\nxxx"), std::string::npos);
+
+    FakeSocket chunked;
+    Out c(chunked);
+    VELHTTPResponse().writeResponseTo(c);
+    c.flush();  // the head alone, at once
+    EXPECT_EQ(chunked.written, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n");
+    c << std::string(40000, 'y');  // one large write: one chunk, not copied
+    EXPECT_NE(chunked.written.find("\r\n9c40\r\nyyy"), std::string::npos);
+    c << "z";
+    c.finish();
+    EXPECT_EQ(chunked.written.substr(chunked.written.size() - 13), "\r\n1\r\nz\r\n0\r\n\r\n");
+}
+
+TEST(VELGenericHTTPOStream, BodyBeforeAnyHeadSendsTheBoundResponseFirst) {
+    FakeSocket socket;
+    VELHTTPResponse response;
+    response.setStatus(207);
+    response.setReasonPhrase("Multistatus");
+    Out out(socket);
+    out.setResponse(&response);
+    out << "body";
+    out.finish();
+    EXPECT_EQ(
+        socket.written,
+        "HTTP/1.1 207 Multistatus\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nbody\r\n0\r\n\r\n");
+    EXPECT_THROW(out << "late" << std::flush, VelaBaseException);  // the response has ended
+}
+
+TEST(VELGenericHTTPOStream, NothingWrittenGetsAnEmptyDefaultResponse) {
+    FakeSocket socket;
+    Out out(socket, V11, true);
+    out.setStreamType(Out::Full);
+    out.finish();
+    EXPECT_EQ(socket.written, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+}
+
+TEST(VELHTTPResponse, HeadIsSanitisedAndCarriesExtensionGroups) {
+    FakeSocket socket;
+    VELHTTPResponse response;
+    response.setStatus("400");
+    response.setHeaderField("TARNErrorDetail", "line one\r\nInjected: yes");
+    response.setHeaderField("Bad Name", "dropped");
+    response.setHeaderField("Ext", " ");
+    response.addExtHeaderGroup("http://www.dmtf.org/cim/mapping/http/v1.0", 7)
+        ->setHeaderField("CIMOperation", "MethodResponse");
+    Out out(socket);
+    out.setStreamType(Out::NotEncoded);
+    response.setContentLength(0);
+    response.writeResponseTo(out);
+    response.writeResponseTo(out);  // one head only
+    out.finish();
+    EXPECT_EQ(socket.written,
+              "HTTP/1.1 400 Bad Request\r\n"
+              "TARNErrorDetail: line one  Injected: yes\r\n"
+              "Ext:  \r\n"
+              "Content-Length: 0\r\n"
+              "Man: \"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=07\r\n"
+              "07-CIMOperation: MethodResponse\r\n\r\n");
+
+    FakeSocket bad;
+    VELHTTPResponse broken;
+    broken.setStatus("2000");
+    Out o2(bad);
+    o2.setStreamType(Out::Full);
+    broken.writeResponseTo(o2);
+    o2.finish();
+    EXPECT_EQ(bad.written.rfind("HTTP/1.1 500 Internal Server Error\r\n", 0), 0u);
+}
+
+TEST(VELHTTPResponse, ConnectionHeaderFollowsTheKeepAliveFlag) {
+    FakeSocket socket;
+    VELHTTPResponse response;
+    Out out(socket, V11, true);
+    out.persistConnection() = false;  // as an adapter may decide
+    out.setStreamType(Out::Full);
+    response.writeResponseTo(out);
+    out.finish();
+    EXPECT_NE(socket.written.find("Connection: close\r\n"), std::string::npos);
+    EXPECT_TRUE(out.closesConnection());
+
+    FakeSocket s2;
+    VELHTTPResponse r2;
+    r2.setConnection("close");
+    Out o2(s2, V11, true);
+    o2.setStreamType(Out::Full);
+    r2.writeResponseTo(o2);
+    o2.finish();
+    EXPECT_TRUE(o2.closesConnection());
+}
+
+TEST(VELGenericHTTPOStream, StreamTypeIsFixedOnceTheHeadIsWritten) {
+    tarn::LogCapture log;
+    FakeSocket socket;
+    Out out(socket);
+    out.setStreamType(Out::Full);
+    VELHTTPResponse().writeResponseTo(out);
+    out.setStreamType(Out::NotEncoded);
+    EXPECT_EQ(out.getStreamType(), Out::Full);
+    EXPECT_TRUE(log.contains("VELGenericHTTPOStream",
+                             "Stream type NotEncoded ignored: the response head is already "
+                             "written as Full",
+                             2));
+}
+
+TEST(VELGenericHTTPOStream, ClientGoneSurfacesAsAnErrorEveryTime) {
+    FakeSocket socket;
+    socket.failAfter = 100;
+    Out out(socket);
+    VELHTTPResponse().writeResponseTo(out);
+    EXPECT_THROW(out << std::string(20000, 'x'), VELNetException);
+    EXPECT_TRUE(out.isBroken());
+    EXPECT_TRUE(out.bad());
+    std::size_t sent = socket.written.size();
+    EXPECT_THROW(out << "more" << std::flush, std::ios_base::failure);  // the stream stays bad
+    EXPECT_EQ(socket.written.size(), sent);
+    EXPECT_THROW(out.finish(), VELNetException);
+    EXPECT_TRUE(out.closesConnection());
+}
+
+TEST(VELGenericHTTPIStream, ReadsBufferedBytesFirstThenTheSocket) {
+    FakeSocket socket;
+    socket.reads = {"defgh", "ij"};
+    std::string head = "HEADabc";
+    bool hookCalled = false;
+    VELGenericHTTPIStream in(socket, std::string_view(head).substr(4));
+    in.setBeforeSocketRead([&] { hookCalled = true; });
+    char buf[3];
+    in.read(buf, 3);
+    EXPECT_EQ(std::string(buf, 3), "abc");
+    EXPECT_FALSE(hookCalled);  // the buffered bytes sufficed
+    EXPECT_FALSE(in.hasReadFromSocket());
+    EXPECT_EQ(in.get(), 'd');
+    EXPECT_TRUE(hookCalled);
+    EXPECT_EQ(in.getBytesRead(), 4u);
+    EXPECT_EQ(in.getUnread(), "efgh");
+    std::string rest((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(rest, "efghij");
+    EXPECT_EQ(in.getBytesRead(), 10u);
+    EXPECT_TRUE(in.hasReachedEnd());
+    EXPECT_EQ(in.get(), std::char_traits<char>::eof());
+    EXPECT_EQ(in.getPeerAddress(), "127.0.0.2");
+    in.setCloseOption(30);
+    EXPECT_EQ(socket.closeOption, 30);
+}
+
+TEST(VELGenericHTTPIStream, LargeReadsGoStraightIntoTheCallersMemory) {
+    FakeSocket socket;
+    std::string body(200000, 'b');
+    socket.reads = {body};
+    VELGenericHTTPIStream in(socket, "", 16384);
+    std::string into(body.size(), '\0');
+    in.read(into.data(), static_cast<std::streamsize>(into.size()));
+    EXPECT_EQ(in.gcount(), 200000);
+    EXPECT_EQ(into, body);
+    ASSERT_FALSE(socket.readRequests.empty());
+    EXPECT_EQ(socket.readRequests.front(), 200000u);
+    EXPECT_EQ(in.getBytesRead(), 200000u);
+}
+
+TEST(VELGenericHTTPIStream, ReadFailureThrowsOutOfTheRead) {
+    FakeSocket socket;
+    socket.reads = {"ab"};
+    socket.failReads = true;
+    VELGenericHTTPIStream in(socket, "");
+    char buf[10];
+    EXPECT_THROW(in.read(buf, 10), VELNetException);
+}
+
+}  // namespace

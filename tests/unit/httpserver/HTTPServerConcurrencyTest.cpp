@@ -1,0 +1,232 @@
+// The HTTP server in process, with the test adapter plug-in, under
+// concurrent clients and during shutdown. These run again under
+// ThreadSanitizer.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "HttpTestSupport.h"
+#include "core/AdapterRegistry.h"
+#include "core/ObjectManagerContext.h"
+#include "http/HTTPServer.h"
+#include "security/UsersFile.h"
+#include "vela/AuthenticationHelper.h"
+
+namespace {
+
+using namespace tarntest;
+
+class HTTPServerConcurrencyTest : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        usersDir = new TempDir;
+        users = std::make_shared<tarn::UsersFile>(VELString((usersDir->path() / "users").string()));
+        users->addUser("admin", "secret", "admin");
+    }
+    static void TearDownTestSuite() {
+        users.reset();
+        delete usersDir;
+    }
+
+    void SetUp() override { AuthenticationHelper::setAuthenticator(users); }
+    void TearDown() override {
+        if (server) {
+            EXPECT_TRUE(server->stop());
+        }
+        server.reset();
+        AuthenticationHelper::setAuthenticator(nullptr);
+    }
+
+    void start(tarn::HTTPServerConfig config) {
+        adapters.load(VELString(std::string(TARN_LIB_DIR) + "/libtarn_testadapter.so"));
+        server = std::make_unique<tarn::HTTPServer>(config, context, adapters, nullptr);
+        port = server->listen("127.0.0.1", 0, false);
+        server->start();
+        context.setState(IVelaOperationHandlerContext::STARTED);
+    }
+
+    static std::string request(const std::string& op, const std::string& extra = "",
+                               const std::string& body = "") {
+        return "POST /t HTTP/1.1\r\nHost: x\r\nTestOp: " + op +
+               "\r\nAuthorization: " + basicAuth("admin", "secret") + "\r\n" + extra +
+               "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+    }
+
+    // Waits, within a bound, until the server has begun to stop.
+    void awaitStopping() {
+        auto deadline = in(10s);
+        while (!server->isStopping() && Clock::now() < deadline) {
+            std::this_thread::yield();
+        }
+        ASSERT_TRUE(server->isStopping());
+    }
+
+    static TempDir* usersDir;
+    static std::shared_ptr<tarn::UsersFile> users;
+    tarn::ObjectManagerContext context{makeVELSmrPtr<tarn::PortInfo>()};
+    tarn::AdapterRegistry adapters{context};
+    std::unique_ptr<tarn::HTTPServer> server;
+    std::uint16_t port = 0;
+};
+
+TempDir* HTTPServerConcurrencyTest::usersDir = nullptr;
+std::shared_ptr<tarn::UsersFile> HTTPServerConcurrencyTest::users;
+
+TEST_F(HTTPServerConcurrencyTest, ManyKeepAliveClientsShareFewWorkers) {
+    tarn::HTTPServerConfig config;
+    config.workerThreads = 3;
+    start(config);
+    constexpr int kClients = 12;
+    constexpr int kRequests = 20;
+    std::atomic<int> good{0};
+    std::vector<std::thread> clients;
+    for (int c = 0; c < kClients; ++c) {
+        clients.emplace_back([&, c] {
+            Socket s = Socket::connect(port);
+            ResponseReader reader(s);
+            for (int i = 0; i < kRequests; ++i) {
+                std::string body(static_cast<std::size_t>((c * 131 + i * 977) % 5000),
+                                 char('a' + c));
+                const char* framing = i % 3 == 0 ? "Full" : i % 3 == 1 ? "Chunked" : "Full";
+                s.send(request("echo", std::string("X-Framing: ") + framing + "\r\n", body));
+                Response r = reader.read(in(30s));
+                if (r.status == 200 && r.body == body) {
+                    ++good;
+                }
+            }
+        });
+    }
+    for (auto& t : clients) {
+        t.join();
+    }
+    EXPECT_EQ(good.load(), kClients * kRequests);
+    EXPECT_EQ(context.getRegisteredRequests(), static_cast<std::uint64_t>(kClients * kRequests));
+}
+
+TEST_F(HTTPServerConcurrencyTest, ConnectionsPastTheCapAre503WhileOthersAreServed) {
+    tarn::HTTPServerConfig config;
+    config.maxConnections = 4;
+    start(config);
+    // Four held connections fill the cap.
+    std::vector<Socket> held;
+    for (int i = 0; i < 4; ++i) {
+        held.push_back(Socket::connect(port));
+        held.back().send(request("ping"));
+        ResponseReader r(held.back());
+        ASSERT_EQ(r.read(in(10s)).status, 200);
+    }
+    std::atomic<int> refused{0};
+    std::atomic<int> other{0};
+    std::vector<std::thread> clients;
+    for (int i = 0; i < 8; ++i) {
+        clients.emplace_back([&] {
+            try {
+                Socket s = Socket::connect(port);
+                s.send(request("ping"));
+                ResponseReader r(s);
+                (r.read(in(10s)).status == 503 ? refused : other)++;
+            } catch (const std::exception&) {
+                other++;
+            }
+        });
+    }
+    for (auto& t : clients) {
+        t.join();
+    }
+    EXPECT_EQ(refused.load(), 8);
+    EXPECT_EQ(other.load(), 0);
+    // The held ones are still served.
+    for (auto& s : held) {
+        s.send(request("ping"));
+        ResponseReader r(s);
+        EXPECT_EQ(r.read(in(10s)).body, "pong");
+    }
+}
+
+TEST_F(HTTPServerConcurrencyTest, SilentClientsHoldNoWorker) {
+    tarn::HTTPServerConfig config;
+    config.workerThreads = 2;
+    config.headTimeoutMs = 300;
+    start(config);
+    std::vector<Socket> silent;
+    for (int i = 0; i < 8; ++i) {
+        silent.push_back(Socket::connect(port));
+    }
+    std::vector<std::future<std::string>> answers;
+    for (int i = 0; i < 4; ++i) {
+        answers.push_back(std::async(std::launch::async, [&] {
+            Socket s = Socket::connect(port);
+            s.send(request("ping"));
+            ResponseReader r(s);
+            return r.read(in(10s)).body;
+        }));
+    }
+    for (auto& a : answers) {
+        EXPECT_EQ(a.get(), "pong");
+    }
+    for (auto& s : silent) {
+        EXPECT_TRUE(s.waitClosed(in(5s)));
+    }
+}
+
+TEST_F(HTTPServerConcurrencyTest, StopLetsRequestsInFlightFinishAndRefusesNewOnes) {
+    tarn::HTTPServerConfig config;
+    config.shutdownGraceMs = 10000;
+    start(config);
+    constexpr int kInFlight = 4;
+    std::vector<Socket> clients;
+    for (int i = 0; i < kInFlight; ++i) {
+        clients.push_back(Socket::connect(port));
+        std::string r = request("wait", "", "0123456789");
+        clients.back().send(r.substr(0, r.size() - 5));
+        ASSERT_NE(clients.back().readSome(in(10s)).find("started"), std::string::npos);
+    }
+    Socket idle = Socket::connect(port);  // connected, no request
+    auto stopped = std::async(std::launch::async, [&] { return server->stop(); });
+    awaitStopping();
+    EXPECT_TRUE(idle.waitClosed(in(10s)));
+    for (auto& c : clients) {
+        c.send("56789");
+        std::string got;
+        for (;;) {
+            std::string more = c.readSome(in(10s));
+            if (more.empty()) {
+                break;  // closed after the response: the server stops
+            }
+            got += more;
+        }
+        EXPECT_NE(got.find("done:10\n"), std::string::npos) << got;
+        EXPECT_NE(got.find("0\r\n\r\n"), std::string::npos) << got;
+        c.close();
+    }
+    EXPECT_TRUE(stopped.get());
+    EXPECT_EQ(server->openConnections(), 0u);
+    EXPECT_THROW(Socket::connect(port), std::runtime_error);
+    server.reset();
+}
+
+TEST_F(HTTPServerConcurrencyTest, StopClosesStuckRequestsAfterTheGracePeriod) {
+    tarn::HTTPServerConfig config;
+    config.shutdownGraceMs = 200;
+    start(config);
+    std::vector<Socket> stuck;
+    for (int i = 0; i < 3; ++i) {
+        stuck.push_back(Socket::connect(port));
+        std::string r = request("wait", "", "0123456789");
+        stuck.back().send(r.substr(0, r.size() - 5));  // the rest never comes
+        ASSERT_FALSE(stuck.back().readSome(in(10s)).empty());
+    }
+    auto begin = Clock::now();
+    EXPECT_TRUE(server->stop());
+    EXPECT_GE(Clock::now() - begin, 150ms);
+    EXPECT_LT(Clock::now() - begin, 8s);
+    for (auto& s : stuck) {
+        EXPECT_TRUE(s.waitClosed(in(5s)));
+    }
+    EXPECT_EQ(server->openConnections(), 0u);
+    server.reset();
+}
+
+}  // namespace
