@@ -3,9 +3,8 @@
 // information and host name, and class lookup. The object manager owns it;
 // it outlives every adapter. All operations are thread-safe.
 //
-// Access to the operation handler and to the indication manager is added
-// here by the issues that build them; adapters reach both only through this
-// context.
+// Adapters reach the operation handler (and later the indication manager)
+// only through this context.
 #pragma once
 
 #include "tarn/PortInfo.h"
@@ -14,6 +13,9 @@
 
 class IVelaClass;
 class VELHTTPRequest;
+namespace tarn {
+class IOperationHandler;
+}
 
 class IVelaOperationHandlerContext {
   public:
@@ -42,4 +44,7 @@ class IVelaOperationHandlerContext {
     // resolved; null when there is none.
     virtual VELSmrPtr<IVelaClass> getClass(const VELString& nameSpace,
                                            const VELString& className) = 0;
+
+    // The handler that runs operations; null while none is installed.
+    virtual tarn::IOperationHandler* getOperationHandler() = 0;
 };

@@ -82,4 +82,12 @@ void ObjectManagerContext::setClassLookup(ClassLookup lookup) {
     _classLookup = std::move(p);
 }
 
+IOperationHandler* ObjectManagerContext::getOperationHandler() {
+    return _handler.load(std::memory_order_acquire);
+}
+
+void ObjectManagerContext::setOperationHandler(IOperationHandler* handler) {
+    _handler.store(handler, std::memory_order_release);
+}
+
 }  // namespace tarn

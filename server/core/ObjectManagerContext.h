@@ -37,12 +37,18 @@ class ObjectManagerContext : public IVelaOperationHandlerContext {
     // Installs the class lookup (null removes it). Thread-safe.
     void setClassLookup(ClassLookup lookup);
 
+    IOperationHandler* getOperationHandler() override;
+    // Installs the operation handler before the server starts; it must
+    // outlive the context's use by adapters.
+    void setOperationHandler(IOperationHandler* handler);
+
   private:
     std::atomic<CIMOMState> _state{STARTING};
     std::atomic<std::uint64_t> _requests{0};
     VELSmrPtr<PortInfo> _portInfo;
     mutable std::mutex _m;
     std::shared_ptr<const ClassLookup> _classLookup;
+    std::atomic<IOperationHandler*> _handler{nullptr};
 };
 
 }  // namespace tarn
