@@ -81,6 +81,32 @@ inline std::string decoded(const std::string& text) {
     return s;
 }
 
+// NAMESPACEPATH of root/cimv2 on host h1.
+inline const std::string kCimv2NsPath =
+    "<NAMESPACEPATH>\n<HOST>h1</HOST>\n<LOCALNAMESPACEPATH>\n<NAMESPACE NAME=\"root\"/>\n"
+    "<NAMESPACE NAME=\"cimv2\"/>\n</LOCALNAMESPACEPATH>\n</NAMESPACEPATH>\n";
+
+// Markup in the escaped style, for markup whose texts hold no special characters.
+inline std::string escapeMarkup(const std::string& plain) {
+    std::string s;
+    for (char c : plain) {
+        switch (c) {
+            case '<':
+                s += "&lt;";
+                break;
+            case '>':
+                s += "&gt;";
+                break;
+            case '"':
+                s += "&quot;";
+                break;
+            default:
+                s += c;
+        }
+    }
+    return s;
+}
+
 // An instance name whose key binding `failing` throws what `fail` throws.
 class FailingInstanceName : public IVelaInstanceName {
   public:

@@ -68,17 +68,13 @@ TEST_F(NamesAndPaths, NamespacePathTakesItsOwnHostOrTheAdvertisedOne) {
               "&lt;/NAMESPACEPATH&gt;\n");
 }
 
-const char* const kCimv2Path =
-    "<NAMESPACEPATH>\n<HOST>h1</HOST>\n<LOCALNAMESPACEPATH>\n<NAMESPACE NAME=\"root\"/>\n"
-    "<NAMESPACE NAME=\"cimv2\"/>\n</LOCALNAMESPACEPATH>\n</NAMESPACEPATH>\n";
-
 TEST_F(NamesAndPaths, ClassInstanceAndObjectPaths) {
     auto cls = makeVELSmrPtr<CVelaInstanceName>("CIM_Foo", cimv2, true);
     auto inst = nameOf("CIM_Foo", cimv2, {{"Id", CVelaValue::makeUint32(7)}});
-    const std::string classPath = std::string("<CLASSPATH>\n") + kCimv2Path +
-                                  "<CLASSNAME NAME=\"CIM_Foo\" />\n</CLASSPATH>\n";
+    const std::string classPath =
+        "<CLASSPATH>\n" + kCimv2NsPath + "<CLASSNAME NAME=\"CIM_Foo\" />\n</CLASSPATH>\n";
     const std::string instancePath =
-        std::string("<INSTANCEPATH>\n") + kCimv2Path +
+        "<INSTANCEPATH>\n" + kCimv2NsPath +
         "<INSTANCENAME CLASSNAME=\"CIM_Foo\">\n<KEYBINDING NAME=\"Id\"><KEYVALUE "
         "VALUETYPE=\"numeric\" TYPE=\"uint32\">7</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n"
         "</INSTANCEPATH>\n";
@@ -207,7 +203,7 @@ TEST_F(NamesAndPaths, ReferenceQualifiedKeysTravelAsEscapedPathText) {
     ScopedClasses classes(errorSchema());
     auto target = nameOf("TEST_Thing", cimv2, {{"Name", str("t&1")}});
     const std::string targetPath =
-        std::string("<INSTANCEPATH>\n") + kCimv2Path +
+        "<INSTANCEPATH>\n" + kCimv2NsPath +
         "<INSTANCENAME CLASSNAME=\"TEST_Thing\">\n<KEYBINDING NAME=\"Name\"><KEYVALUE "
         "VALUETYPE=\"string\" TYPE=\"string\">t&amp;1</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n"
         "</INSTANCEPATH>\n";
