@@ -1,8 +1,10 @@
 #include "CIMXMLUtil.h"
 
 #include <charconv>
+#include <cstring>
 #include <optional>
 #include <sstream>
+#include <typeinfo>
 #include <unordered_set>
 
 #include "tarn/ClassLookup.h"
@@ -55,13 +57,40 @@ constexpr std::string_view kComponent = "CIMXMLUtil";
 constexpr std::string_view kUnknownException = "Unknown Exception thrown.";
 const VELString kEmpty;
 
+// The put area of any stream buffer. Its members are protected; pointers to
+// them, formed here, may be used on every std::streambuf (sputc itself writes
+// into the put area the same way).
+struct PutArea : std::streambuf {
+    static char* next(std::streambuf* b) { return (b->*&PutArea::pptr)(); }
+    static char* end(std::streambuf* b) { return (b->*&PutArea::epptr)(); }
+    static void advance(std::streambuf* b, int n) { (b->*&PutArea::pbump)(n); }
+};
+
 // Straight into the stream's buffer: the encoders write many short pieces,
-// and the sentry of ostream::write costs more than copying them. A failure
-// raised by the buffer (the client connection) reaches the caller as it is.
-inline void put(std::ostream& os, std::string_view s) {
+// for which ostream::write (a sentry each time) and even sputn (a virtual
+// call and an out-of-line copy) cost more than the copy itself. A piece that
+// fits in the put area is copied there; anything else goes through sputn, so
+// that a failure raised by the buffer (the client connection) reaches the
+// caller as it is.
+// Inlined, so that the copy of a literal piece has a constant length.
+[[gnu::always_inline]] inline void put(std::ostream& os, std::string_view s) {
     std::streambuf* buf = os.rdbuf();
+    if (s.empty()) {
+        return;
+    }
+    if (buf == nullptr) {
+        os.setstate(std::ios_base::badbit);
+        return;
+    }
+    char* next = PutArea::next(buf);
+    if (s.size() <= static_cast<std::size_t>(PutArea::end(buf) - next) && s.size() <= 4096)
+        [[likely]] {
+        std::memcpy(next, s.data(), s.size());
+        PutArea::advance(buf, static_cast<int>(s.size()));
+        return;
+    }
     auto n = static_cast<std::streamsize>(s.size());
-    if (buf == nullptr || buf->sputn(s.data(), n) != n) {
+    if (buf->sputn(s.data(), n) != n) {
         os.setstate(std::ios_base::badbit);
     }
 }
@@ -128,8 +157,20 @@ bool guarded(std::ostream& os, bool continueOnException, Read&& read) {
     return false;
 }
 
-inline bool isTextualTypeName(const VELString& typeName) {
-    return typeName.view() == "string"sv || typeName.view() == "datetime"sv;
+// Values of these types print through a text buffer and are escaped; the
+// type ids stand for the type names "string" and "datetime".
+inline bool isTextual(const IVelaType& type) {
+    CIMTypeId id = type.getTypeId();
+    return id == CIMTypeId::String || id == CIMTypeId::DateTime;
+}
+
+// The platform's own values, which print scalars directly. The exact-type
+// test spares the full dynamic_cast for nearly every value.
+inline const CVelaValue* asCVelaValue(const IVelaValue& value) {
+    if (typeid(value) == typeid(CVelaValue)) {
+        return static_cast<const CVelaValue*>(&value);
+    }
+    return dynamic_cast<const CVelaValue*>(&value);
 }
 
 // The VALUETYPE of a KEYVALUE for a CIM type name.
@@ -161,7 +202,7 @@ const VELString& classNamespaceOf(const IVelaObject& obj) {
 // A value's text form passed through the XML encoder. Numbers and booleans
 // print nothing that needs escaping, so they go to the stream directly.
 void putValueTextEncoded(std::ostream& os, const IVelaValue& value) {
-    if (const auto* cv = dynamic_cast<const CVelaValue*>(&value)) {
+    if (const auto* cv = asCVelaValue(value)) {
         const CVelaValue::Scalar& s = cv->scalar();
         if (const auto* text = std::get_if<VELString>(&s)) {
             putEncoded(os, text->view());
@@ -717,7 +758,7 @@ void CIMXMLUtil::streamValue(std::ostream& os, const VELSmrPtr<IVelaValue>& valu
     const IVelaValue& value = *valuePtr;
     const VELSmrPtr<IVelaType>& typePtr = value.getType();
     const IVelaType& type = *typePtr;
-    const auto* cv = dynamic_cast<const CVelaValue*>(&value);
+    const auto* cv = asCVelaValue(value);
 
     if (type.isArray()) {
         std::shared_ptr<const CVelaValue::ScalarArray> elements;
@@ -743,7 +784,7 @@ void CIMXMLUtil::streamValue(std::ostream& os, const VELSmrPtr<IVelaValue>& valu
             // Simple elements straight from the compact store, written as
             // their element values would write themselves.
             const CIMTypeId id = elementType->getTypeId();
-            const bool textual = isTextualTypeName(elementType->getName());
+            const bool textual = isTextual(*elementType);
             put(os, pick(esc, "<VALUE.ARRAY>\n"sv, "&lt;VALUE.ARRAY&gt;\n"sv));
             for (const CVelaValue::Scalar& e : *elements) {
                 if (std::holds_alternative<std::monostate>(e)) {
@@ -790,7 +831,7 @@ void CIMXMLUtil::streamValue(std::ostream& os, const VELSmrPtr<IVelaValue>& valu
         if (!value.isSet()) {
             return;
         }
-        const bool textual = isTextualTypeName(type.getName());
+        const bool textual = isTextual(type);
         if (cv != nullptr && !textual) {
             putDirectValue(os, value, esc);
             return;
