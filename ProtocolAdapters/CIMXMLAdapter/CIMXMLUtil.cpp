@@ -71,13 +71,13 @@ struct PutArea : std::streambuf {
 // call and an out-of-line copy) cost more than the copy itself. A piece that
 // fits in the put area is copied there; anything else goes through sputn, so
 // that a failure raised by the buffer (the client connection) reaches the
-// caller as it is.
-// Inlined, so that the copy of a literal piece has a constant length.
+// caller as it is. Always inlined, so that copies of literal pieces have a
+// constant length.
 [[gnu::always_inline]] inline void put(std::ostream& os, std::string_view s) {
-    std::streambuf* buf = os.rdbuf();
     if (s.empty()) {
         return;
     }
+    std::streambuf* buf = os.rdbuf();
     if (buf == nullptr) {
         os.setstate(std::ios_base::badbit);
         return;
