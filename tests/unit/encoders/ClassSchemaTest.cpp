@@ -1,0 +1,333 @@
+// Classes with qualifiers, properties, methods and parameters over three
+// levels of inheritance, and qualifier declarations.
+#include "EncoderTestSupport.h"
+#include "tarn/CQualifierDef.h"
+#include "tarn/QualifierFlavor.h"
+
+namespace enctest {
+namespace {
+
+using tarn::CMethodDef;
+using tarn::CParameterDef;
+using tarn::CPropertyDef;
+using tarn::QualifierFlavor;
+
+VELSmrPtr<tarn::IQualifier> text(const char* name, const char* v, std::uint32_t flavor = 0) {
+    return qualifier(name, str(v), flavor);
+}
+VELSmrPtr<tarn::IQualifier> flag(const char* name, std::uint32_t flavor = 0) {
+    return qualifier(name, CVelaValue::makeBoolean(true), flavor);
+}
+
+// Test_Base <- Test_Middle (overrides caption and Reset, adds Size) <- Test_Leaf
+// (adds a scalar, a reference, an array and an embedded instance property
+// and a method with every kind of parameter).
+class ClassSchema : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        auto base = makeVELSmrPtr<CVelaClass>("Test_Base", "");
+        base->addQualifier(flag("Abstract", QualifierFlavor::Restricted));
+        base->addQualifier(text("Description", "the base", QualifierFlavor::Translatable));
+        base->addQualifier(text("Version", "1.0", QualifierFlavor::DisableOverride));
+        auto name = makeVELSmrPtr<CPropertyDef>("Name", CVelaType::string);
+        name->addQualifier(flag("Key", QualifierFlavor::DisableOverride));
+        name->addQualifier(text("Description", "name & id"));
+        base->addProperty(name);
+        auto caption = makeVELSmrPtr<CPropertyDef>("Caption", CVelaType::string, str("none"));
+        caption->addQualifier(text("Description", "short text"));
+        caption->addQualifier(qualifier("MaxLen", CVelaValue::makeUint32(64)));
+        base->addProperty(caption);
+        auto reset = makeVELSmrPtr<CMethodDef>("Reset", CVelaType::uint32);
+        auto force = makeVELSmrPtr<CParameterDef>("Force", CVelaType::boolean);
+        force->addQualifier(flag("In"));
+        reset->addParameter(force);
+        reset->addQualifier(text("Description", "resets"));
+        base->addMethod(reset);
+        classes->addClass("root/test", base);
+
+        auto middle = makeVELSmrPtr<CVelaClass>("Test_Middle", "Test_Base");
+        auto caption2 = makeVELSmrPtr<CPropertyDef>("caption", CVelaType::string);
+        caption2->addQualifier(flag("Override", QualifierFlavor::Restricted));
+        caption2->addQualifier(qualifier("MaxLen", CVelaValue::makeUint32(32)));
+        middle->addProperty(caption2);
+        middle->addProperty(makeVELSmrPtr<CPropertyDef>("Size", CVelaType::uint64));
+        auto reset2 = makeVELSmrPtr<CMethodDef>("Reset", CVelaType::uint32);
+        auto force2 = makeVELSmrPtr<CParameterDef>("Force", CVelaType::boolean);
+        force2->addQualifier(text("Description", "really"));
+        reset2->addParameter(force2);
+        reset2->addQualifier(flag("Override", QualifierFlavor::Restricted));
+        middle->addMethod(reset2);
+        classes->addClass("root/test", middle);
+
+        auto leaf = makeVELSmrPtr<CVelaClass>("Test_Leaf", "Test_Middle");
+        leaf->addQualifier(text("Description", "the leaf"));
+        auto extra = makeVELSmrPtr<CPropertyDef>("Extra", CVelaType::sint8);
+        extra->addQualifier(text("Description", "extra", QualifierFlavor::Translatable));
+        leaf->addProperty(extra);
+        leaf->addProperty(
+            makeVELSmrPtr<CPropertyDef>("Owner", CVelaType::referenceTo("Test_Base")));
+        auto codes = makeVELSmrPtr<CPropertyDef>("Codes", CVelaType::get(CIMTypeId::UInt16, true));
+        codes->addQualifier(text("ArrayType", "Indexed", QualifierFlavor::Restricted));
+        leaf->addProperty(codes);
+        leaf->addProperty(
+            makeVELSmrPtr<CPropertyDef>("Blob", CVelaType::embeddedInstance("Test_Base")));
+        auto attach = makeVELSmrPtr<CMethodDef>("Attach", CVelaType::embeddedInstance("Test_Base"));
+        attach->addParameter(
+            makeVELSmrPtr<CParameterDef>("Target", CVelaType::referenceTo("Test_Base")));
+        attach->addParameter(
+            makeVELSmrPtr<CParameterDef>("Targets", CVelaType::referenceTo("Test_Base", true)));
+        auto names = makeVELSmrPtr<CParameterDef>("Names", CVelaType::get(CIMTypeId::String, true));
+        names->addQualifier(flag("In"));
+        attach->addParameter(names);
+        attach->addParameter(
+            makeVELSmrPtr<CParameterDef>("Data", CVelaType::embeddedInstance("Test_Base")));
+        leaf->addMethod(attach);
+        classes->addClass("root/test", leaf);
+    }
+
+    VELSmrPtr<IVelaClass> cls(const char* name) { return classes->getClass("root/test", name); }
+
+    std::shared_ptr<tarn::CClassSet> classes = std::make_shared<tarn::CClassSet>();
+};
+
+const std::string kFlavors = "OVERRIDABLE=\"true\" TOSUBCLASS=\"true\" TRANSLATABLE=\"false\" ";
+
+std::string q(const char* name, const char* type, bool propagated, const std::string& flavors,
+              const char* value) {
+    return std::string("<QUALIFIER NAME=\"") + name + "\" TYPE=\"" + type + "\" PROPAGATED=\"" +
+           (propagated ? "true" : "false") + "\" " + flavors + ">\n<VALUE>" + value +
+           "</VALUE>\n</QUALIFIER>\n";
+}
+
+// The expected CLASS of Test_Leaf, assembled from literal pieces.
+std::string expectedLeaf(bool localOnly, bool quals, bool origin, bool filtered) {
+    auto o = [&](const char* cls) {
+        return origin ? std::string("CLASSORIGIN=\"") + cls + "\"" : std::string();
+    };
+    auto iq = [&](const std::string& s) { return quals ? s : std::string(); };
+    struct Piece {
+        bool inherited;
+        bool selected;
+        std::string text;
+    };
+    const Piece properties[] = {
+        {true, true,
+         "<PROPERTY NAME=\"Name\"  TYPE=\"string\" PROPAGATED=\"true\" " + o("Test_Base") + ">\n" +
+             iq(q("Key", "boolean", true,
+                  "OVERRIDABLE=\"false\" TOSUBCLASS=\"true\" TRANSLATABLE=\"false\" ", "TRUE") +
+                q("Description", "string", true, kFlavors, "name &amp; id")) +
+             "</PROPERTY>\n"},
+        {true, false,
+         "<PROPERTY NAME=\"caption\"  TYPE=\"string\" PROPAGATED=\"true\" " + o("Test_Middle") +
+             ">\n" +
+             iq(q("Description", "string", true, kFlavors, "short text") +
+                q("MaxLen", "uint32", true, kFlavors, "32")) +
+             "</PROPERTY>\n"},
+        {true, false,
+         "<PROPERTY NAME=\"Size\"  TYPE=\"uint64\" PROPAGATED=\"true\" " + o("Test_Middle") +
+             ">\n</PROPERTY>\n"},
+        {false, true,
+         "<PROPERTY NAME=\"Extra\"  TYPE=\"sint8\" PROPAGATED=\"false\" " + o("Test_Leaf") + ">\n" +
+             iq(q("Description", "string", false,
+                  "OVERRIDABLE=\"true\" TOSUBCLASS=\"true\" TRANSLATABLE=\"true\" ", "extra")) +
+             "</PROPERTY>\n"},
+        {false, false,
+         "<PROPERTY.REFERENCE NAME=\"Owner\"  REFERENCECLASS=\"Test_Base\" PROPAGATED=\"false\" " +
+             o("Test_Leaf") +
+             ">\n<VALUE.REFERENCE>\n<CLASSNAME NAME=\"Test_Base\"/>\n</VALUE.REFERENCE>\n"
+             "</PROPERTY.REFERENCE>\n"},
+        {false, false,
+         "<PROPERTY.ARRAY NAME=\"Codes\"  TYPE=\"uint16\" PROPAGATED=\"false\" " + o("Test_Leaf") +
+             ">\n" +
+             iq(q("ArrayType", "string", false,
+                  "OVERRIDABLE=\"true\" TOSUBCLASS=\"false\" TRANSLATABLE=\"false\" ", "Indexed")) +
+             "</PROPERTY.ARRAY>\n"},
+        {false, false,
+         "<PROPERTY NAME=\"Blob\"  TYPE=\"string\" EmbeddedObject=\"instance\" "
+         "PROPAGATED=\"false\" " +
+             o("Test_Leaf") + ">\n</PROPERTY>\n"},
+    };
+    const Piece methods[] = {
+        {true, true,
+         "<METHOD NAME=\"Reset\" TYPE=\"uint32\" PROPAGATED=\"true\" " + o("Test_Middle") + ">\n" +
+             iq(q("Description", "string", true, kFlavors, "resets")) +
+             "<PARAMETER NAME=\"Force\"  TYPE=\"boolean\" >\n" +
+             iq(q("In", "boolean", true, kFlavors, "TRUE") +
+                q("Description", "string", true, kFlavors, "really")) +
+             "</PARAMETER>\n</METHOD>\n"},
+        {false, true,
+         "<METHOD NAME=\"Attach\" TYPE=\"string\" EmbeddedObject=\"instance\" "
+         "PROPAGATED=\"false\" " +
+             o("Test_Leaf") +
+             ">\n<PARAMETER.REFERENCE NAME=\"Target\"  REFERENCECLASS=\"Test_Base\" >\n"
+             "</PARAMETER.REFERENCE>\n<PARAMETER.REFARRAY NAME=\"Targets\"  "
+             "REFERENCECLASS=\"Test_Base\" >\n</PARAMETER.REFARRAY>\n<PARAMETER.ARRAY "
+             "NAME=\"Names\"  TYPE=\"string\" >\n" +
+             iq(q("In", "boolean", false, kFlavors, "TRUE")) +
+             "</PARAMETER.ARRAY>\n<PARAMETER NAME=\"Data\"  TYPE=\"string\" "
+             "EmbeddedObject=\"instance\" >\n</PARAMETER>\n</METHOD>\n"},
+    };
+    std::string s = "<CLASS NAME=\"Test_Leaf\" SUPERCLASS=\"Test_Middle\">\n";
+    s += iq(q("Description", "string", false, kFlavors, "the leaf"));
+    if (!localOnly) {
+        s += iq(q("Version", "string", true,
+                  "OVERRIDABLE=\"false\" TOSUBCLASS=\"true\" TRANSLATABLE=\"false\" ", "1.0"));
+    }
+    for (const Piece& p : properties) {
+        if (!(localOnly && p.inherited) && (!filtered || p.selected)) {
+            s += p.text;
+        }
+    }
+    // Methods are not filtered by the property list.
+    for (const Piece& m : methods) {
+        if (!(localOnly && m.inherited)) {
+            s += m.text;
+        }
+    }
+    return s + "</CLASS>\n";
+}
+
+TEST_F(ClassSchema, LeafClassInEveryCombinationOfFlagsAndPropertyList) {
+    auto list = makeVELSmrPtr<CIMXMLUtil::PropertyList>(
+        std::vector<VELString>{"NAME", "extra", "Missing", "Reset"});
+    for (int bits = 0; bits < 16; ++bits) {
+        bool localOnly = bits & 1, quals = bits & 2, origin = bits & 4, filtered = bits & 8;
+        std::string text = out([&](std::ostream& os) {
+            CIMXMLUtil::streamClass(os, cls("Test_Leaf"), filtered ? list : nullptr, quals, origin,
+                                    localOnly);
+        });
+        EXPECT_EQ(text, expectedLeaf(localOnly, quals, origin, filtered))
+            << "localOnly=" << localOnly << " includeQualifiers=" << quals
+            << " includeClassOrigin=" << origin << " propertyList=" << filtered;
+        EXPECT_TRUE(wellFormed(text));
+    }
+}
+
+TEST_F(ClassSchema, ClassesFilterPropertiesWithoutCaseInstancesWithIt) {
+    auto list = makeVELSmrPtr<CIMXMLUtil::PropertyList>(std::vector<VELString>{"CAPTION"});
+    std::string cls = out([&](std::ostream& os) {
+        CIMXMLUtil::streamClass(os, this->cls("Test_Middle"), list, false, false, false);
+    });
+    EXPECT_NE(cls.find("<PROPERTY NAME=\"caption\""), std::string::npos) << cls;
+    EXPECT_EQ(cls.find("NAME=\"Name\""), std::string::npos) << cls;
+    auto inst = makeVELSmrPtr<CVelaObject>("Test_Middle");
+    inst->addProperty("caption", str("c"));
+    EXPECT_EQ(out([&](std::ostream& os) {
+                  CIMXMLUtil::streamInstance(os, inst, list, true, nullptr, false, false);
+              }),
+              "<INSTANCE CLASSNAME=\"Test_Middle\">\n</INSTANCE>\n");
+}
+
+TEST_F(ClassSchema, ClassWithPathAndQueryResultClass) {
+    EXPECT_EQ(
+        out([&](std::ostream& os) {
+            CIMXMLUtil::streamValueClassObjectWithPath(
+                os, cls("Test_Base"), nsPath("root/test", "h1"), nullptr, true, false, false, true);
+        }),
+        "<VALUE.OBJECTWITHPATH><CLASSPATH>\n<NAMESPACEPATH>\n<HOST>h1</HOST>\n"
+        "<LOCALNAMESPACEPATH>\n<NAMESPACE NAME=\"root\"/>\n<NAMESPACE NAME=\"test\"/>\n"
+        "</LOCALNAMESPACEPATH>\n</NAMESPACEPATH>\n<CLASSNAME NAME=\"Test_Base\" />\n</CLASSPATH>\n"
+        "<CLASS NAME=\"Test_Base\">\n<PROPERTY NAME=\"Name\"  TYPE=\"string\" PROPAGATED=\"false\" "
+        ">\n</PROPERTY>\n<PROPERTY NAME=\"Caption\"  TYPE=\"string\" PROPAGATED=\"false\" >\n"
+        "</PROPERTY>\n<METHOD NAME=\"Reset\" TYPE=\"uint32\" PROPAGATED=\"false\" >\n<PARAMETER "
+        "NAME=\"Force\"  TYPE=\"boolean\" >\n</PARAMETER>\n</METHOD>\n</CLASS>\n"
+        "</VALUE.OBJECTWITHPATH>");
+    std::ostringstream os;
+    EXPECT_THROW(CIMXMLUtil::streamValueClassObjectWithPath(os, cls("Test_Base"), nullptr, nullptr,
+                                                            true, false, false, true),
+                 AdapterException);
+
+    auto result = makeVELSmrPtr<CVelaClass>("Test_Result", "");
+    result->addProperty(makeVELSmrPtr<CPropertyDef>("Count", CVelaType::uint32));
+    classes->addClass("root/test", result);
+    EXPECT_EQ(out([&](std::ostream& s) {
+                  CIMXMLUtil::streamIParamQueryResultClass(s, cls("Test_Result"));
+              }),
+              "<PARAMVALUE NAME=\"QueryResultClass\">\n<CLASS NAME=\"Test_Result\">\n<PROPERTY "
+              "NAME=\"Count\"  TYPE=\"uint32\" PROPAGATED=\"false\" CLASSORIGIN=\"Test_Result\">\n"
+              "</PROPERTY>\n</CLASS>\n</PARAMVALUE>");
+    EXPECT_EQ(out([&](std::ostream& s) { CIMXMLUtil::streamIParamQueryResultClass(s, nullptr); }),
+              "<PARAMVALUE NAME=\"QueryResultClass\">\n</PARAMVALUE>");
+}
+
+VELSmrPtr<tarn::IQualifierDef> declaration(const char* name, VELSmrPtr<IVelaType> type,
+                                           Value defaultValue, std::uint32_t scope,
+                                           std::uint32_t flavor) {
+    return VELSmrPtr<tarn::IQualifierDef>(
+        new tarn::CQualifierDef(name, std::move(type), std::move(defaultValue), scope, flavor));
+}
+
+TEST(QualifierDeclarations, FlavorsScopesAndIsArrayOnlyWithoutDefault) {
+    using Scope = tarn::QualifierScope;
+    const auto stringArray = CVelaType::get(CIMTypeId::String, true);
+    const std::string allScopes =
+        "<SCOPE CLASS=\"true\" ASSOCIATION=\"true\" INDICATION=\"true\" PROPERTY=\"true\" "
+        "REFERENCE=\"true\" METHOD=\"true\" PARAMETER=\"true\" ></SCOPE>\n";
+    struct Case {
+        VELSmrPtr<tarn::IQualifierDef> def;
+        std::string expected;
+    };
+    const Case cases[] = {
+        {declaration("Description", CVelaType::string, nullptr, Scope::Any,
+                     QualifierFlavor::Translatable),
+         "<QUALIFIER.DECLARATION NAME=\"Description\" TYPE=\"string\" OVERRIDABLE=\"true\" "
+         "TOSUBCLASS=\"true\" TRANSLATABLE=\"true\" ISARRAY=\"false\" >\n" +
+             allScopes + "</QUALIFIER.DECLARATION>\n"},
+        {declaration("ValueMap", stringArray, CVelaValue::makeNull(stringArray), Scope::Any, 0),
+         "<QUALIFIER.DECLARATION NAME=\"ValueMap\" TYPE=\"string\" OVERRIDABLE=\"true\" "
+         "TOSUBCLASS=\"true\" TRANSLATABLE=\"false\" ISARRAY=\"true\" >\n" +
+             allScopes + "</QUALIFIER.DECLARATION>\n"},
+        {declaration("Key", CVelaType::boolean, CVelaValue::makeBoolean(false),
+                     Scope::Property | Scope::Reference, QualifierFlavor::DisableOverride),
+         "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"boolean\" OVERRIDABLE=\"false\" "
+         "TOSUBCLASS=\"true\" TRANSLATABLE=\"false\" >\n<SCOPE CLASS=\"false\" "
+         "ASSOCIATION=\"false\" INDICATION=\"false\" PROPERTY=\"true\" REFERENCE=\"true\" "
+         "METHOD=\"false\" PARAMETER=\"false\" ></SCOPE>\n<VALUE>FALSE</VALUE>\n"
+         "</QUALIFIER.DECLARATION>\n"},
+        {declaration(
+             "Values", stringArray,
+             makeVELSmrPtr<CVelaValue>(stringArray, std::make_shared<const CVelaValue::ScalarArray>(
+                                                        CVelaValue::ScalarArray{VELString("a<b")})),
+             Scope::Class | Scope::Association | Scope::Indication, QualifierFlavor::Restricted),
+         "<QUALIFIER.DECLARATION NAME=\"Values\" TYPE=\"string\" OVERRIDABLE=\"true\" "
+         "TOSUBCLASS=\"false\" TRANSLATABLE=\"false\" >\n<SCOPE CLASS=\"true\" "
+         "ASSOCIATION=\"true\" INDICATION=\"true\" PROPERTY=\"false\" REFERENCE=\"false\" "
+         "METHOD=\"false\" PARAMETER=\"false\" ></SCOPE>\n<VALUE.ARRAY>\n<VALUE>a&lt;b</VALUE>\n"
+         "</VALUE.ARRAY>\n</QUALIFIER.DECLARATION>\n"},
+        {declaration("In", CVelaType::boolean, CVelaValue::makeBoolean(true), Scope::Parameter,
+                     QualifierFlavor::DisableOverride | QualifierFlavor::Restricted |
+                         QualifierFlavor::Translatable),
+         "<QUALIFIER.DECLARATION NAME=\"In\" TYPE=\"boolean\" OVERRIDABLE=\"false\" "
+         "TOSUBCLASS=\"false\" TRANSLATABLE=\"true\" >\n<SCOPE CLASS=\"false\" "
+         "ASSOCIATION=\"false\" INDICATION=\"false\" PROPERTY=\"false\" REFERENCE=\"false\" "
+         "METHOD=\"false\" PARAMETER=\"true\" ></SCOPE>\n<VALUE>TRUE</VALUE>\n"
+         "</QUALIFIER.DECLARATION>\n"},
+        {nullptr, ""},
+    };
+    for (const Case& c : cases) {
+        std::string text =
+            out([&](std::ostream& os) { CIMXMLUtil::streamQualifierDef(os, c.def); });
+        EXPECT_EQ(text, c.expected);
+        EXPECT_TRUE(wellFormed(text));
+    }
+    // Each scope bit sets its own attribute and no other.
+    const char* names[] = {"CLASS",     "ASSOCIATION", "INDICATION", "PROPERTY",
+                           "REFERENCE", "METHOD",      "PARAMETER"};
+    for (int bit = 0; bit < 7; ++bit) {
+        std::string text = out([&](std::ostream& os) {
+            CIMXMLUtil::streamQualifierDef(
+                os, declaration("Q", CVelaType::uint8, nullptr, 1u << bit, 0));
+        });
+        pugi::xml_document doc;
+        ASSERT_TRUE(doc.load_string(text.c_str()));
+        for (int other = 0; other < 7; ++other) {
+            EXPECT_STREQ(
+                doc.child("QUALIFIER.DECLARATION").child("SCOPE").attribute(names[other]).value(),
+                other == bit ? "true" : "false")
+                << names[bit];
+        }
+    }
+}
+
+}  // namespace
+}  // namespace enctest

@@ -1,0 +1,319 @@
+// Tag writers, namespace, class, instance and object paths, instance names
+// with their key bindings, and the failure policy of guarded reads.
+#include "EncoderTestSupport.h"
+
+namespace enctest {
+namespace {
+
+class NamesAndPaths : public ::testing::Test {
+  protected:
+    void SetUp() override { CIMXMLUtil::advertisedHostName = VELString(); }
+    void TearDown() override { CIMXMLUtil::advertisedHostName = VELString(); }
+    VELSmrPtr<IVelaNameSpacePath> cimv2 = nsPath("root/cimv2", "h1");
+};
+
+TEST_F(NamesAndPaths, TagWritersInBothStyles) {
+    struct Case {
+        const char* name;
+        const char* value;
+        const char* name2;
+        const char* value2;
+        const char* plain;
+        const char* escaped;
+    };
+    const Case cases[] = {
+        {"", "", "", "", "<VALUE>", "&lt;VALUE&gt;"},
+        {"NAME", "x", "", "", "<VALUE NAME=\"x\">", "&lt;VALUE NAME=&quot;x&quot;&gt;"},
+        {"NAME", "x", "TYPE", "a&b", "<VALUE NAME=\"x\" TYPE=\"a&b\">",
+         "&lt;VALUE NAME=&quot;x&quot; TYPE=&quot;a&b&quot;&gt;"},
+        {"", "ignored", "TYPE", "t", "<VALUE TYPE=\"t\">", "&lt;VALUE TYPE=&quot;t&quot;&gt;"},
+    };
+    for (const Case& c : cases) {
+        for (bool esc : {false, true}) {
+            std::ostringstream os;
+            EXPECT_EQ(&CIMXMLUtil::insertHTMLOpenTag(os, "VALUE", esc, c.name, c.value, c.name2,
+                                                     c.value2),
+                      &os);
+            EXPECT_EQ(os.str(), esc ? c.escaped : c.plain);
+        }
+    }
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::insertHTMLCloseTag(os, "VALUE", false); }),
+              "</VALUE>");
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::insertHTMLCloseTag(os, "VALUE", true); }),
+              "&lt;/VALUE&gt;");
+}
+
+TEST_F(NamesAndPaths, NamespacePathTakesItsOwnHostOrTheAdvertisedOne) {
+    auto write = [](const VELSmrPtr<IVelaNameSpacePath>& p, bool esc) {
+        return out([&](std::ostream& os) { CIMXMLUtil::streamNameSpacePath(os, p, true, esc); });
+    };
+    EXPECT_EQ(
+        write(nsPath("interop"), false),
+        "<NAMESPACEPATH>\n<HOST></HOST>\n<LOCALNAMESPACEPATH>\n<NAMESPACE NAME=\"interop\"/>\n"
+        "</LOCALNAMESPACEPATH>\n</NAMESPACEPATH>\n");
+    EXPECT_TRUE(CIMXMLUtil::initializeAdvertisedHostName("adv.example"));
+    EXPECT_FALSE(CIMXMLUtil::initializeAdvertisedHostName("second.example"));
+    EXPECT_EQ(CIMXMLUtil::advertisedHostName, VELString("adv.example"));
+    auto odd = VELSmrPtr<IVelaNameSpacePath>(
+        new CVelaNameSpacePath("", std::vector<VELString>{"root", "a&b<c"}));
+    EXPECT_EQ(write(odd, false),
+              "<NAMESPACEPATH>\n<HOST>adv.example</HOST>\n<LOCALNAMESPACEPATH>\n"
+              "<NAMESPACE NAME=\"root\"/>\n<NAMESPACE NAME=\"a&amp;b&lt;c\"/>\n"
+              "</LOCALNAMESPACEPATH>\n</NAMESPACEPATH>\n");
+    EXPECT_TRUE(wellFormed(write(odd, false)));
+    EXPECT_EQ(write(nsPath("root/cimv2", "h&1"), true),
+              "&lt;NAMESPACEPATH&gt;\n&lt;HOST&gt;h&amp;1&lt;/HOST&gt;\n"
+              "&lt;LOCALNAMESPACEPATH&gt;\n&lt;NAMESPACE NAME=&quot;root&quot;/&gt;\n"
+              "&lt;NAMESPACE NAME=&quot;cimv2&quot;/&gt;\n&lt;/LOCALNAMESPACEPATH&gt;\n"
+              "&lt;/NAMESPACEPATH&gt;\n");
+}
+
+TEST_F(NamesAndPaths, ClassInstanceAndObjectPaths) {
+    auto cls = makeVELSmrPtr<CVelaInstanceName>("CIM_Foo", cimv2, true);
+    auto inst = nameOf("CIM_Foo", cimv2, {{"Id", CVelaValue::makeUint32(7)}});
+    const std::string classPath =
+        "<CLASSPATH>\n" + kCimv2NsPath + "<CLASSNAME NAME=\"CIM_Foo\" />\n</CLASSPATH>\n";
+    const std::string instancePath =
+        "<INSTANCEPATH>\n" + kCimv2NsPath +
+        "<INSTANCENAME CLASSNAME=\"CIM_Foo\">\n<KEYBINDING NAME=\"Id\"><KEYVALUE "
+        "VALUETYPE=\"numeric\" TYPE=\"uint32\">7</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n"
+        "</INSTANCEPATH>\n";
+    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamClassPath(os, cls, true); }),
+              classPath);
+    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamObjectPath(os, cls, true); }),
+              "<OBJECTPATH>\n" + classPath + "</OBJECTPATH>\n");
+    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamObjectPath(os, inst, true); }),
+              "<OBJECTPATH>\n" + instancePath + "</OBJECTPATH>\n");
+    EXPECT_TRUE(wellFormed(out([&](std::ostream& os) {
+        CIMXMLUtil::streamObjectPath(os, cls, true);
+        CIMXMLUtil::streamObjectPath(os, inst, true);
+    })));
+    std::string escaped =
+        out([&](std::ostream& os) { CIMXMLUtil::streamInstancePath(os, inst, true, true); });
+    EXPECT_EQ(decoded(escaped), instancePath);
+    EXPECT_EQ(escaped.find('<'), std::string::npos);
+}
+
+TEST_F(NamesAndPaths, PathsWithoutNamespacePathAreRefusedWhateverTheFlag) {
+    auto bare = nameOf("CIM_Foo", nullptr, {{"Id", str("1")}});
+    for (bool cont : {true, false}) {
+        try {
+            std::ostringstream os;
+            CIMXMLUtil::streamClassPath(os, bare, cont);
+            ADD_FAILURE() << "no exception";
+        } catch (const AdapterException& e) {
+            EXPECT_EQ(e.getType(), VELString("InvalidData"));
+            EXPECT_EQ(e.getLocation(), VELString("CIMXMLUtil::StreamClassPath"));
+            EXPECT_EQ(e.getMessage(), VELString("NameSpacePath missing"));
+            EXPECT_EQ(e.getCode(), 1);
+        }
+        try {
+            std::ostringstream os;
+            CIMXMLUtil::streamInstancePath(os, bare, cont, false);
+            ADD_FAILURE() << "no exception";
+        } catch (const AdapterException& e) {
+            EXPECT_EQ(e.getLocation(), VELString("CIMXMLUtil::StreamInstancePath"));
+        }
+    }
+}
+
+TEST_F(NamesAndPaths, KeyValuesCarryValueTypeTypeAndEncodedText) {
+    struct Case {
+        Value value;
+        const char* keyValue;
+    };
+    const Case cases[] = {
+        {str("a<b&\"c\""), "VALUETYPE=\"string\" TYPE=\"string\">a&lt;b&amp;&quot;c&quot;"},
+        {CVelaValue::makeChar16(u'<'), "VALUETYPE=\"string\" TYPE=\"char16\">&lt;"},
+        {CVelaValue::makeDateTime("20261122065600.123456+060"),
+         "VALUETYPE=\"string\" TYPE=\"datetime\">20261122065600.123456+060"},
+        {CVelaValue::makeBoolean(false), "VALUETYPE=\"boolean\" TYPE=\"boolean\">FALSE"},
+        {CVelaValue::makeUint8(255), "VALUETYPE=\"numeric\" TYPE=\"uint8\">255"},
+        {CVelaValue::makeSigned(CIMTypeId::SInt8, -8), "VALUETYPE=\"numeric\" TYPE=\"sint8\">-8"},
+        {CVelaValue::makeSint64(-9000000000LL),
+         "VALUETYPE=\"numeric\" TYPE=\"sint64\">-9000000000"},
+        {CVelaValue::makeUint64(18446744073709551615ULL),
+         "VALUETYPE=\"numeric\" TYPE=\"uint64\">18446744073709551615"},
+        {CVelaValue::makeReal32(1.5f), "VALUETYPE=\"numeric\" TYPE=\"real32\">1.5"},
+        {CVelaValue::makeReal64(-0.1), "VALUETYPE=\"numeric\" TYPE=\"real64\">-0.1"},
+        {CVelaValue::makeUntyped("42", "numeric"), "VALUETYPE=\"string\" TYPE=\"string\">42"},
+    };
+    for (const Case& c : cases) {
+        auto name = nameOf("CIM_Foo", cimv2, {{"K", c.value}});
+        std::string plain =
+            out([&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, name, false, false); });
+        EXPECT_EQ(plain, std::string("<INSTANCENAME CLASSNAME=\"CIM_Foo\">\n<KEYBINDING "
+                                     "NAME=\"K\"><KEYVALUE ") +
+                             c.keyValue + "</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n");
+        EXPECT_TRUE(wellFormed(plain));
+        std::string escaped =
+            out([&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, name, false, true); });
+        EXPECT_EQ(escaped.find('<'), std::string::npos) << escaped;
+        // The value text is encoded once in both styles, so only markup
+        // without entities decodes back to the plain form.
+        if (plain.find('&') == std::string::npos) {
+            EXPECT_EQ(decoded(escaped), plain);
+        } else {
+            EXPECT_NE(escaped.find(c.keyValue + std::string(c.keyValue).find('>') + 1),
+                      std::string::npos)
+                << escaped;
+        }
+    }
+}
+
+TEST_F(NamesAndPaths, NullKeysDisappearAndKeysKeepTheirOrder) {
+    auto name = nameOf("CIM_Foo", cimv2,
+                       {{"Z", str("z")}, {"Gone", nullptr}, {"A", CVelaValue::makeUint16(1)}});
+    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, name, true, false); }),
+              "<INSTANCENAME CLASSNAME=\"CIM_Foo\">\n"
+              "<KEYBINDING NAME=\"Z\"><KEYVALUE VALUETYPE=\"string\" "
+              "TYPE=\"string\">z</KEYVALUE></KEYBINDING>\n"
+              "<KEYBINDING NAME=\"A\"><KEYVALUE VALUETYPE=\"numeric\" "
+              "TYPE=\"uint16\">1</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n");
+    auto allNull = nameOf("CIM_Foo", cimv2, {{"A", nullptr}, {"B", nullptr}});
+    EXPECT_EQ(
+        out([&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, allNull, true, true); }),
+        "&lt;INSTANCENAME CLASSNAME=&quot;CIM_Foo&quot;&gt;\n&lt;/INSTANCENAME&gt;\n");
+}
+
+TEST_F(NamesAndPaths, ReferenceKeysNestAnInstancePathEscapedThroughout) {
+    auto target = nameOf("CIM_Disk", nsPath("root/cimv2", "h2"), {{"Id", str("d1")}});
+    auto assoc = nameOf("CIM_Link", cimv2, {{"Part", CVelaValue::makeReference(target)}});
+    const std::string nested =
+        "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>h2</HOST>\n<LOCALNAMESPACEPATH>\n"
+        "<NAMESPACE NAME=\"root\"/>\n<NAMESPACE NAME=\"cimv2\"/>\n</LOCALNAMESPACEPATH>\n"
+        "</NAMESPACEPATH>\n<INSTANCENAME CLASSNAME=\"CIM_Disk\">\n<KEYBINDING NAME=\"Id\">"
+        "<KEYVALUE VALUETYPE=\"string\" TYPE=\"string\">d1</KEYVALUE></KEYBINDING>\n"
+        "</INSTANCENAME>\n</INSTANCEPATH>\n";
+    const std::string plain =
+        "<INSTANCENAME CLASSNAME=\"CIM_Link\">\n<KEYBINDING NAME=\"Part\">"
+        "<VALUE.REFERENCE>" +
+        nested + "</VALUE.REFERENCE></KEYBINDING>\n</INSTANCENAME>\n";
+    EXPECT_EQ(
+        out([&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, assoc, true, false); }),
+        plain);
+    EXPECT_TRUE(wellFormed(plain));
+    std::string escaped =
+        out([&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, assoc, true, true); });
+    EXPECT_EQ(escaped.find('<'), std::string::npos) << escaped;
+    EXPECT_EQ(decoded(escaped), plain);
+}
+
+TEST_F(NamesAndPaths, ReferenceQualifiedKeysTravelAsEscapedPathText) {
+    ScopedClasses classes(errorSchema());
+    auto target = nameOf("TEST_Thing", cimv2, {{"Name", str("t&1")}});
+    const std::string targetPath =
+        "<INSTANCEPATH>\n" + kCimv2NsPath +
+        "<INSTANCENAME CLASSNAME=\"TEST_Thing\">\n<KEYBINDING NAME=\"Name\"><KEYVALUE "
+        "VALUETYPE=\"string\" TYPE=\"string\">t&amp;1</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n"
+        "</INSTANCEPATH>\n";
+    const std::string encodedPath = CIMUtil::xmlEncode(VELString(targetPath)).str();
+    // A reference value and a string holding the same path write the same key.
+    for (Value v :
+         {CVelaValue::makeReference(target), str("//h1/root/cimv2:TEST_Thing.Name=\"t&1\"")}) {
+        auto holder =
+            nameOf("TARN_Holder", cimv2, {{"Target", v}, {"Slot", CVelaValue::makeUint8(2)}});
+        std::string plain = out(
+            [&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, holder, false, false); });
+        EXPECT_EQ(plain,
+                  "<INSTANCENAME CLASSNAME=\"TARN_Holder\">\n<KEYBINDING NAME=\"Target\">"
+                  "<KEYVALUE VALUETYPE=\"string\">" +
+                      encodedPath +
+                      "</KEYVALUE></KEYBINDING>\n<KEYBINDING NAME=\"Slot\"><KEYVALUE "
+                      "VALUETYPE=\"numeric\" TYPE=\"uint8\">2</KEYVALUE></KEYBINDING>\n"
+                      "</INSTANCENAME>\n");
+        ASSERT_TRUE(wellFormed(plain));
+        pugi::xml_document doc;
+        doc.load_string(plain.c_str());
+        EXPECT_EQ(doc.first_child().child("KEYBINDING").child("KEYVALUE").text().get(), targetPath);
+    }
+    // Escaped, the wrapper text is encoded like the markup around it, and the
+    // path (already escaped markup) once more.
+    auto holder = nameOf("TARN_Holder", cimv2, {{"Target", CVelaValue::makeReference(target)}});
+    std::string escaped =
+        out([&](std::ostream& os) { CIMXMLUtil::streamInstanceName(os, holder, false, true); });
+    std::string escapedPath =
+        out([&](std::ostream& os) { CIMXMLUtil::streamInstancePath(os, target, false, true); });
+    EXPECT_EQ(escaped,
+              "&lt;INSTANCENAME CLASSNAME=&quot;TARN_Holder&quot;&gt;\n&lt;KEYBINDING "
+              "NAME=&quot;Target&quot;&gt;&lt;KEYVALUE VALUETYPE=&quot;string&quot;&gt;" +
+                  CIMUtil::xmlEncode(VELString(escapedPath)).str() +
+                  "&lt;/KEYVALUE&gt;&lt;/KEYBINDING&gt;\n&lt;/INSTANCENAME&gt;\n");
+    // Without a namespace path the key is an ordinary reference.
+    auto local = nameOf("TARN_Holder", nullptr, {{"Target", CVelaValue::makeReference(target)}});
+    EXPECT_NE(out([&](std::ostream& os) {
+                  CIMXMLUtil::streamInstanceName(os, local, false, false);
+              }).find("<VALUE.REFERENCE><INSTANCEPATH>"),
+              std::string::npos);
+}
+
+TEST_F(NamesAndPaths, FailedKeyReadsAreReportedInPlaceOrPassedOn) {
+    auto inner = nameOf("CIM_Foo", cimv2, {{"A", str("a")}, {"B", str("b")}, {"C", str("c")}});
+    const std::string errorLine =
+        "<ERROR CODE=\"1\" DESCRIPTION=\"A general error occurred that is not covered by a more "
+        "specific error code.\" />\n";
+    auto failingAt1 = [&](std::function<void()> fail) {
+        return VELSmrPtr<IVelaInstanceName>(new FailingInstanceName(inner, 1, std::move(fail)));
+    };
+    struct Case {
+        std::function<void()> fail;
+        const char* logged;
+    };
+    const Case cases[] = {{throwPlatform, kPlatformLine},
+                          {throwUnknown, "Unknown Exception thrown."}};
+    for (const Case& c : cases) {
+        tarn::LogCapture log;
+        std::string text = out([&](std::ostream& os) {
+            CIMXMLUtil::streamInstanceName(os, failingAt1(c.fail), true, false);
+        });
+        EXPECT_EQ(text,
+                  "<INSTANCENAME CLASSNAME=\"CIM_Foo\">\n<KEYBINDING NAME=\"A\"><KEYVALUE "
+                  "VALUETYPE=\"string\" TYPE=\"string\">a</KEYVALUE></KEYBINDING>\n" +
+                      errorLine +
+                      "<KEYBINDING NAME=\"C\"><KEYVALUE VALUETYPE=\"string\" "
+                      "TYPE=\"string\">c</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n");
+        EXPECT_TRUE(wellFormed(text));
+        EXPECT_TRUE(log.contains("CIMXMLUtil", c.logged, 1));
+        std::ostringstream os;
+        EXPECT_ANY_THROW(CIMXMLUtil::streamInstanceName(os, failingAt1(c.fail), false, false));
+    }
+    std::ostringstream os;
+    EXPECT_THROW(CIMXMLUtil::streamInstanceName(os, failingAt1(throwNetwork), true, false),
+                 VELNetException);
+    EXPECT_THROW(CIMXMLUtil::streamInstanceName(os, failingAt1(throwPlatform), false, false),
+                 VelaBaseException);
+}
+
+class ThrowingLookup : public tarn::IClassLookup {
+  public:
+    VELSmrPtr<IVelaClass> getClass(const VELString&, const VELString&) const override {
+        throw VelaBaseException("Database", "Repository", "getClass", "locked", 1);
+    }
+};
+
+TEST_F(NamesAndPaths, ClassNamespaceAndClassLookup) {
+    CVelaObject bare("CIM_Foo");
+    EXPECT_EQ(CIMXMLUtil::getClassNamespace(bare), VELString(""));
+    CVelaObject noNamespace("CIM_Foo", nameOf("CIM_Foo", nullptr));
+    EXPECT_EQ(CIMXMLUtil::getClassNamespace(noNamespace), VELString(""));
+    CVelaObject placed("TEST_Thing", nameOf("TEST_Thing", cimv2));
+    EXPECT_EQ(CIMXMLUtil::getClassNamespace(placed), VELString("root/cimv2"));
+    {
+        ScopedClasses classes(errorSchema());
+        auto cls = CIMXMLUtil::getVelaClass(placed);
+        ASSERT_FALSE(cls.isNull());
+        EXPECT_EQ(cls->getName(), VELString("TEST_Thing"));
+        EXPECT_TRUE(CIMXMLUtil::getVelaClass(bare).isNull());
+    }
+    tarn::ClassLookup::install(std::make_shared<ThrowingLookup>());
+    tarn::LogCapture log;
+    EXPECT_TRUE(CIMXMLUtil::getVelaClass(placed).isNull());
+    tarn::ClassLookup::install(nullptr);
+    EXPECT_TRUE(log.contains("cimxmlpa::CIMXMLUtil::getVelaClass",
+                             "Database Exception thrown in 'Repository::getClass': locked, "
+                             "classNamespace=root/cimv2, className=TEST_Thing",
+                             1));
+}
+
+}  // namespace
+}  // namespace enctest

@@ -1,0 +1,188 @@
+// Parameter-name checks, parameter values and query result tables.
+#include "EncoderTestSupport.h"
+#include "vela/CVelaActualParameter.h"
+
+namespace enctest {
+namespace {
+
+using Names = CIMXMLUtil::ParamNameSet;
+
+VELCIMMethodCall call(const char* method, std::initializer_list<const char*> params) {
+    VELCIMMethodCall c(method, VELCIMMethodCall::Kind::Intrinsic, "root/cimv2");
+    for (const char* p : params) {
+        c.addParameter(makeVELSmrPtr<VELCIMParamValue>(p, str("x"), "string"));
+    }
+    return c;
+}
+
+std::vector<std::string> messages(const tarn::LogCapture& log) {
+    std::vector<std::string> m;
+    for (const auto& line : log.lines()) {
+        EXPECT_EQ(line.source, VELString("cimxmlpa::CIMXMLUtil::validateParameterNames"));
+        EXPECT_EQ(line.severity, 1);
+        m.push_back(line.message.str());
+    }
+    return m;
+}
+
+TEST(ParameterNames, EveryProblemIsLoggedInRequestOrderThenMissingNamesInSetOrder) {
+    const Names required{"InstanceName", "ClassName"};
+    const Names other{"LocalOnly", "PropertyList"};
+    tarn::LogCapture log;
+    EXPECT_FALSE(CIMXMLUtil::validateParameterNames(
+        call("GetClass", {"Foo", "LocalOnly", "Bar", "LocalOnly", "classname", "LocalOnly"}),
+        required, other));
+    EXPECT_EQ(messages(log), (std::vector<std::string>{
+                                 "Operation 'GetClass' has unsupported parameter 'Foo'",
+                                 "Operation 'GetClass' has unsupported parameter 'Bar'",
+                                 "Operation 'GetClass' has duplicate parameter 'LocalOnly'",
+                                 "Operation 'GetClass' has unsupported parameter 'classname'",
+                                 "Operation 'GetClass' has duplicate parameter 'LocalOnly'",
+                                 "Operation 'GetClass' missing required parameter 'ClassName'",
+                                 "Operation 'GetClass' missing required parameter 'InstanceName'",
+                             }));
+}
+
+TEST(ParameterNames, AcceptableCallsPassSilently) {
+    const Names required{"ClassName"};
+    const Names other{"LocalOnly", "PropertyList"};
+    tarn::LogCapture log;
+    EXPECT_TRUE(CIMXMLUtil::validateParameterNames(call("GetClass", {"PropertyList", "ClassName"}),
+                                                   required, other));
+    EXPECT_TRUE(CIMXMLUtil::validateParameterNames(call("EnumerateQualifiers", {}), {}, {}));
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_FALSE(
+        CIMXMLUtil::validateParameterNames(call("EnumerateQualifiers", {"ClassName"}), {}, {}));
+    EXPECT_EQ(messages(log),
+              std::vector<std::string>{"Operation 'EnumerateQualifiers' has unsupported parameter "
+                                       "'ClassName'"});
+}
+
+VELSmrPtr<IVelaActualParameter> param(const char* name, Value v) {
+    return VELSmrPtr<IVelaActualParameter>(new CVelaActualParameter(name, std::move(v)));
+}
+
+// A parameter whose type cannot be read.
+class FailingParameter : public IVelaActualParameter {
+  public:
+    explicit FailingParameter(void (*fail)()) : _fail(fail) {}
+    const VELString& getName() const override { return _name; }
+    const VELSmrPtr<IVelaType>& getType() const override {
+        _fail();
+        throw std::logic_error("unreachable");
+    }
+    const VELSmrPtr<IVelaValue>& getValue() const override { return _value; }
+
+  private:
+    void (*_fail)();
+    VELString _name = "Bad";
+    Value _value = str("never written");
+};
+
+TEST(Parameters, IntrinsicAndExtrinsicValuesOfEachKind) {
+    auto disk = nameOf("CIM_Disk", nsPath("root/cimv2", "h1"), {{"Id", str("d1")}});
+    const std::string diskPath = "<INSTANCEPATH>\n" + kCimv2NsPath +
+                                 "<INSTANCENAME CLASSNAME=\"CIM_Disk\">\n<KEYBINDING NAME=\"Id\">"
+                                 "<KEYVALUE VALUETYPE=\"string\" TYPE=\"string\">d1</KEYVALUE>"
+                                 "</KEYBINDING>\n</INSTANCENAME>\n</INSTANCEPATH>\n";
+    auto inner = makeVELSmrPtr<CVelaObject>("TEST_Inner");
+    inner->addProperty("Note", str("n"));
+    auto names =
+        makeVELSmrPtr<CVelaValue>(CVelaType::get(CIMTypeId::String, true),
+                                  std::make_shared<const CVelaValue::ScalarArray>(
+                                      CVelaValue::ScalarArray{VELString("a"), VELString()}));
+    struct Case {
+        VELSmrPtr<IVelaActualParameter> param;
+        bool intrinsic;
+        std::string expected;
+    };
+    const Case cases[] = {
+        {param("ClassName", str("x&y")), true,
+         "\n<IPARAMVALUE NAME=\"ClassName\" PARAMTYPE=\"string\"><VALUE>x&amp;y</VALUE>\n"
+         "</IPARAMVALUE>"},
+        {param("P", str("")), true,
+         "\n<IPARAMVALUE NAME=\"P\" PARAMTYPE=\"string\"></IPARAMVALUE>"},
+        {param("P", str("")), false,
+         "\n<PARAMVALUE NAME=\"P\" PARAMTYPE=\"string\"><VALUE></VALUE>\n</PARAMVALUE>"},
+        {param("a<b", CVelaValue::makeUint32(7)), false,
+         "\n<PARAMVALUE NAME=\"a&lt;b\" PARAMTYPE=\"uint32\"><VALUE>7</VALUE>\n</PARAMVALUE>"},
+        {param("Disk", CVelaValue::makeReference(disk)), false,
+         "\n<PARAMVALUE NAME=\"Disk\" PARAMTYPE=\"reference\"><VALUE.REFERENCE>" + diskPath +
+             "</VALUE.REFERENCE>\n</PARAMVALUE>"},
+        {param("Data", CVelaValue::makeObject(inner)), false,
+         "\n<PARAMVALUE NAME=\"Data\" PARAMTYPE=\"string\" EmbeddedObject=\"instance\">\n<VALUE>"
+         "&lt;INSTANCE CLASSNAME=&quot;TEST_Inner&quot;&gt;\n&lt;PROPERTY NAME=&quot;Note&quot;"
+         "&#32; TYPE=&quot;string&quot;&gt;&lt;VALUE&gt;n&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n"
+         "&lt;/INSTANCE&gt;\n</VALUE>\n</PARAMVALUE>"},
+        {param("Names", names), false,
+         "\n<PARAMVALUE NAME=\"Names\" PARAMTYPE=\"string\"><VALUE.ARRAY>\n<VALUE>a</VALUE>\n"
+         "<VALUE></VALUE>\n</VALUE.ARRAY>\n</PARAMVALUE>"},
+        {param("Names", names), true,
+         "\n<IPARAMVALUE NAME=\"Names\" PARAMTYPE=\"string\"><VALUE.ARRAY>\n<VALUE>a</VALUE>\n"
+         "</VALUE.ARRAY>\n</IPARAMVALUE>"},
+        {VELSmrPtr<IVelaActualParameter>(new VELCIMParamValue("Empty", nullptr)), false,
+         "\n<PARAMVALUE NAME=\"Empty\" PARAMTYPE=\"string\"></PARAMVALUE>"},
+    };
+    for (const Case& c : cases) {
+        std::string text = out([&](std::ostream& os) {
+            CIMXMLUtil::streamParameter(os, c.param, c.intrinsic, false);
+        });
+        EXPECT_EQ(text, c.expected);
+        EXPECT_TRUE(wellFormed(text));
+    }
+}
+
+TEST(Parameters, AFailedReadLeavesAnEmptyTypeAndAPlaceholderValue) {
+    struct Case {
+        void (*fail)();
+        const char* logged;
+    };
+    for (const Case& c :
+         {Case{throwPlatform, kPlatformLine}, Case{throwUnknown, "Unknown Exception thrown."}}) {
+        const char* logged = c.logged;
+        auto fail = c.fail;
+        VELSmrPtr<IVelaActualParameter> bad(new FailingParameter(fail));
+        tarn::LogCapture log;
+        EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamParameter(os, bad, false, true); }),
+                  "\n<PARAMVALUE NAME=\"Bad\" PARAMTYPE=\"\"><VALUE></VALUE></PARAMVALUE>");
+        EXPECT_TRUE(log.contains("CIMXMLUtil", logged, 1));
+        std::ostringstream os;
+        EXPECT_ANY_THROW(CIMXMLUtil::streamParameter(os, bad, true, false));
+        EXPECT_TRUE(os.str().empty());
+    }
+    VELSmrPtr<IVelaActualParameter> lost(new FailingParameter(throwNetwork));
+    std::ostringstream os;
+    EXPECT_THROW(CIMXMLUtil::streamParameter(os, lost, true, true), VELNetException);
+}
+
+TEST(QueryTables, DeclarationsAreStringCellsByPositionAndRowsHoldValues) {
+    auto columns =
+        makeVELSmrPtr<CIMXMLUtil::ColumnList>(std::vector<VELString>{"Name", "Size", "Owner"});
+    const std::string declaration =
+        "<TABLEROW.DECLARATION>\n"
+        "<TABLECELL.DECLARATION NAME=\"Name\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"0\"/>\n"
+        "<TABLECELL.DECLARATION NAME=\"Size\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"1\"/>\n"
+        "<TABLECELL.DECLARATION NAME=\"Owner\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"2\"/>\n"
+        "</TABLEROW.DECLARATION>\n";
+    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamTableRowDeclaration(os, columns); }),
+              declaration);
+    EXPECT_TRUE(wellFormed(declaration));
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamTableRowDeclaration(os, nullptr); }),
+              "");
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamTableCellDeclaration(os, "X", 12); }),
+              "<TABLECELL.DECLARATION NAME=\"X\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"12\"/>\n");
+
+    auto row = makeVELSmrPtr<CIMXMLUtil::TableRow>();
+    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("Size", CVelaValue::makeUint64(10))));
+    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("Name", str("a<b"))));
+    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("Empty", str(""))));
+    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("None", CVelaType::string, nullptr)));
+    row->append(nullptr);
+    const std::string text = out([&](std::ostream& os) { CIMXMLUtil::streamTableRow(os, row); });
+    EXPECT_EQ(text, "<TABLEROW><VALUE>10</VALUE>\n<VALUE>a&lt;b</VALUE>\n</TABLEROW>");
+    EXPECT_TRUE(wellFormed(text));
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamTableRow(os, nullptr); }), "");
+}
+
+}  // namespace
+}  // namespace enctest

@@ -1,0 +1,216 @@
+// Status translation, message envelope, ERROR elements, pulled-enumeration
+// parameters and version checks.
+#include "EncoderTestSupport.h"
+
+namespace enctest {
+namespace {
+
+TEST(StatusCodes, HandlerStatusesTranslateAsTabledAndGapsBecomeOneWithALogLine) {
+    struct Case {
+        int handler;
+        int cim;
+        bool logged;
+    };
+    const Case cases[] = {
+        {0, 0, false},   {1, 1, false},   {6, 6, false},   {14, 14, false},  {15, 7, false},
+        {16, 15, false}, {17, 17, false}, {18, 1, true},   {19, 1, true},    {20, 1, true},
+        {21, 21, false}, {28, 28, false}, {29, 1, true},   {1000, 4, false}, {1001, 1, false},
+        {-1, 1, true},   {999, 1, true},  {1002, 1, true},
+    };
+    for (const Case& c : cases) {
+        tarn::LogCapture log;
+        EXPECT_EQ(CIMXMLUtil::translateOperationHandlerStatus(c.handler), c.cim) << c.handler;
+        std::string line = "No mapping found for status code " + std::to_string(c.handler);
+        EXPECT_EQ(log.contains("cimxmlpa::CIMXMLUtil::translateOperationHandlerStatus", line, 1),
+                  c.logged)
+            << c.handler;
+        EXPECT_EQ(log.lines().size(), c.logged ? 1u : 0u) << c.handler;
+    }
+}
+
+TEST(StatusCodes, DescriptionsKeepTheirExactTextsAndCodes18And19HaveNone) {
+    EXPECT_EQ(CIMXMLUtil::getStatusCodeDescription(0), VELString("Success."));
+    EXPECT_EQ(CIMXMLUtil::getStatusCodeDescription(9),
+              VELString("The operation cannot be invoked on this class because one or more "
+                        "instances of this class exist."));
+    EXPECT_EQ(CIMXMLUtil::getStatusCodeDescription(20),
+              VELString("The specified Namespace is not empty."));
+    EXPECT_EQ(CIMXMLUtil::getStatusCodeDescription(21),
+              VELString("The enumeration identified by the specified context cannot be found, "
+                        "is in a closed state, does not exist, or is otherwise invalid"));
+    EXPECT_EQ(CIMXMLUtil::getStatusCodeDescription(28),
+              VELString("The CIM Server is in the process of shutting down and cannot process "
+                        "the operatoin at this time."));
+    for (int code = 0; code <= 28; ++code) {
+        tarn::LogCapture log;
+        bool missing = code == 18 || code == 19;
+        EXPECT_EQ(CIMXMLUtil::getStatusCodeDescription(code).isNull(), missing) << code;
+        EXPECT_EQ(log.contains("cimxmlpa::CIMXMLUtil::getStatusDescription",
+                               "No description found for status code " + std::to_string(code), 1),
+                  missing)
+            << code;
+    }
+}
+
+TEST(Envelope, HeaderAndTrailerFrameTheMessage) {
+    std::string text = out([](std::ostream& os) {
+        CIMXMLUtil::streamMessageHeader(os, "1001", "2.0", "2.4");
+        os << "<SIMPLERSP></SIMPLERSP>";
+        CIMXMLUtil::streamMessageTrailer(os);
+    });
+    EXPECT_EQ(text,
+              "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
+              "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.4\"><MESSAGE ID=\"1001\" "
+              "PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP></SIMPLERSP></MESSAGE></CIM>\n");
+    pugi::xml_document doc;
+    ASSERT_TRUE(doc.load_string(text.c_str()));
+    EXPECT_STREQ(doc.child("CIM").child("MESSAGE").attribute("PROTOCOLVERSION").value(), "1.0");
+}
+
+TEST(ErrorElement, FromTextCarriesTranslatedCodeAndEscapedDetail) {
+    EXPECT_EQ(CIMXMLUtil::createCIMErrorMsg(6, "x<y"),
+              VELString("<ERROR CODE=\"6\" DESCRIPTION=\"The requested object cannot be found. "
+                        "(x&lt;y)\" />"));
+    EXPECT_EQ(CIMXMLUtil::createCIMErrorMsg(15, ""),
+              VELString("<ERROR CODE=\"7\" DESCRIPTION=\"The requested operation is not "
+                        "supported.\" />"));
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamError(os, 1000, "bad \"Flag\""); }),
+              "<ERROR CODE=\"4\" DESCRIPTION=\"One or more parameter values passed to the method "
+              "are not valid. (bad &quot;Flag&quot;)\" />\n");
+}
+
+TEST(ErrorElement, FromExceptionWithoutInstancesSelfCloses) {
+    using Ex = VELSmrPtr<VelaBaseException>;
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamError(os, Ex()); }),
+              "<ERROR CODE=\"1\" DESCRIPTION=\"A general error occurred that is not covered by "
+              "a more specific error code.\"/>");
+    auto ex = makeVELSmrPtr<VelaBaseException>("NotFound", "Repository", "get", "no Foo & co", 6);
+    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamError(os, ex); }),
+              "<ERROR CODE=\"6\" DESCRIPTION=\"The requested object cannot be found. (no Foo "
+              "&amp; co)\"/>");
+    ex->setInstances(makeVELSmrPtr<VelaBaseException::InstanceList>());
+    ex->getInstances()->append(nullptr);
+    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamError(os, 16, ex); }),
+              "<ERROR CODE=\"15\" DESCRIPTION=\"The query is not valid for the specified query "
+              "language. (no Foo &amp; co)\"/>");
+}
+
+class ErrorInstances : public ::testing::Test {
+  protected:
+    ScopedClasses classes{errorSchema()};
+    VELSmrPtr<IVelaNameSpacePath> ns = nsPath("root/cimv2", "h1");
+};
+
+TEST_F(ErrorInstances, CimErrorsAreWrittenAsTheyAreOtherInstancesAreWrapped) {
+    auto error = makeVELSmrPtr<CVelaObject>("TEST_Error", nameOf("TEST_Error", ns));
+    error->addProperty("ErrorType", CVelaValue::makeUint16(3));
+    error->addProperty("Message", str("disk <full>"));
+    auto thing =
+        makeVELSmrPtr<CVelaObject>("TEST_Thing", nameOf("TEST_Thing", ns, {{"Name", str("a&b")}}));
+    thing->addProperty("Name", str("a&b"));
+    auto other = makeVELSmrPtr<CVelaObject>("Other_Thing");
+    other->addProperty("Id", str("7"));
+
+    auto ex = makeVELSmrPtr<VelaBaseException>("Failed", "Op", "", "gone", 6);
+    auto list = makeVELSmrPtr<VelaBaseException::InstanceList>();
+    for (VELSmrPtr<IVelaObject> o :
+         {VELSmrPtr<IVelaObject>(), VELSmrPtr<IVelaObject>(error), VELSmrPtr<IVelaObject>(thing),
+          VELSmrPtr<IVelaObject>(other)}) {
+        list->append(o);
+    }
+    ex->setInstances(list);
+    std::string text = out([&](std::ostream& os) { CIMXMLUtil::streamError(os, ex); });
+
+    const std::string path =
+        "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>h1</HOST>\n<LOCALNAMESPACEPATH>\n"
+        "<NAMESPACE NAME=\"root\"/>\n<NAMESPACE NAME=\"cimv2\"/>\n</LOCALNAMESPACEPATH>\n"
+        "</NAMESPACEPATH>\n<INSTANCENAME CLASSNAME=\"TEST_Thing\">\n<KEYBINDING NAME=\"Name\">"
+        "<KEYVALUE VALUETYPE=\"string\" TYPE=\"string\">a&amp;b</KEYVALUE></KEYBINDING>\n"
+        "</INSTANCENAME>\n</INSTANCEPATH>\n";
+    const std::string otherText =
+        "<INSTANCE CLASSNAME=\"Other_Thing\">\n<PROPERTY NAME=\"Id\" TYPE=\"string\">"
+        "<VALUE>7</VALUE>\n</PROPERTY>\n</INSTANCE>\n";
+    // Escaped once as text for the property, once more as the property's value.
+    auto twice = [](const std::string& s) {
+        return CIMUtil::xmlEncode(CIMUtil::xmlEncode(VELString(s))).str();
+    };
+    EXPECT_EQ(text,
+              "<ERROR CODE=\"6\" DESCRIPTION=\"The requested object cannot be found. (gone)\">\n"
+              "<INSTANCE CLASSNAME=\"TEST_Error\">\n"
+              "<PROPERTY NAME=\"ErrorType\" TYPE=\"uint16\"><VALUE>3</VALUE>\n</PROPERTY>\n"
+              "<PROPERTY NAME=\"Message\" TYPE=\"string\"><VALUE>disk &lt;full&gt;</VALUE>\n"
+              "</PROPERTY>\n</INSTANCE>\n"
+              "<INSTANCE CLASSNAME=\"CIM_Error\">\n"
+              "<PROPERTY NAME=\"ErrorSourceFormat\" TYPE=\"uint16\"><VALUE>2</VALUE>\n"
+              "</PROPERTY>\n<PROPERTY NAME=\"ErrorSource\" TYPE=\"string\"><VALUE>" +
+                  twice(path) +
+                  "</VALUE>\n</PROPERTY>\n</INSTANCE>\n"
+                  "<INSTANCE CLASSNAME=\"CIM_Error\">\n"
+                  "<PROPERTY NAME=\"ErrorSourceFormat\" TYPE=\"uint16\"><VALUE>1</VALUE>\n"
+                  "</PROPERTY>\n<PROPERTY NAME=\"OtherErrorSourceFormat\" TYPE=\"string\"><VALUE>" +
+                  twice(otherText) + "</VALUE>\n</PROPERTY>\n</INSTANCE>\n</ERROR>");
+
+    // A client that decodes the ErrorSource twice gets the path back as XML.
+    pugi::xml_document doc;
+    ASSERT_TRUE(doc.load_string(text.c_str()));
+    auto instances = doc.child("ERROR").children("INSTANCE");
+    ASSERT_EQ(std::distance(instances.begin(), instances.end()), 3);
+    std::string once = doc.child("ERROR")
+                           .find_child_by_attribute("INSTANCE", "CLASSNAME", "CIM_Error")
+                           .find_child_by_attribute("PROPERTY", "NAME", "ErrorSource")
+                           .child("VALUE")
+                           .text()
+                           .get();
+    EXPECT_EQ(decoded(once), path);
+    EXPECT_TRUE(wellFormed(decoded(once)));
+}
+
+TEST_F(ErrorInstances, HierarchyFollowsSuperclassesAndNeedsAKnownClass) {
+    struct Case {
+        const char* cls;
+        bool withNamespace;
+        bool cim;
+        bool cimError;
+    };
+    const Case cases[] = {
+        {"TEST_Error", true, true, true},      {"CIM_Error", true, true, true},
+        {"TEST_Thing", true, true, false},     {"Other_Thing", true, false, false},
+        {"TEST_Error", false, false, false},  // no namespace: the class is not found
+        {"Unknown_Class", true, false, false},
+    };
+    for (const Case& c : cases) {
+        CVelaObject obj(c.cls, c.withNamespace ? nameOf(c.cls, ns) : nullptr);
+        EXPECT_EQ(CIMXMLUtil::isCimDescendent(obj), c.cim) << c.cls;
+        EXPECT_EQ(CIMXMLUtil::isCimErrorDescendent(obj), c.cimError) << c.cls;
+    }
+    CVelaObject thing("TEST_Thing", nameOf("TEST_Thing", ns));
+    EXPECT_TRUE(CIMXMLUtil::checkHierarchy(thing, "CIM_Managed"));
+    EXPECT_FALSE(CIMXMLUtil::checkHierarchy(thing, "cim_"));
+}
+
+TEST(PulledEnumeration, EndOfSequenceAndContextParameters) {
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEndOfSequence(os, true); }),
+              "<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>TRUE</VALUE>\n"
+              "</PARAMVALUE>\n");
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEndOfSequence(os, false); }),
+              "<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>FALSE</VALUE>\n"
+              "</PARAMVALUE>\n");
+    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEnumerationContext(os, "ctx-42"); }),
+              "<PARAMVALUE NAME=\"EnumerationContext\" TYPE=\"string\">\n<VALUE>ctx-42</VALUE>\n"
+              "</PARAMVALUE>\n");
+}
+
+TEST(Versions, MajorDotMinorOfAtLeastTwo) {
+    for (const char* good : {"2.0", "2.1", "2.4", "10.0", "02.0", "3.99"}) {
+        EXPECT_TRUE(CIMXMLUtil::validateCIMVersion(good)) << good;
+        EXPECT_TRUE(CIMXMLUtil::validateDTDVersion(good)) << good;
+    }
+    for (const char* bad :
+         {"1.9", "2", "2.0.1", " 2.0", "2.0 ", "", "two", "-2.0", "2,0", "1.99"}) {
+        EXPECT_FALSE(CIMXMLUtil::validateCIMVersion(bad)) << bad;
+        EXPECT_FALSE(CIMXMLUtil::validateDTDVersion(bad)) << bad;
+    }
+}
+
+}  // namespace
+}  // namespace enctest
