@@ -51,6 +51,21 @@ void MofDiagnostics::error(std::string message) {
     error(none, std::move(message));
 }
 
+void MofDiagnostics::fatal(const MofPos& pos, std::string message) {
+    if (!_stopped) {
+        MofDiagnostic d;
+        d.severity = MofDiagnostic::Severity::Error;
+        d.file = fileName(pos.file);
+        d.line = pos.line;
+        d.column = pos.column;
+        d.message = std::move(message) + "; compilation stopped";
+        ++_errors;
+        _stopped = true;
+        add(std::move(d));
+    }
+    throw Stop{};
+}
+
 void MofDiagnostics::warning(const MofPos& pos, std::string message) {
     MofDiagnostic d;
     d.severity = MofDiagnostic::Severity::Warning;

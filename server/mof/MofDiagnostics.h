@@ -29,6 +29,8 @@ class MofDiagnostics {
     // An error without a place in the text.
     void error(std::string message);
     void warning(const MofPos& pos, std::string message);
+    // Records an error that ends the compilation, and throws Stop.
+    [[noreturn]] void fatal(const MofPos& pos, std::string message);
 
     // "file:line:column", for messages that refer to another place.
     std::string where(const MofPos& pos) const;

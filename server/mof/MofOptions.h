@@ -24,9 +24,22 @@ struct MofLimits {
     std::size_t maxLiteralBytes = std::size_t(1) << 20;
     std::size_t maxIdentifierBytes = 1024;
     std::size_t maxArrayElements = std::size_t(1) << 20;
+    // Qualifiers of one element, properties and methods of one class (and
+    // values of one instance), parameters of one method.
+    std::size_t maxQualifiers = 128;
+    std::size_t maxFeatures = 1024;
+    std::size_t maxParameters = 256;
     // Nesting of brackets, and of instance keys that refer to other instances
     // by alias.
     std::size_t maxNesting = 64;
+    // Superclasses above a class.
+    std::size_t maxInheritanceDepth = 64;
+    // Everything read (declarations, features, qualifiers, values and array
+    // elements), which the compiler holds until the end of the compilation.
+    std::size_t maxSyntaxNodes = std::size_t(2) << 20;
+    // Properties, methods, parameters and qualifiers of all resolved classes,
+    // inherited ones counted in each class that inherits them.
+    std::size_t maxSchemaSize = std::size_t(2) << 20;
 };
 
 // Progress of a long compilation, reported after each file and every few

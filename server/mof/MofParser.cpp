@@ -238,6 +238,13 @@ bool MofParser::recoverFeature(std::size_t bodyDepth) {
     return true;
 }
 
+void MofParser::node() {
+    if (++_tree.nodes > _limits.maxSyntaxNodes) {
+        _diag.fatal(_tok.pos, "the MOF holds more than " + std::to_string(_limits.maxSyntaxNodes) +
+                                  " declarations, features, qualifiers and values");
+    }
+}
+
 void MofParser::production() {
     if (at(Kind::Pragma)) {
         pragma();
@@ -282,6 +289,7 @@ void MofParser::pragma() {
         if (string && previousString) {
             args.back() += _tok.text;  // adjacent strings are one string
         } else if (string) {
+            node();
             args.push_back(std::move(_tok.text));
         }
         previousString = string;
@@ -294,6 +302,12 @@ void MofParser::pragma() {
 void MofParser::qualifierList(MofQualifierUses& out) {
     expect(Kind::LBracket, "'['");
     for (;;) {
+        if (out.size() >= _limits.maxQualifiers) {
+            _diag.error(_tok.pos, "more than " + std::to_string(_limits.maxQualifiers) +
+                                      " qualifiers on one element");
+            throw SyntaxError{};
+        }
+        node();
         out.emplace_back();
         qualifier(out.back());
         if (at(Kind::Comma)) {
@@ -382,6 +396,7 @@ void MofParser::array(MofArraySyntax& a, const char* what) {
 }
 
 void MofParser::classDeclaration(MofQualifierUses&& qualifiers) {
+    node();
     advance();  // class
     MofClassSyntax cls;
     cls.qualifiers = std::move(qualifiers);
@@ -405,7 +420,14 @@ void MofParser::classDeclaration(MofQualifierUses&& qualifiers) {
         if (at(Kind::End)) {
             unexpected("'}' to close the class body of " + cls.name);
         }
+        if (cls.features.size() >= _limits.maxFeatures) {
+            _diag.error(_tok.pos, "class " + cls.name + " has more than " +
+                                      std::to_string(_limits.maxFeatures) +
+                                      " properties and methods");
+            throw SyntaxError{};
+        }
         try {
+            node();
             feature(cls);
         } catch (const SyntaxError&) {
             if (!recoverFeature(bodyDepth) || depth() < bodyDepth) {
@@ -443,6 +465,13 @@ void MofParser::feature(MofClassSyntax& cls) {
         advance();
         if (!at(Kind::RParen)) {
             for (;;) {
+                if (f.parameters.size() >= _limits.maxParameters) {
+                    _diag.error(_tok.pos, "method " + f.name + " has more than " +
+                                              std::to_string(_limits.maxParameters) +
+                                              " parameters");
+                    throw SyntaxError{};
+                }
+                node();
                 f.parameters.emplace_back();
                 parameter(f.parameters.back());
                 if (at(Kind::Comma)) {
@@ -495,6 +524,7 @@ void MofParser::parameter(MofParameterSyntax& p) {
 }
 
 void MofParser::instanceDeclaration(MofQualifierUses&& qualifiers) {
+    node();
     advance();  // instance
     keyword("of");
     MofInstanceSyntax inst;
@@ -516,7 +546,13 @@ void MofParser::instanceDeclaration(MofQualifierUses&& qualifiers) {
         if (at(Kind::End)) {
             unexpected("'}' to close the instance body");
         }
+        if (inst.values.size() >= _limits.maxFeatures) {
+            _diag.error(_tok.pos, "an instance with more than " +
+                                      std::to_string(_limits.maxFeatures) + " values");
+            throw SyntaxError{};
+        }
         try {
+            node();
             MofPropertyValueSyntax v;
             if (at(Kind::LBracket)) {
                 qualifierList(v.qualifiers);
@@ -538,6 +574,7 @@ void MofParser::instanceDeclaration(MofQualifierUses&& qualifiers) {
 }
 
 void MofParser::qualifierDeclaration() {
+    node();
     advance();  // qualifier
     MofQualifierDeclSyntax d;
     d.nameSpace = _host.nameSpace();
@@ -688,6 +725,7 @@ void MofParser::literal(MofLiteral& out, bool allowArray) {
                                               " elements");
                     throw SyntaxError{};
                 }
+                node();
                 out.elements.emplace_back();
                 literal(out.elements.back(), false);
                 if (at(Kind::Comma)) {

@@ -56,6 +56,8 @@ class MofParser {
     // The "REF" after the class name of a reference type.
     void referenceKeyword(const MofTypeSyntax& type);
 
+    // Counts one node of the syntax tree; ends the compilation beyond the limit.
+    void node();
     void production();
     void pragma();
     void qualifierList(MofQualifierUses& out);

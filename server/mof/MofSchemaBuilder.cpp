@@ -241,13 +241,10 @@ std::vector<VELSmrPtr<IQualifier>> MofSchemaBuilder::qualifiers(
     std::vector<PendingScope>* pending) {
     std::vector<VELSmrPtr<IQualifier>> out;
     out.reserve(uses.size());
+    CaseMap seen;
     for (std::size_t i = 0; i < uses.size(); ++i) {
         MofQualifierUse& q = uses[i];
-        bool duplicate = false;
-        for (std::size_t j = 0; j < i && !duplicate; ++j) {
-            duplicate = VELString(uses[j].name).equalsIgnoreCase(q.name);
-        }
-        if (duplicate) {
+        if (!seen.emplace(q.name, i).second) {
             _diag.error(q.pos, "qualifier " + q.name + " is given twice on " + element);
             continue;
         }
@@ -503,12 +500,43 @@ void MofSchemaBuilder::resolveChain(std::size_t index) {
         ClassEntry& e = _classes[*it];
         const MofClassSyntax& c = *e.syntax;
         VELSmrPtr<IVelaClass> super;
+        std::size_t superDepth = 0;
+        std::size_t superSize = 0;
         if (!c.superClass.empty()) {
             super = lookupClass(c.nameSpace, c.superClass);
             if (super.isNull()) {
                 e.state = State::Failed;
                 continue;
             }
+            auto staged = _ns[c.nameSpace].classIndex.find(c.superClass);
+            if (staged != _ns[c.nameSpace].classIndex.end()) {
+                superDepth = _classes[staged->second].depth;
+                superSize = _classes[staged->second].size;
+            } else {
+                for (auto a = super->getSuperClass();
+                     !a.isNull() && superDepth <= _limits.maxInheritanceDepth;
+                     a = a->getSuperClass()) {
+                    ++superDepth;
+                }
+                superSize = sizeOf(*super);
+            }
+            e.depth = superDepth + 1;
+            if (e.depth > _limits.maxInheritanceDepth) {
+                _diag.error(c.superPos, "class " + c.name + " has more than " +
+                                            std::to_string(_limits.maxInheritanceDepth) +
+                                            " superclasses");
+                e.state = State::Failed;
+                continue;
+            }
+        }
+        // An upper bound of what resolving allocates: the inherited elements
+        // are copied into each subclass.
+        std::size_t size = superSize + sizeOf(*e.cls);
+        if (_schemaSize + size > _limits.maxSchemaSize) {
+            _diag.fatal(c.pos, "the classes hold more than " +
+                                   std::to_string(_limits.maxSchemaSize) +
+                                   " properties, methods, parameters and qualifiers in all, "
+                                   "inherited ones counted in each class");
         }
         try {
             e.cls->resolve(super);
@@ -517,12 +545,40 @@ void MofSchemaBuilder::resolveChain(std::size_t index) {
             e.state = State::Failed;
             continue;
         }
+        e.size = sizeOf(*e.cls);
+        _schemaSize += e.size;
         e.state = State::Resolved;
         _out[c.nameSpace].classes.push_back(e.cls);
         if (++_resolved % 256 == 0) {
             progress(MofProgress::Stage::Resolving);
         }
     }
+}
+
+std::size_t MofSchemaBuilder::sizeOf(const IVelaClass& cls) {
+    auto count = [](auto it) {
+        std::size_t n = 0;
+        while (it->hasNext()) {
+            it->next();
+            ++n;
+        }
+        return n;
+    };
+    std::size_t n = 1 + count(cls.getQualifiers(true));
+    auto props = cls.getPropertyDefs(true);
+    while (props->hasNext()) {
+        n += 1 + count(props->next()->getQualifiers(true));
+    }
+    auto methods = cls.getMethodDefs(true);
+    while (methods->hasNext()) {
+        auto m = methods->next();
+        n += 1 + count(m->getQualifiers(true));
+        auto params = m->getParameters();
+        while (params->hasNext()) {
+            n += 1 + count(params->next()->getQualifiers(true));
+        }
+    }
+    return n;
 }
 
 void MofSchemaBuilder::checkClass(ClassEntry& e) {
@@ -621,7 +677,7 @@ bool MofSchemaBuilder::prepareInstance(InstanceEntry& e) {
     e.defs.resize(s.values.size());
     e.values.resize(s.values.size());
     e.typed.assign(s.values.size(), false);
-    CaseMap seen;
+    CaseMap& seen = e.valueIndex;
     for (std::size_t k = 0; k < s.values.size(); ++k) {
         MofPropertyValueSyntax& v = s.values[k];
         qualifiers(v.qualifiers, ns, QualifierScope::Any, "property " + v.name + " of " + element,
@@ -767,12 +823,12 @@ bool MofSchemaBuilder::checkReference(VELSmrPtr<IVelaValue>& value, const IVelaT
         }
         typed->addKeyBinding(def->getName(), v);
     }
+    CaseMap given;
+    for (std::size_t i = 0; i < typed->getKeyBindingCount(); ++i) {
+        given.emplace(typed->getKeyBinding(i)->getPropertyName(), i);
+    }
     for (const VELString& key : target->getKeyNames()) {
-        bool present = false;
-        for (std::size_t i = 0; i < typed->getKeyBindingCount() && !present; ++i) {
-            present = typed->getKeyBinding(i)->getPropertyName().equalsIgnoreCase(key);
-        }
-        if (!present) {
+        if (!given.count(key)) {
             _diag.error(pos, element + ": the reference lacks key " + key.str() + " of " +
                                  target->getName().str());
             return false;
@@ -811,14 +867,12 @@ bool MofSchemaBuilder::computePath(std::size_t index, std::size_t depth) {
     bool ok = true;
     for (const VELString& key : e.cls->getKeyNames()) {
         VELSmrPtr<IVelaValue> value;
-        for (std::size_t k = 0; k < s.values.size(); ++k) {
-            if (!e.defs[k].isNull() && e.defs[k]->getName().equalsIgnoreCase(key)) {
-                if (!typeValue(e, k, depth)) {
-                    ok = false;  // the other keys are still checked
-                }
-                value = e.values[k];
-                break;
+        auto given = e.valueIndex.find(key);
+        if (given != e.valueIndex.end() && !e.defs[given->second].isNull()) {
+            if (!typeValue(e, given->second, depth)) {
+                ok = false;  // the other keys are still checked
             }
+            value = e.values[given->second];
         }
         if (!ok) {
             continue;
@@ -870,11 +924,9 @@ void MofSchemaBuilder::finishInstance(std::size_t index) {
     while (defs->hasNext()) {
         VELSmrPtr<IPropertyDef> def = defs->next();
         VELSmrPtr<IVelaValue> value;
-        for (std::size_t k = 0; k < s.values.size(); ++k) {
-            if (!e.defs[k].isNull() && e.defs[k]->getName().equalsIgnoreCase(def->getName())) {
-                value = e.values[k];
-                break;
-            }
+        auto given = e.valueIndex.find(def->getName());
+        if (given != e.valueIndex.end()) {
+            value = e.values[given->second];
         }
         if (value.isNull()) {
             value = def->getDefaultValue();

@@ -76,6 +76,8 @@ class MofSchemaBuilder {
         MofClassSyntax* syntax = nullptr;
         VELSmrPtr<CVelaClass> cls;
         State state = State::Unresolved;
+        std::size_t depth = 0;  // superclasses above it
+        std::size_t size = 0;   // its share of MofLimits::maxSchemaSize
         std::vector<PendingScope> classQualifiers;
         std::vector<NamedClass> namedClasses;
         std::vector<OverrideCheck> overrides;
@@ -91,6 +93,7 @@ class MofSchemaBuilder {
         std::vector<VELSmrPtr<IPropertyDef>> defs;
         std::vector<VELSmrPtr<IVelaValue>> values;
         std::vector<bool> typed;  // typing was attempted (literals are consumed by it)
+        CaseMap valueIndex;       // property name -> value
     };
     struct NameSpaceState {
         CaseMap qualifierIndex;            // into result qualifiers
@@ -115,6 +118,9 @@ class MofSchemaBuilder {
     void resolveAll();
     void resolveChain(std::size_t index);
     void checkClass(ClassEntry& e);
+    // The size of a class for MofLimits::maxSchemaSize: its elements and
+    // qualifiers, inherited ones included.
+    static std::size_t sizeOf(const IVelaClass& cls);
     // The resolved class of that name: staged in this compilation or from the context.
     VELSmrPtr<IVelaClass> lookupClass(std::uint32_t ns, const VELString& name) const;
     // The class is declared in this compilation (in any state) or in the context.
@@ -142,6 +148,7 @@ class MofSchemaBuilder {
     std::vector<InstanceEntry> _instances;
     CaseMap _aliases;  // instance alias -> index into _instances
     std::size_t _resolved = 0;
+    std::size_t _schemaSize = 0;
 };
 
 }  // namespace tarn

@@ -123,6 +123,9 @@ struct MofInstanceSyntax {
 
 // Everything a compilation has read, in the order of the text.
 struct MofSyntaxTree {
+    // Nodes read so far (declarations, features, parameters, qualifiers,
+    // values, array elements), to bound the memory the tree holds.
+    std::size_t nodes = 0;
     std::vector<MofQualifierDeclSyntax> qualifierDecls;
     std::vector<MofClassSyntax> classes;
     std::vector<MofInstanceSyntax> instances;
