@@ -287,6 +287,11 @@ void MofParser::pragma() {
         }
         bool string = at(Kind::String);
         if (string && previousString) {
+            if (args.back().size() + _tok.text.size() > _limits.maxLiteralBytes) {
+                _diag.error(_tok.pos, "string literal longer than " +
+                                          std::to_string(_limits.maxLiteralBytes) + " bytes");
+                throw SyntaxError{};
+            }
             args.back() += _tok.text;  // adjacent strings are one string
         } else if (string) {
             node();

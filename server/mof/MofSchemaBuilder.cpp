@@ -183,6 +183,11 @@ void MofSchemaBuilder::build(MofSyntaxTree& tree, const std::vector<std::string>
         }
     }
     buildInstances(tree.instances);
+    // The entries point into the tree, which the compiler drops next.
+    _classes.clear();
+    _instances.clear();
+    _aliases.clear();
+    _ns.clear();
 }
 
 // ---------------------------------------------------------------------------
@@ -594,6 +599,11 @@ void MofSchemaBuilder::checkClass(ClassEntry& e) {
                                    scopeNames(p.decl->getScope()));
         }
     }
+    VELSmrPtr<IVelaClass> super = cls.getSuperClass();
+    if (cls.isAssociation() && !super.isNull() && !super->isAssociation()) {
+        _diag.error(c.superPos, "association " + c.name + " cannot be a subclass of " +
+                                    super->getName().str() + ", which is not an association");
+    }
     if (!cls.isAssociation()) {
         for (const auto& pos : e.references) {
             _diag.error(pos, "class " + c.name + " declares a reference but is not an association");
@@ -605,7 +615,6 @@ void MofSchemaBuilder::checkClass(ClassEntry& e) {
                                    " names unknown class " + n.name);
         }
     }
-    VELSmrPtr<IVelaClass> super = cls.getSuperClass();
     for (const auto& o : e.overrides) {
         const char* what = o.method ? "method" : "property";
         if (!VELString(o.overridden).equalsIgnoreCase(o.name)) {

@@ -43,6 +43,10 @@ TEST(MofErrors, ClassChecks) {
          "main.mof:3:10: error: method M is declared twice in class A (first at main.mof:2:10)\n"},
         {"duplicate parameter", "class A {\n  uint32 M(string x, uint8 X);\n};\n",
          "main.mof:2:28: error: parameter X is declared twice in method A.M\n"},
+        {"association below a class that is none",
+         "class E { };\n[Association]\nclass A : E {\n  E REF r;\n};\n",
+         "main.mof:3:11: error: association A cannot be a subclass of E, which is not an "
+         "association\n"},
         {"reference outside an association", "class E { };\nclass A {\n  E REF r;\n};\n",
          "main.mof:3:9: error: class A declares a reference but is not an association\n"},
         {"reference to an unknown class", "[Association]\nclass A {\n  Missing REF r;\n};\n",
