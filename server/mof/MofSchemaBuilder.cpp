@@ -350,6 +350,10 @@ void MofSchemaBuilder::buildClass(std::size_t index) {
             for (const auto& q :
                  qualifiers(f.qualifiers, c.nameSpace, QualifierScope::Method, element, nullptr)) {
                 m->addQualifier(q);
+                if (q->getName().equalsIgnoreCase("EmbeddedInstance") && !stringValue(q).isNull()) {
+                    e.namedClasses.push_back(
+                        NamedClass{stringValue(q).str(), f.pos, element, true});
+                }
             }
             CaseMap seenParams;
             for (std::size_t pi = 0; pi < f.parameters.size(); ++pi) {

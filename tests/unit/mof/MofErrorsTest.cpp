@@ -56,6 +56,9 @@ TEST(MofErrors, ClassChecks) {
         {"embedded instance of an unknown class",
          "class A {\n  [EmbeddedInstance(\"Missing\")] string E;\n};\n",
          "main.mof:2:40: error: EmbeddedInstance of property A.E names unknown class Missing\n"},
+        {"embedded instance returned of an unknown class",
+         "class A {\n  [EmbeddedInstance(\"Missing\")] string M();\n};\n",
+         "main.mof:2:40: error: EmbeddedInstance of method A.M names unknown class Missing\n"},
         {"override of nothing", "class A { };\nclass B : A {\n  [Override(\"P\")] string P;\n};\n",
          "main.mof:3:26: error: property B.P overrides nothing: no superclass of B has a property "
          "P\n"},
