@@ -4,6 +4,11 @@
 // but only when no error was found anywhere, so that a faulty compilation
 // writes nothing.
 //
+// An include is read where its pragma stands, as if its text were there; a
+// #pragma namespace holds until the next one, across includes. Aliases of
+// instances hold for the whole compilation. Qualifiers, classes and
+// instances may be declared in any order.
+//
 //     MofCompiler compiler(options, &repositoryContext);
 //     compiler.compileFile("schema.mof");
 //     if (!compiler.commit(sink)) { ... compiler.diagnostics() ... }
