@@ -35,6 +35,11 @@ class CClassSet : public IClassLookup {
     // superclass, 11 (already exists) for a class of the same name, 4 for
     // conflicts found while resolving.
     VELSmrPtr<IVelaClass> addClass(const VELString& nameSpace, const VELSmrPtr<CVelaClass>& cls);
+    // Adds a class that is already resolved (the MOF compiler resolves the
+    // classes it builds): its superclass must be in the namespace by name.
+    // Throws as addClass does, and code 4 for a class that is not resolved.
+    VELSmrPtr<IVelaClass> addResolvedClass(const VELString& nameSpace,
+                                           const VELSmrPtr<CVelaClass>& cls);
 
     VELSmrPtr<IVelaClass> getClass(const VELString& nameSpace,
                                    const VELString& className) const override;
@@ -61,6 +66,9 @@ class CClassSet : public IClassLookup {
             children;
     };
     NameSpace& ensure(const VELString& nameSpace);
+    // The superclass of a class about to be added; throws when it cannot be added.
+    VELSmrPtr<IVelaClass> checkNewClass(const NameSpace& ns, const CVelaClass& cls) const;
+    void insert(NameSpace& ns, const VELSmrPtr<CVelaClass>& cls);
     const NameSpace* find(const VELString& nameSpace) const;
 
     std::map<VELString, NameSpace, VELStringLessIgnoreCase> _nameSpaces;

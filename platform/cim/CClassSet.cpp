@@ -64,30 +64,49 @@ std::vector<VELSmrPtr<IQualifierDef>> CClassSet::getQualifierDefs(
 VELSmrPtr<IVelaClass> CClassSet::addClass(const VELString& nameSpace,
                                           const VELSmrPtr<CVelaClass>& cls) {
     NameSpace& ns = ensure(nameSpace);
-    if (ns.classIndex.count(cls->getName())) {
-        throw VelaBaseException(
-            "InvalidData", "tarn::CClassSet", "addClass",
-            "class " + cls->getName() + " already exists in namespace " + nameSpace, 11);
-    }
-    VELSmrPtr<IVelaClass> super;
-    if (!cls->getSuperClassName().isNull()) {
-        auto it = ns.classIndex.find(cls->getSuperClassName());
-        if (it == ns.classIndex.end()) {
-            throw VelaBaseException("InvalidData", "tarn::CClassSet", "addClass",
-                                    "superclass " + cls->getSuperClassName() + " of class " +
-                                        cls->getName() + " does not exist in namespace " +
-                                        nameSpace,
-                                    10);
-        }
-        super = ns.classes[it->second];
-    }
+    VELSmrPtr<IVelaClass> super = checkNewClass(ns, *cls);
     cls->setNameSpace(ns.name);
     cls->resolve(super);
+    insert(ns, cls);
+    return cls;
+}
+
+VELSmrPtr<IVelaClass> CClassSet::addResolvedClass(const VELString& nameSpace,
+                                                  const VELSmrPtr<CVelaClass>& cls) {
+    if (!cls->isResolved()) {
+        throw VelaBaseException("InvalidData", "tarn::CClassSet", "addResolvedClass",
+                                "class " + cls->getName() + " is not resolved", 4);
+    }
+    NameSpace& ns = ensure(nameSpace);
+    checkNewClass(ns, *cls);
+    insert(ns, cls);
+    return cls;
+}
+
+VELSmrPtr<IVelaClass> CClassSet::checkNewClass(const NameSpace& ns, const CVelaClass& cls) const {
+    if (ns.classIndex.count(cls.getName())) {
+        throw VelaBaseException(
+            "InvalidData", "tarn::CClassSet", "addClass",
+            "class " + cls.getName() + " already exists in namespace " + ns.name, 11);
+    }
+    if (cls.getSuperClassName().isNull()) {
+        return nullptr;
+    }
+    auto it = ns.classIndex.find(cls.getSuperClassName());
+    if (it == ns.classIndex.end()) {
+        throw VelaBaseException("InvalidData", "tarn::CClassSet", "addClass",
+                                "superclass " + cls.getSuperClassName() + " of class " +
+                                    cls.getName() + " does not exist in namespace " + ns.name,
+                                10);
+    }
+    return ns.classes[it->second];
+}
+
+void CClassSet::insert(NameSpace& ns, const VELSmrPtr<CVelaClass>& cls) {
     std::size_t pos = ns.classes.size();
     ns.classes.push_back(cls);
     ns.classIndex.emplace(cls->getName(), pos);
     ns.children[cls->getSuperClassName()].push_back(pos);
-    return cls;
 }
 
 VELSmrPtr<IVelaClass> CClassSet::getClass(const VELString& nameSpace,

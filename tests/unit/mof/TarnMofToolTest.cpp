@@ -1,0 +1,121 @@
+// The tarn-mof command: exit status, messages and summary.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ToolRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+class TarnMofTool : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        tool = fs::path(TARN_BIN_DIR) / "tarn-mof";
+        if (!fs::exists(tool)) {
+            GTEST_SKIP() << "tarn-mof is not built: " << tool;
+        }
+        std::string tmpl = (fs::temp_directory_path() / "tarn-mof-tool-XXXXXX").string();
+        ASSERT_NE(::mkdtemp(tmpl.data()), nullptr);
+        dir = tmpl;
+    }
+    void TearDown() override {
+        if (!dir.empty()) {
+            std::error_code ec;
+            fs::remove_all(dir, ec);
+        }
+    }
+    void write(const std::string& name, const std::string& text) {
+        fs::create_directories((dir / name).parent_path());
+        std::ofstream(dir / name) << text;
+    }
+    ToolRun run(const std::string& args) {
+        std::string errFile = (dir / "stderr.txt").string();
+        std::string cmd =
+            "cd '" + dir.string() + "' && '" + tool.string() + "' " + args + " 2>'" + errFile + "'";
+        ToolRun r;
+        FILE* p = ::popen(cmd.c_str(), "r");
+        if (!p) {
+            return r;
+        }
+        char buf[4096];
+        std::size_t n;
+        while ((n = std::fread(buf, 1, sizeof buf, p)) > 0) {
+            r.out.append(buf, n);
+        }
+        int st = ::pclose(p);
+        r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
+        std::ifstream in(errFile);
+        std::ostringstream err;
+        err << in.rdbuf();
+        r.err = err.str();
+        return r;
+    }
+
+    fs::path tool;
+    fs::path dir;
+};
+
+const char* const kGood =
+    "Qualifier Key : boolean = false, Scope(property), Flavor(DisableOverride);\n"
+    "#pragma include (\"base.mof\")\n"
+    "class Leaf : Base { uint8 N; };\n"
+    "instance of Leaf { Id = \"x\"; N = 1; };\n";
+
+TEST_F(TarnMofTool, ChecksACleanCompilation) {
+    write("good.mof", kGood);
+    write("lib/base.mof", "class Base { [Key] string Id; };\n");
+    ToolRun r = run("--check -I lib good.mof");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.out.rfind("tarn-mof: 1 qualifiers, 2 classes, 1 instances from 2 files (", 0), 0u)
+        << r.out;
+    EXPECT_NE(r.out.find("; 0 errors, 0 warnings; "), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find(" s; checked only, nothing written\n"), std::string::npos) << r.out;
+    // Without the include directory the include is not found.
+    r = run("--check good.mof");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err,
+              "good.mof:2:17: error: include file base.mof not found (looked for base.mof)\n"
+              "good.mof:3:14: error: unknown superclass Base of class Leaf\n");
+}
+
+TEST_F(TarnMofTool, ReportsErrorsWithTheirPlaceAndFails) {
+    write("bad.mof", "class A { };\nclass B : Nowhere { };\n#pragma odd (\"x\")\n");
+    ToolRun r = run("--state-dir state -n root/test --check bad.mof");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err,
+              "bad.mof:3:9: warning: unknown #pragma odd; ignored\n"
+              "bad.mof:2:11: error: unknown superclass Nowhere of class B\n");
+    EXPECT_NE(r.out.find("1 errors, 1 warnings"), std::string::npos) << r.out;
+}
+
+TEST_F(TarnMofTool, WritingIsNotAvailableYetAndUsageFaultsExitWithTwo) {
+    write("good.mof", "class A { };\n");
+    ToolRun r = run("good.mof");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err,
+              "tarn-mof: writing into the repository of ./var is not available yet; use --check "
+              "to compile without writing\n");
+    EXPECT_FALSE(fs::exists(dir / "var"));
+    r = run("--check");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err.rfind("tarn-mof: no MOF file given\nusage: tarn-mof ", 0), 0u) << r.err;
+    r = run("--bogus good.mof");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err.rfind("tarn-mof: unknown option --bogus\n", 0), 0u) << r.err;
+    r = run("--check missing.mof");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "error: cannot read missing.mof: no such file\n");
+}
+
+}  // namespace
