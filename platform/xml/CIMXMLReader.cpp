@@ -298,6 +298,14 @@ void CIMXMLReader::Elements::end() const {
     }
 }
 
+void CIMXMLReader::Elements::missing(std::string_view what) const {
+    if (_current) {
+        _reader.fail(_current, "<" + shown(_name) + "> is not allowed here in <" +
+                                   shown(_parent.name()) + ">, which needs " + VELString(what));
+    }
+    _reader.fail(_parent, "<" + shown(_parent.name()) + "> needs " + VELString(what));
+}
+
 std::size_t CIMXMLReader::Elements::remaining() const {
     std::size_t n = 0;
     for (pugi::xml_node c = _current; c; c = c.next_sibling()) {
@@ -634,8 +642,7 @@ VELSmrPtr<IVelaInstanceName> CIMXMLReader::readInstanceName(pugi::xml_node eleme
             } else if (value.at(S::ELEMENT_VALUE_REFERENCE.view())) {
                 v = CVelaValue::makeReference(readValueReference(value.take()));
             } else {
-                fail(value.current() ? value.current() : binding,
-                     "<KEYBINDING> needs a <KEYVALUE> or a <VALUE.REFERENCE>");
+                value.missing("a <KEYVALUE> or a <VALUE.REFERENCE>");
             }
             value.end();
             result->addKeyBinding(key, std::move(v));
@@ -678,7 +685,7 @@ VELSmrPtr<IVelaInstanceName> CIMXMLReader::readValueReference(pugi::xml_node ele
     VELSmrPtr<IVelaInstanceName> result;
     std::string_view n = children.name();
     if (!children.current()) {
-        fail(element, "<VALUE.REFERENCE> is empty");
+        children.missing("an object path");
     } else if (n == S::ELEMENT_INSTANCENAME.view()) {
         result = readInstanceName(children.take());
     } else if (n == S::ELEMENT_CLASSNAME.view()) {

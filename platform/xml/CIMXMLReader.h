@@ -86,6 +86,9 @@ class CIMXMLReader {
         pugi::xml_node expect(std::string_view name);
         // Fails when a child element is left.
         void end() const;
+        // Fails because the content needs what (for example "a <KEYVALUE>
+        // or a <VALUE.REFERENCE>"), naming the element found instead if any.
+        [[noreturn]] void missing(std::string_view what) const;
         // Number of element children from the current one on.
         std::size_t remaining() const;
 

@@ -1,5 +1,6 @@
 #include "vela/VELCIMMessage.h"
 
+#include <exception>
 #include <new>
 #include <vector>
 
@@ -110,10 +111,8 @@ struct VELCIMMessage::Parser {
             call = intrinsicCall(r, children.take());
         } else if (children.at(S::ELEMENT_METHODCALL.view())) {
             call = extrinsicCall(r, children.take());
-        } else if (children.current()) {
-            children.end();
         } else {
-            r.fail(request, "<SIMPLEREQ> holds no <IMETHODCALL> or <METHODCALL>");
+            children.missing("an <IMETHODCALL> or a <METHODCALL>");
         }
         children.end();
         return call;
@@ -188,8 +187,7 @@ struct VELCIMMessage::Parser {
         } else if (children.at(S::ELEMENT_LOCALCLASSPATH.view())) {
             target = r.readLocalClassPath(children.take());
         } else {
-            r.fail(children.current() ? children.current() : call,
-                   "<METHODCALL> needs a <LOCALINSTANCEPATH> or <LOCALCLASSPATH> as its target");
+            children.missing("a <LOCALINSTANCEPATH> or a <LOCALCLASSPATH> as its target");
         }
         Params params;
         bool async = parameters(r, call, children, S::ELEMENT_PARAMVALUE.view(), params,
@@ -216,6 +214,8 @@ VELCIMMessage::VELCIMMessage(std::string body) {
         _error = e.getMessage();
     } catch (const std::bad_alloc&) {
         _error = "not enough memory to parse the request";
+    } catch (const std::exception& e) {
+        _error = VELString("the request could not be parsed: ") + e.what();
     }
     // The tree is gone; the text it was parsed from goes now too.
     std::string().swap(body);
