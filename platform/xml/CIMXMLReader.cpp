@@ -206,18 +206,18 @@ CIMXMLReader::Attributes::Attributes(const CIMXMLReader& reader, pugi::xml_node 
                                      "> is longer than " + count(kMaxAttributeLength) + " bytes");
         }
         for (std::size_t k = 0; k < _count; ++k) {
-            if (_entries[k].name == name) {
+            if (std::string_view(_entries[k].name, _entries[k].nameLength) == name) {
                 reader.fail(element, "attribute " + shown(name) + " appears twice in <" +
                                          shown(element.name()) + ">");
             }
         }
-        _entries[_count++] = Entry{name, a.value()};
+        _entries[_count++] = Entry{a.name(), nameLength, a.value()};
     }
 }
 
 const char* CIMXMLReader::Attributes::find(std::string_view name) const {
     for (std::size_t k = 0; k < _count; ++k) {
-        if (_entries[k].name == name) {
+        if (std::string_view(_entries[k].name, _entries[k].nameLength) == name) {
             return _entries[k].value;
         }
     }

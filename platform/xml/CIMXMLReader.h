@@ -61,8 +61,10 @@ class CIMXMLReader {
         bool flag(std::string_view name, bool def) const;
 
       private:
+        // Trivial, so that the array is not cleared for every element.
         struct Entry {
-            std::string_view name;
+            const char* name;
+            std::size_t nameLength;
             const char* value;
         };
         const CIMXMLReader& _reader;
