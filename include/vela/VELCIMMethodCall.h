@@ -1,6 +1,8 @@
 // VELCIMMethodCall: one method call of a CIM-XML request: an intrinsic call
 // (IMETHODCALL) with its namespace, an extrinsic call (METHODCALL) whose target
 // is offered as the parameter "ObjectName", or an export call (EXPMETHODCALL).
+// The target is not one of the parameters in the list: the list holds the
+// method's own input parameters only.
 #pragma once
 
 #include "vela/VELCIMParamValue.h"
@@ -20,6 +22,9 @@ class VELCIMMethodCall {
 
     void addParameter(const VELSmrPtr<VELCIMParamValue>& param);
     void setNameSpacePath(VELSmrPtr<IVelaNameSpacePath> path) { _nameSpacePath = std::move(path); }
+    // The target of an extrinsic call: a parameter named "ObjectName" whose
+    // value is a reference (to an instance name, or to a class-only name).
+    void setTarget(VELSmrPtr<VELCIMParamValue> target) { _target = std::move(target); }
 
     const VELString& getMethodName() const { return _methodName; }
     // The namespace of the call's local namespace path ("root/cimv2").
@@ -33,7 +38,10 @@ class VELCIMMethodCall {
 
     // The parameters in request order (never null; may be empty).
     const VELSmrPtr<ParamList>& getParameterListPtr() const { return _params; }
-    // The first parameter of exactly this name, or null.
+    // The target of an extrinsic call (null for other calls).
+    const VELSmrPtr<VELCIMParamValue>& getTarget() const { return _target; }
+    // The first parameter of exactly this name, or null. For an extrinsic
+    // call, "ObjectName" names the target.
     VELSmrPtr<VELCIMParamValue> getParameterByName(const VELString& name) const;
     // Its value's text; a null (empty) string when the parameter is absent or
     // has no value.
@@ -45,5 +53,6 @@ class VELCIMMethodCall {
     VELString _nameSpace;
     bool _async;
     VELSmrPtr<IVelaNameSpacePath> _nameSpacePath;
+    VELSmrPtr<VELCIMParamValue> _target;
     VELSmrPtr<ParamList> _params;
 };

@@ -1,5 +1,6 @@
 #include "vela/VELCIMMethodCall.h"
 
+#include "tarn/IQualifierDef.h"
 #include "vela/CVelaType.h"
 
 VELCIMParamValue::VELCIMParamValue(VELString name, VELSmrPtr<IVelaValue> value, VELString typeName,
@@ -10,6 +11,12 @@ VELCIMParamValue::VELCIMParamValue(VELString name, VELSmrPtr<IVelaValue> value, 
       _unknownType(unknownType) {
     _type = _value.isNull() ? CVelaType::get(CIMTypeId::String) : _value->getType();
 }
+
+VELCIMParamValue::VELCIMParamValue(VELString name, VELSmrPtr<tarn::IQualifierDef> declaration)
+    : _name(std::move(name)),
+      _type(CVelaType::get(CIMTypeId::String)),
+      _declaration(std::move(declaration)),
+      _unknownType(false) {}
 
 VELString VELCIMParamValue::getValueAsString() const {
     if (_value.isNull() || !_value->isSet() || _value->getType()->isArray() ||
@@ -32,6 +39,9 @@ void VELCIMMethodCall::addParameter(const VELSmrPtr<VELCIMParamValue>& param) {
 }
 
 VELSmrPtr<VELCIMParamValue> VELCIMMethodCall::getParameterByName(const VELString& name) const {
+    if (!_target.isNull() && _target->getName() == name) {
+        return _target;
+    }
     for (const auto& p : *_params) {
         if (!p.isNull() && p->getName() == name) {
             return p;

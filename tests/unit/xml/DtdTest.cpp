@@ -1,0 +1,214 @@
+// The parser against the CIM-XML DTD itself: for the elements that carry
+// request values, every child the DTD allows is accepted and every other
+// element of the DTD is rejected; every element of the DTD has its name
+// constant.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "RequestBuilder.h"
+#include "vela/VELCIMStrings.h"
+
+using namespace xmltest;
+
+namespace {
+
+// Element name -> content model, from the DTD's ELEMENT declarations.
+std::map<std::string, std::string> readDtd() {
+    std::ifstream in(std::string(TARN_TEST_DATA_DIR) + "/DSP0203_2.4.0.dtd");
+    std::stringstream text;
+    text << in.rdbuf();
+    std::string dtd = text.str();
+    std::map<std::string, std::string> elements;
+    std::regex decl(R"(<!ELEMENT\s+([A-Z.]+)\s+([^>]*)>)");
+    for (std::sregex_iterator it(dtd.begin(), dtd.end(), decl), end; it != end; ++it) {
+        elements[(*it)[1]] = (*it)[2];
+    }
+    return elements;
+}
+
+// The element names a content model mentions.
+std::set<std::string> childrenOf(const std::string& model) {
+    std::set<std::string> names;
+    std::regex name(R"([A-Z][A-Z.]*)");
+    for (std::sregex_iterator it(model.begin(), model.end(), name), end; it != end; ++it) {
+        if (it->str() != "EMPTY") {
+            names.insert(it->str());
+        }
+    }
+    return names;
+}
+
+const std::string kNsPath =
+    "<NAMESPACEPATH><HOST>h.example.com</HOST><LOCALNAMESPACEPATH>"
+    "<NAMESPACE NAME=\"root\"/></LOCALNAMESPACEPATH></NAMESPACEPATH>";
+
+// A minimal valid example of each element that may carry a value.
+const std::map<std::string, std::string> kSamples = {
+    {"VALUE", "<VALUE>x</VALUE>"},
+    {"VALUE.ARRAY", "<VALUE.ARRAY><VALUE>x</VALUE><VALUE.NULL/></VALUE.ARRAY>"},
+    {"VALUE.REFERENCE", "<VALUE.REFERENCE><CLASSNAME NAME=\"C\"/></VALUE.REFERENCE>"},
+    {"VALUE.REFARRAY", "<VALUE.REFARRAY><VALUE.NULL/></VALUE.REFARRAY>"},
+    {"CLASSNAME", "<CLASSNAME NAME=\"C\"/>"},
+    {"INSTANCENAME", "<INSTANCENAME CLASSNAME=\"C\"/>"},
+    {"QUALIFIER.DECLARATION", "<QUALIFIER.DECLARATION NAME=\"Q\" TYPE=\"boolean\"/>"},
+    {"CLASS", "<CLASS NAME=\"C\"/>"},
+    {"INSTANCE", "<INSTANCE CLASSNAME=\"C\"/>"},
+    {"VALUE.NAMEDINSTANCE",
+     "<VALUE.NAMEDINSTANCE><INSTANCENAME CLASSNAME=\"C\"/><INSTANCE CLASSNAME=\"C\"/>"
+     "</VALUE.NAMEDINSTANCE>"},
+    {"CLASSPATH", "<CLASSPATH>" + kNsPath + "<CLASSNAME NAME=\"C\"/></CLASSPATH>"},
+    {"LOCALCLASSPATH",
+     "<LOCALCLASSPATH>" + localNameSpace("root") + "<CLASSNAME NAME=\"C\"/></LOCALCLASSPATH>"},
+    {"INSTANCEPATH", "<INSTANCEPATH>" + kNsPath + "<INSTANCENAME CLASSNAME=\"C\"/></INSTANCEPATH>"},
+    {"LOCALINSTANCEPATH", "<LOCALINSTANCEPATH>" + localNameSpace("root") +
+                              "<INSTANCENAME CLASSNAME=\"C\"/></LOCALINSTANCEPATH>"},
+};
+
+// Builds a request that puts child into the element under test.
+using Wrap = std::string (*)(const std::string& child);
+
+std::string inIParamValue(const std::string& child) {
+    return intrinsic("M", iparam("P", child));
+}
+
+std::string inParamValue(const std::string& child) {
+    return extrinsic(
+        "M",
+        "<LOCALCLASSPATH>" + localNameSpace("root") + "<CLASSNAME NAME=\"C\"/></LOCALCLASSPATH>",
+        "<PARAMVALUE NAME=\"P\">" + child + "</PARAMVALUE>");
+}
+
+std::string inValueReference(const std::string& child) {
+    return intrinsic("M", iparam("P", "<VALUE.REFERENCE>" + child + "</VALUE.REFERENCE>"));
+}
+
+std::string inExpParamValue(const std::string& child) {
+    return message(
+        "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"><EXPPARAMVALUE "
+        "NAME=\"NewIndication\">" +
+        child + "</EXPPARAMVALUE></EXPMETHODCALL></SIMPLEEXPREQ>");
+}
+
+TEST(Dtd, ValueCarryingElementsAcceptExactlyWhatTheDtdAllows) {
+    std::map<std::string, std::string> dtd = readDtd();
+    if (dtd.empty()) {
+        GTEST_SKIP() << "no DTD at " << TARN_TEST_DATA_DIR;
+    }
+    ASSERT_GT(dtd.size(), 60u);
+    const std::pair<const char*, Wrap> subjects[] = {
+        {"IPARAMVALUE", inIParamValue},
+        {"PARAMVALUE", inParamValue},
+        {"VALUE.REFERENCE", inValueReference},
+        {"EXPPARAMVALUE", inExpParamValue},
+    };
+    for (const auto& [subject, wrap] : subjects) {
+        SCOPED_TRACE(subject);
+        ASSERT_TRUE(dtd.count(subject));
+        std::set<std::string> allowed = childrenOf(dtd[subject]);
+        ASSERT_FALSE(allowed.empty());
+        for (const std::string& child : allowed) {
+            SCOPED_TRACE("allowed " + child);
+            ASSERT_TRUE(kSamples.count(child)) << "no sample of " << child;
+            VELCIMMessage m(wrap(kSamples.at(child)));
+            EXPECT_TRUE(m.isWellFormed()) << m.getErrorText();
+        }
+        for (const auto& [element, model] : dtd) {
+            if (allowed.count(element)) {
+                continue;
+            }
+            SCOPED_TRACE("not allowed " + element);
+            VELCIMMessage m(wrap("<" + element + "/>"));
+            EXPECT_FALSE(m.isWellFormed());
+            EXPECT_TRUE(m.getErrorText().contains("<" + element + "> is not allowed here in <" +
+                                                  subject + ">"))
+                << m.getErrorText();
+        }
+    }
+}
+
+TEST(Dtd, EveryElementHasItsNameConstant) {
+    std::map<std::string, std::string> dtd = readDtd();
+    if (dtd.empty()) {
+        GTEST_SKIP() << "no DTD at " << TARN_TEST_DATA_DIR;
+    }
+    const VELString* constants[] = {
+        &VELCIMStrings::ELEMENT_CIM,
+        &VELCIMStrings::ELEMENT_MESSAGE,
+        &VELCIMStrings::ELEMENT_DECLARATION,
+        &VELCIMStrings::ELEMENT_SIMPLEREQ,
+        &VELCIMStrings::ELEMENT_MULTIREQ,
+        &VELCIMStrings::ELEMENT_SIMPLERSP,
+        &VELCIMStrings::ELEMENT_MULTIRSP,
+        &VELCIMStrings::ELEMENT_SIMPLEEXPREQ,
+        &VELCIMStrings::ELEMENT_MULTIEXPREQ,
+        &VELCIMStrings::ELEMENT_SIMPLEEXPRSP,
+        &VELCIMStrings::ELEMENT_MULTIEXPRSP,
+        &VELCIMStrings::ELEMENT_CORRELATOR,
+        &VELCIMStrings::ELEMENT_IMETHODCALL,
+        &VELCIMStrings::ELEMENT_METHODCALL,
+        &VELCIMStrings::ELEMENT_EXPMETHODCALL,
+        &VELCIMStrings::ELEMENT_IPARAMVALUE,
+        &VELCIMStrings::ELEMENT_PARAMVALUE,
+        &VELCIMStrings::ELEMENT_EXPPARAMVALUE,
+        &VELCIMStrings::ELEMENT_IMETHODRESPONSE,
+        &VELCIMStrings::ELEMENT_METHODRESPONSE,
+        &VELCIMStrings::ELEMENT_EXPMETHODRESPONSE,
+        &VELCIMStrings::ELEMENT_ERROR,
+        &VELCIMStrings::ELEMENT_RETURNVALUE,
+        &VELCIMStrings::ELEMENT_IRETURNVALUE,
+        &VELCIMStrings::ELEMENT_VALUE,
+        &VELCIMStrings::ELEMENT_VALUE_ARRAY,
+        &VELCIMStrings::ELEMENT_VALUE_REFERENCE,
+        &VELCIMStrings::ELEMENT_VALUE_REFARRAY,
+        &VELCIMStrings::ELEMENT_VALUE_NULL,
+        &VELCIMStrings::ELEMENT_VALUE_OBJECT,
+        &VELCIMStrings::ELEMENT_VALUE_NAMEDINSTANCE,
+        &VELCIMStrings::ELEMENT_VALUE_NAMEDOBJECT,
+        &VELCIMStrings::ELEMENT_VALUE_OBJECTWITHPATH,
+        &VELCIMStrings::ELEMENT_VALUE_OBJECTWITHLOCALPATH,
+        &VELCIMStrings::ELEMENT_VALUE_INSTANCEWITHPATH,
+        &VELCIMStrings::ELEMENT_NAMESPACEPATH,
+        &VELCIMStrings::ELEMENT_LOCALNAMESPACEPATH,
+        &VELCIMStrings::ELEMENT_HOST,
+        &VELCIMStrings::ELEMENT_NAMESPACE,
+        &VELCIMStrings::ELEMENT_CLASSPATH,
+        &VELCIMStrings::ELEMENT_LOCALCLASSPATH,
+        &VELCIMStrings::ELEMENT_CLASSNAME,
+        &VELCIMStrings::ELEMENT_INSTANCEPATH,
+        &VELCIMStrings::ELEMENT_LOCALINSTANCEPATH,
+        &VELCIMStrings::ELEMENT_INSTANCENAME,
+        &VELCIMStrings::ELEMENT_OBJECTPATH,
+        &VELCIMStrings::ELEMENT_KEYBINDING,
+        &VELCIMStrings::ELEMENT_KEYVALUE,
+        &VELCIMStrings::ELEMENT_CLASS,
+        &VELCIMStrings::ELEMENT_INSTANCE,
+        &VELCIMStrings::ELEMENT_QUALIFIER,
+        &VELCIMStrings::ELEMENT_PROPERTY,
+        &VELCIMStrings::ELEMENT_PROPERTY_ARRAY,
+        &VELCIMStrings::ELEMENT_PROPERTY_REFERENCE,
+        &VELCIMStrings::ELEMENT_METHOD,
+        &VELCIMStrings::ELEMENT_PARAMETER,
+        &VELCIMStrings::ELEMENT_PARAMETER_REFERENCE,
+        &VELCIMStrings::ELEMENT_PARAMETER_ARRAY,
+        &VELCIMStrings::ELEMENT_PARAMETER_REFARRAY,
+        &VELCIMStrings::ELEMENT_QUALIFIER_DECLARATION,
+        &VELCIMStrings::ELEMENT_SCOPE,
+        &VELCIMStrings::ELEMENT_DECLGROUP,
+        &VELCIMStrings::ELEMENT_DECLGROUP_WITHNAME,
+        &VELCIMStrings::ELEMENT_DECLGROUP_WITHPATH,
+    };
+    std::set<std::string> names;
+    for (const VELString* c : constants) {
+        names.insert(c->str());
+    }
+    for (const auto& [element, model] : dtd) {
+        EXPECT_TRUE(names.count(element)) << "no constant for " << element;
+    }
+}
+
+}  // namespace

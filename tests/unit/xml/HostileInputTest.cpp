@@ -1,0 +1,464 @@
+// Bodies that are not acceptable requests: each is rejected with a reason,
+// without crash, hang or memory blow-up.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "RequestBuilder.h"
+
+using namespace xmltest;
+
+namespace {
+
+std::string repeat(std::string_view s, std::size_t n) {
+    std::string out;
+    out.reserve(s.size() * n);
+    for (std::size_t i = 0; i < n; ++i) {
+        out += s;
+    }
+    return out;
+}
+
+const std::string kHead = "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">";
+
+// A request that uses most element kinds: several calls, every value form,
+// qualifiers, classes, paths with hosts, embedded objects, correlators.
+std::string fullRequest() {
+    std::string keys =
+        "<KEYBINDING NAME=\"Name\"><KEYVALUE VALUETYPE=\"string\">a</KEYVALUE></KEYBINDING>"
+        "<KEYBINDING NAME=\"Id\"><KEYVALUE VALUETYPE=\"numeric\" TYPE=\"uint32\">1</KEYVALUE>"
+        "</KEYBINDING>";
+    std::string name = "<INSTANCENAME CLASSNAME=\"TST_A\">" + keys + "</INSTANCENAME>";
+    std::string nsPath =
+        "<NAMESPACEPATH><HOST>h.example.com</HOST>" + localNameSpace("root/x") + "</NAMESPACEPATH>";
+    std::string inst =
+        "<INSTANCE CLASSNAME=\"TST_A\">"
+        "<QUALIFIER NAME=\"Q\" TYPE=\"string\"><VALUE>q</VALUE></QUALIFIER>"
+        "<PROPERTY NAME=\"S\" TYPE=\"string\"><QUALIFIER NAME=\"R\" TYPE=\"uint8\"><VALUE.ARRAY>"
+        "<VALUE>1</VALUE></VALUE.ARRAY></QUALIFIER><VALUE>s</VALUE></PROPERTY>"
+        "<PROPERTY.ARRAY NAME=\"A\" TYPE=\"uint16\"><VALUE.ARRAY><VALUE>1</VALUE><VALUE.NULL/>"
+        "</VALUE.ARRAY></PROPERTY.ARRAY>"
+        "<PROPERTY.REFERENCE NAME=\"R1\"><VALUE.REFERENCE><INSTANCEPATH>" +
+        nsPath + name +
+        "</INSTANCEPATH></VALUE.REFERENCE></PROPERTY.REFERENCE>"
+        "<PROPERTY.REFERENCE NAME=\"R2\"><VALUE.REFERENCE><CLASSPATH>" +
+        nsPath +
+        "<CLASSNAME NAME=\"TST_B\"/></CLASSPATH></VALUE.REFERENCE></PROPERTY.REFERENCE>"
+        "<PROPERTY.REFERENCE NAME=\"R3\"><VALUE.REFERENCE><LOCALCLASSPATH>" +
+        localNameSpace("root/x") +
+        "<CLASSNAME NAME=\"TST_B\"/></LOCALCLASSPATH></VALUE.REFERENCE></PROPERTY.REFERENCE>"
+        "<PROPERTY NAME=\"E\" TYPE=\"string\" EmbeddedObject=\"instance\"><VALUE>" +
+        escaped(
+            "<INSTANCE CLASSNAME=\"TST_E\"><PROPERTY NAME=\"P\" TYPE=\"uint8\"><VALUE>1"
+            "</VALUE></PROPERTY></INSTANCE>") +
+        "</VALUE></PROPERTY></INSTANCE>";
+    std::string cls =
+        "<CLASS NAME=\"TST_C\" SUPERCLASS=\"TST_A\"><QUALIFIER NAME=\"Abstract\" "
+        "TYPE=\"boolean\"><VALUE>TRUE</VALUE></QUALIFIER><PROPERTY NAME=\"P\" TYPE=\"string\"/>"
+        "<METHOD NAME=\"M\" TYPE=\"uint32\"><PARAMETER NAME=\"X\" TYPE=\"string\"/>"
+        "<PARAMETER.ARRAY NAME=\"Y\" TYPE=\"uint8\"/></METHOD></CLASS>";
+    std::string calls =
+        "<SIMPLEREQ><CORRELATOR NAME=\"C\" TYPE=\"uint8\"><VALUE>1</VALUE></CORRELATOR>"
+        "<IMETHODCALL NAME=\"CreateInstance\">" +
+        localNameSpace("root/x") + iparam("NewInstance", inst) +
+        "</IMETHODCALL></SIMPLEREQ>"
+        "<SIMPLEREQ><IMETHODCALL NAME=\"ModifyInstance\">" +
+        localNameSpace("root/x") +
+        iparam("ModifiedInstance", "<VALUE.NAMEDINSTANCE>" + name +
+                                       "<INSTANCE CLASSNAME=\"TST_A\"/></VALUE.NAMEDINSTANCE>") +
+        iparam("PropertyList", "<VALUE.ARRAY><VALUE>S</VALUE></VALUE.ARRAY>") +
+        "</IMETHODCALL></SIMPLEREQ>"
+        "<SIMPLEREQ><IMETHODCALL NAME=\"CreateClass\">" +
+        localNameSpace("root/x") + iparam("NewClass", cls) +
+        "</IMETHODCALL></SIMPLEREQ>"
+        "<SIMPLEREQ><IMETHODCALL NAME=\"SetQualifier\">" +
+        localNameSpace("root/x") +
+        iparam("QualifierDeclaration",
+               "<QUALIFIER.DECLARATION NAME=\"D\" TYPE=\"string\"><SCOPE CLASS=\"true\"/>"
+               "<VALUE>d</VALUE></QUALIFIER.DECLARATION>") +
+        "</IMETHODCALL></SIMPLEREQ>"
+        "<SIMPLEREQ><IMETHODCALL NAME=\"Associators\">" +
+        localNameSpace("root/x") + iparam("ObjectName", name) +
+        iparam("AssocClass", "<CLASSNAME NAME=\"TST_Assoc\"/>") +
+        "</IMETHODCALL></SIMPLEREQ>"
+        "<SIMPLEREQ><METHODCALL NAME=\"M\"><LOCALINSTANCEPATH>" +
+        localNameSpace("root/x") + name +
+        "</LOCALINSTANCEPATH><PARAMVALUE NAME=\"X\" PARAMTYPE=\"string\"><VALUE>x</VALUE>"
+        "</PARAMVALUE><PARAMVALUE NAME=\"Refs\" PARAMTYPE=\"reference\"><VALUE.REFARRAY>"
+        "<VALUE.REFERENCE><CLASSNAME NAME=\"TST_B\"/></VALUE.REFERENCE><VALUE.NULL/>"
+        "</VALUE.REFARRAY></PARAMVALUE></METHODCALL></SIMPLEREQ>";
+    return kHead + "<MESSAGE ID=\"9\" PROTOCOLVERSION=\"1.0\"><MULTIREQ>" + calls +
+           "</MULTIREQ></MESSAGE></CIM>";
+}
+
+struct Rejection {
+    std::string body;
+    const char* reason;
+};
+
+void expectRejected(const std::string& body, const char* reason) {
+    VELCIMMessage m(body);
+    EXPECT_FALSE(m.isWellFormed()) << body.substr(0, 200);
+    EXPECT_TRUE(m.getSimpleRequestList().isNull());
+    EXPECT_TRUE(m.getSimpleExportRequestList().isNull());
+    EXPECT_TRUE(m.getErrorText().contains(reason))
+        << "reason: " << m.getErrorText() << "\nexpected: " << reason;
+}
+
+TEST(HostileInput, TheFullRequestIsAccepted) {
+    VELCIMMessage m(fullRequest());
+    ASSERT_TRUE(m.isWellFormed()) << m.getErrorText();
+    EXPECT_EQ(m.getSimpleRequestList()->entries(), 6u);
+    // The reader of the body may add a terminating NUL.
+    VELCIMMessage withNul(fullRequest() + '\0');
+    EXPECT_TRUE(withNul.isWellFormed()) << withNul.getErrorText();
+}
+
+TEST(HostileInput, NotWellFormedOrNotCIMXML) {
+    const std::string msg = "<MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">";
+    const Rejection cases[] = {
+        {"", "the body is empty"},
+        {" \r\n\t", "no root element"},
+        {"hello", "text outside the root element"},
+        {"{\"method\": \"GetInstance\"}", "text outside the root element"},
+        {"<CIM", "not well-formed XML"},
+        {kHead + msg + "</CIM>", "not well-formed XML: Start-end tags mismatch"},
+        {kHead + "</CIM></CIM>", "not well-formed XML"},
+        {"<CIM CIMVERSION=\"2.0\" DTDVERSION=2.0></CIM>", "not well-formed XML"},
+        {"<html><body>GetInstance</body></html>", "the root element is <html>, not <CIM>"},
+        {"<cim CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"/>", "not <CIM>"},
+        {"<CIM DTDVERSION=\"2.0\"/>", "<CIM> lacks its CIMVERSION attribute"},
+        {"<CIM CIMVERSION=\"2.0\"/>", "<CIM> lacks its DTDVERSION attribute"},
+        {kHead + "</CIM>", "<CIM> lacks its <MESSAGE> element"},
+        {kHead + "<MESSAGE PROTOCOLVERSION=\"1.0\"/></CIM>", "lacks its ID attribute"},
+        {kHead + "<MESSAGE ID=\"1\"/></CIM>", "lacks its PROTOCOLVERSION attribute"},
+        {kHead + msg + "</MESSAGE></CIM>", "<MESSAGE> is empty"},
+        {kHead + "text<MESSAGE/></CIM>", "text is not allowed in <CIM>"},
+        {kHead + msg + "<SIMPLEREQ/></MESSAGE></CIM>",
+         "<SIMPLEREQ> needs an <IMETHODCALL> or a <METHODCALL>"},
+        {kHead + msg + "<MULTIREQ><SIMPLEREQ><IMETHODCALL NAME=\"A\">" + localNameSpace("x") +
+             "</IMETHODCALL></SIMPLEREQ></MULTIREQ></MESSAGE></CIM>",
+         "<MULTIREQ> needs at least two <SIMPLEREQ> elements"},
+        {kHead + msg + "<SIMPLEREQ/></MESSAGE><MESSAGE/></CIM>", "not allowed here in <CIM>"},
+        {kHead + "</CIM><CIM/>", "a second root element"},
+        {kHead + "</CIM>trailing", "text outside the root element"},
+        {kHead + "</CIM><![CDATA[x]]>", "text outside the root element"},
+        {"<CIM/><?xml version=\"1.0\"?>", "the XML declaration at byte"},
+        {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><CIM/>", "unsupported encoding"},
+        {kHead + "<!-- unterminated </CIM>", "unterminated comment"},
+        {kHead + "<![CDATA[ </CIM>", "unterminated CDATA section"},
+        {kHead + "<?pi </CIM>", "unterminated processing instruction"},
+    };
+    for (const Rejection& c : cases) {
+        SCOPED_TRACE(c.body.substr(0, 120));
+        expectRejected(c.body, c.reason);
+    }
+}
+
+TEST(HostileInput, EntitiesAndDoctypesAreNeverExpanded) {
+    const std::string laughs =
+        "<?xml version=\"1.0\"?><!DOCTYPE CIM [<!ENTITY lol \"lol\">"
+        "<!ENTITY lol2 \"&lol;&lol;&lol;&lol;&lol;&lol;&lol;&lol;&lol;&lol;\">"
+        "<!ENTITY lol3 \"&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;\">]>" +
+        intrinsic("GetClass", iparam("ClassName", "<VALUE>&lol3;</VALUE>")).substr(39);
+    const Rejection cases[] = {
+        {laughs, "a DOCTYPE declaration at byte 21 is not accepted"},
+        {"<!DOCTYPE CIM [<!ENTITY xxe SYSTEM \"file:///etc/passwd\">]>" + kHead + "&xxe;</CIM>",
+         "DOCTYPE declaration"},
+        {"<!DOCTYPE CIM SYSTEM \"http://example.com/cim.dtd\">" + kHead + "</CIM>",
+         "DOCTYPE declaration"},
+        {kHead + "<!ENTITY e \"x\"></CIM>", "markup declaration at byte"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>&xxe;</VALUE>")),
+         "reference to the undeclared entity &xxe;"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>a & b</VALUE>")), "a bare '&'"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>a&#0;b</VALUE>")),
+         "names a character XML cannot carry"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>&#x110000;</VALUE>")),
+         "names a character XML cannot carry"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>&#xD800;</VALUE>")),
+         "names a character XML cannot carry"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>&#12a;</VALUE>")),
+         "malformed character reference"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>&#99999999999;</VALUE>")),
+         "character reference out of range"},
+    };
+    for (const Rejection& c : cases) {
+        SCOPED_TRACE(c.body.substr(0, 120));
+        expectRejected(c.body, c.reason);
+    }
+    // References inside CDATA sections and comments are text, not references.
+    VELCIMMessage m(intrinsic(
+        "GetClass",
+        "<!-- &undeclared; -->" + iparam("ClassName", "<VALUE><![CDATA[&lol; & <x>]]></VALUE>")));
+    ASSERT_TRUE(m.isWellFormed()) << m.getErrorText();
+    EXPECT_EQ(m.getSimpleRequestList()->at(0)->getParameterValueByName("ClassName"), "&lol; & <x>");
+}
+
+TEST(HostileInput, BadCharacters) {
+    auto withValue = [](std::string v) {
+        return intrinsic("GetClass", iparam("ClassName", "<VALUE>" + v + "</VALUE>"));
+    };
+    const Rejection cases[] = {
+        {withValue("a\x01z"), "control character 0x01 at byte"},
+        {withValue("a\x1Fz"), "control character 0x1F"},
+        {withValue(std::string("a\0z", 3)), "NUL character at byte"},
+        {withValue("caf\xC3"), "invalid UTF-8"},
+        {withValue("\xC3\x28"), "invalid UTF-8"},
+        {withValue("\xC0\xAF"), "invalid UTF-8"},
+        {withValue("\xE0\x80\xAF"), "overlong UTF-8 sequence"},
+        {withValue("\xED\xA0\x80"), "character U+D800 at byte"},
+        {withValue("\xEF\xBF\xBE"), "character U+FFFE"},
+        {withValue("\xF4\x90\x80\x80"), "character U+110000"},
+        {withValue("\xF8\x88\x80\x80\x80"), "invalid UTF-8"},
+        {withValue("\x80"), "invalid UTF-8"},
+        {kHead + "</CIM>\xE2\x82", "truncated UTF-8 sequence"},
+    };
+    for (const Rejection& c : cases) {
+        SCOPED_TRACE(c.reason);
+        expectRejected(c.body, c.reason);
+    }
+    // Tabs, line ends, characters of every UTF-8 length and a BOM are fine.
+    VELCIMMessage m("\xEF\xBB\xBF" + withValue("\t\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\n"));
+    ASSERT_TRUE(m.isWellFormed()) << m.getErrorText();
+}
+
+TEST(HostileInput, HugeAndManyAttributes) {
+    std::string huge(4 * 1024 * 1024, 'x');
+    const Rejection cases[] = {
+        {kHead + "<MESSAGE ID=\"" + huge + "\" PROTOCOLVERSION=\"1.0\"/></CIM>",
+         "attribute ID of <MESSAGE> is longer than 4096 bytes"},
+        {intrinsic("GetClass", iparam("ClassName", "<CLASSNAME NAME=\"" + huge + "\"/>")),
+         "attribute NAME of <CLASSNAME> is longer than 4096 bytes"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE x=\"" + huge + "\">A</VALUE>")),
+         "attribute x of <VALUE> is longer than 4096 bytes"},
+        {"<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\" " + huge + "=\"1\"/>",
+         "is longer than 4096 bytes"},
+        {"<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\" " + repeat("a=\"1\" ", 2) + "/>",
+         "attribute a appears twice in <CIM>"},
+    };
+    for (const Rejection& c : cases) {
+        SCOPED_TRACE(c.reason);
+        expectRejected(c.body, c.reason);
+    }
+    std::string many = "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"";
+    for (int i = 0; i < 40; ++i) {
+        many += " a" + std::to_string(i) + "=\"1\"";
+    }
+    expectRejected(many + "/>", "<CIM> has more than 32 attributes");
+}
+
+// A few bytes of markup per node would make the tree many times the body;
+// such bodies are refused before the tree is built.
+TEST(HostileInput, DenseMarkupIsRefusedBeforeParsing) {
+    expectRejected(kHead + repeat("<a/>", 2'000'000) + "</CIM>", "markup too dense: 2000001 tags");
+    expectRejected(kHead + "<MESSAGE " + repeat("a=\"\" ", 2'000'000) + "/></CIM>",
+                   "markup too dense");
+    // Real requests are far from the bound: an array of empty values is fine.
+    std::string empties = "<PROPERTY.ARRAY NAME=\"A\" TYPE=\"string\"><VALUE.ARRAY>" +
+                          repeat("<VALUE></VALUE>", 300'000) + "</VALUE.ARRAY></PROPERTY.ARRAY>";
+    VELCIMMessage m(intrinsic("CreateInstance", iparam("NewInstance", instance("TST_A", empties))));
+    EXPECT_TRUE(m.isWellFormed()) << m.getErrorText();
+}
+
+TEST(HostileInput, TruncatedAtEveryByte) {
+    const std::string full = fullRequest();
+    for (std::size_t n = 0; n < full.size(); ++n) {
+        VELCIMMessage m(full.substr(0, n));
+        ASSERT_FALSE(m.isWellFormed()) << "prefix of " << n << " bytes accepted";
+        ASSERT_FALSE(m.getErrorText().isNull()) << n;
+    }
+}
+
+TEST(HostileInput, TenThousandLevelsDeep) {
+    const std::size_t depth = 10'000;
+    std::string msg = kHead + "<MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">";
+    // Nested elements where the grammar allows none.
+    expectRejected(
+        msg + repeat("<SIMPLEREQ>", depth) + repeat("</SIMPLEREQ>", depth) + "</MESSAGE></CIM>",
+        "<SIMPLEREQ> is not allowed here in <SIMPLEREQ>");
+    expectRejected(
+        intrinsic("GetClass", iparam("ClassName", repeat("<x>", depth) + repeat("</x>", depth))),
+        "<x> is not allowed here in <IPARAMVALUE>");
+    // Unclosed, a million levels deep: too dense to be worth a tree; with
+    // longer names, parsed and found unclosed.
+    expectRejected(kHead + repeat("<a>", 1'000'000), "markup too dense");
+    expectRejected(kHead + repeat("<SIMPLEREQ>", 1'000'000),
+                   "not well-formed XML: Start-end tags mismatch");
+    // Nesting the grammar allows: a key that is a reference to a name whose
+    // key is a reference, and so on.
+    std::string open = "<VALUE.REFERENCE><INSTANCENAME CLASSNAME=\"C\"><KEYBINDING NAME=\"K\">";
+    std::string close = "</KEYBINDING></INSTANCENAME></VALUE.REFERENCE>";
+    expectRejected(intrinsic("SetProperty", iparam("NewValue", repeat(open, depth) +
+                                                                   "<VALUE.REFERENCE>"
+                                                                   "<CLASSNAME NAME=\"C\"/>"
+                                                                   "</VALUE.REFERENCE>" +
+                                                                   repeat(close, depth))),
+                   "object paths nested more than 32 levels deep");
+    // Within the bound such nesting is fine.
+    VELCIMMessage m(
+        intrinsic("SetProperty", iparam("NewValue", repeat(open, 20) + "<KEYVALUE>leaf</KEYVALUE>" +
+                                                        repeat("</KEYBINDING></INSTANCENAME>"
+                                                               "</VALUE.REFERENCE>",
+                                                               20))));
+    EXPECT_TRUE(m.isWellFormed()) << m.getErrorText();
+}
+
+// Positions of the start tags of a document written without comments, CDATA
+// or '>' inside attribute values.
+std::vector<std::size_t> startTags(const std::string& doc) {
+    std::vector<std::size_t> tags;
+    for (std::size_t i = 0; i < doc.size(); ++i) {
+        if (doc[i] == '<' && doc[i + 1] != '/' && doc[i + 1] != '?' && doc[i + 1] != '!') {
+            tags.push_back(i);
+        }
+    }
+    return tags;
+}
+
+// Inserts child as the first child of the element whose start tag is at i.
+std::string insertFirstChild(const std::string& doc, std::size_t i, const std::string& child) {
+    std::size_t gt = doc.find('>', i);
+    if (doc[gt - 1] == '/') {
+        std::size_t nameEnd = doc.find_first_of(" />", i + 1);
+        std::string name = doc.substr(i + 1, nameEnd - i - 1);
+        return doc.substr(0, gt - 1) + ">" + child + "</" + name + ">" + doc.substr(gt + 1);
+    }
+    return doc.substr(0, gt + 1) + child + doc.substr(gt + 1);
+}
+
+// An unknown element, a known one that is nowhere allowed inside another,
+// and text, inserted as the first child of every element of a valid
+// request: each is rejected, and the reason names the intruder.
+TEST(HostileInput, WrongElementInEveryPosition) {
+    const std::string full = fullRequest();
+    std::vector<std::size_t> tags = startTags(full);
+    ASSERT_GT(tags.size(), 100u);
+    for (std::size_t tag : tags) {
+        std::string element = full.substr(tag, full.find_first_of(" />", tag) - tag);
+        SCOPED_TRACE(element + " at " + std::to_string(tag));
+        expectRejected(insertFirstChild(full, tag, "<BOGUS/>"), "<BOGUS>");
+        if (element != "<CIM") {
+            expectRejected(
+                insertFirstChild(full, tag, "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"/>"),
+                "<CIM>");
+        }
+        bool textOnly = element == "<VALUE" || element == "<KEYVALUE" || element == "<HOST";
+        if (!textOnly) {
+            expectRejected(insertFirstChild(full, tag, "junk"), "text is not allowed in");
+        }
+    }
+}
+
+TEST(HostileInput, ElementsInTheWrongOrder) {
+    const Rejection cases[] = {
+        {message("<SIMPLEREQ><IMETHODCALL NAME=\"GetClass\">" +
+                 iparam("ClassName", "<CLASSNAME NAME=\"A\"/>") + localNameSpace("root") +
+                 "</IMETHODCALL></SIMPLEREQ>"),
+         "<IPARAMVALUE> is not allowed here in <IMETHODCALL>, which needs <LOCALNAMESPACEPATH>"},
+        {intrinsic(
+             "CreateInstance",
+             iparam("NewInstance", "<INSTANCE CLASSNAME=\"A\">" + property("P", "uint8", "1") +
+                                       "<QUALIFIER NAME=\"Q\" TYPE=\"boolean\"/></INSTANCE>")),
+         "<QUALIFIER> is not allowed here in <INSTANCE>"},
+        {intrinsic("GetInstance", iparam("InstanceName",
+                                         "<INSTANCENAME CLASSNAME=\"A\"><KEYVALUE>1</KEYVALUE>"
+                                         "<KEYBINDING NAME=\"K\"><KEYVALUE>1</KEYVALUE>"
+                                         "</KEYBINDING></INSTANCENAME>")),
+         "<KEYBINDING> is not allowed here in <INSTANCENAME>"},
+        {intrinsic("GetClass",
+                   iparam("ClassName", "<CLASSNAME NAME=\"A\"/><CLASSNAME NAME=\"B\"/>")),
+         "<CLASSNAME> is not allowed here in <IPARAMVALUE>"},
+        {intrinsic("GetClass", iparam("ClassName", "<VALUE>A<CLASSNAME NAME=\"B\"/></VALUE>")),
+         "<VALUE> holds text only, not <CLASSNAME>"},
+        {intrinsic("ModifyInstance", iparam("ModifiedInstance",
+                                            "<VALUE.NAMEDINSTANCE><INSTANCE CLASSNAME=\"A\"/>"
+                                            "<INSTANCENAME CLASSNAME=\"A\"/>"
+                                            "</VALUE.NAMEDINSTANCE>")),
+         "which needs <INSTANCENAME>"},
+        {intrinsic("ModifyInstance", iparam("ModifiedInstance",
+                                            "<VALUE.NAMEDINSTANCE><INSTANCENAME CLASSNAME=\"A\"/>"
+                                            "<INSTANCE CLASSNAME=\"B\"/></VALUE.NAMEDINSTANCE>")),
+         "names an instance of A but holds an instance of B"},
+        {intrinsic("CreateClass",
+                   iparam("NewClass",
+                          "<CLASS NAME=\"C\"><METHOD NAME=\"M\"/><PROPERTY NAME=\"P\" "
+                          "TYPE=\"string\"/></CLASS>")),
+         "<PROPERTY> is not allowed here in <CLASS>"},
+        {message("<SIMPLEREQ><METHODCALL NAME=\"M\"><PARAMVALUE NAME=\"P\"/></METHODCALL>"
+                 "</SIMPLEREQ>"),
+         "<PARAMVALUE> is not allowed here in <METHODCALL>, which needs a <LOCALINSTANCEPATH> or a "
+         "<LOCALCLASSPATH> as its target"},
+        {message("<SIMPLEREQ><IMETHODCALL NAME=\"GetClass\"><LOCALNAMESPACEPATH/>"
+                 "</IMETHODCALL></SIMPLEREQ>"),
+         "<LOCALNAMESPACEPATH> lacks its <NAMESPACE> element"},
+    };
+    for (const Rejection& c : cases) {
+        SCOPED_TRACE(c.reason);
+        expectRejected(c.body, c.reason);
+    }
+}
+
+TEST(HostileInput, NamesAreChecked) {
+    const Rejection cases[] = {
+        {intrinsic("GetClass", iparam("ClassName", "<CLASSNAME NAME=\"1abc\"/>")),
+         "attribute NAME of <CLASSNAME> is \"1abc\", which is not a CIM name"},
+        {intrinsic("GetClass", iparam("ClassName", "<CLASSNAME NAME=\"a.b\"/>")),
+         "which is not a CIM name"},
+        {intrinsic("GetClass", iparam("ClassName", "<CLASSNAME NAME=\"\"/>")),
+         "which is not a CIM name"},
+        {intrinsic("Get Class", ""), "attribute NAME of <IMETHODCALL>"},
+        {intrinsic("EnumerateQualifiers", "", "root:x"), "namespace name \"root:x\" is not valid"},
+        {message("<SIMPLEREQ><IMETHODCALL NAME=\"EnumerateQualifiers\"><LOCALNAMESPACEPATH>"
+                 "<NAMESPACE NAME=\"/\"/></LOCALNAMESPACEPATH></IMETHODCALL></SIMPLEREQ>"),
+         "namespace name \"/\" is not valid"},
+        {intrinsic("EnumerateQualifiers", "", "root//x"), "namespace name \"\" is not valid"},
+        {intrinsic("GetInstance", iparam("InstanceName",
+                                         "<INSTANCENAME CLASSNAME=\"A\"><KEYBINDING NAME=\"K\">"
+                                         "<KEYVALUE>1</KEYVALUE></KEYBINDING><KEYBINDING "
+                                         "NAME=\"k\"><KEYVALUE>2</KEYVALUE></KEYBINDING>"
+                                         "</INSTANCENAME>")),
+         "key \"k\" is bound twice"},
+        {intrinsic("SetProperty", iparam("NewValue",
+                                         "<VALUE.REFERENCE><INSTANCEPATH><NAMESPACEPATH><HOST>a b"
+                                         "</HOST>" +
+                                             localNameSpace("root") +
+                                             "</NAMESPACEPATH><INSTANCENAME CLASSNAME=\"A\"/>"
+                                             "</INSTANCEPATH></VALUE.REFERENCE>")),
+         "host name \"a b\" is not valid"},
+    };
+    for (const Rejection& c : cases) {
+        SCOPED_TRACE(c.reason);
+        expectRejected(c.body, c.reason);
+    }
+}
+
+TEST(HostileInput, ClassesAndMethodsAreBounded) {
+    std::string properties;
+    for (int i = 0; i < 5000; ++i) {
+        properties += "<PROPERTY NAME=\"P" + std::to_string(i) + "\" TYPE=\"string\"/>";
+    }
+    expectRejected(intrinsic("CreateClass",
+                             iparam("NewClass", "<CLASS NAME=\"C\">" + properties + "</CLASS>")),
+                   "more than 4096 properties and methods in one class");
+    expectRejected(intrinsic("CreateClass", iparam("NewClass",
+                                                   "<CLASS NAME=\"C\"><PROPERTY NAME=\"P\" "
+                                                   "TYPE=\"string\"/><PROPERTY NAME=\"p\" "
+                                                   "TYPE=\"uint8\"/></CLASS>")),
+                   "property \"p\" appears twice in class C");
+    // An instance has no such bound: its properties are checked in linear time.
+    std::string values;
+    for (int i = 0; i < 20000; ++i) {
+        values += "<PROPERTY NAME=\"P" + std::to_string(i) + "\" TYPE=\"uint32\"><VALUE>" +
+                  std::to_string(i) + "</VALUE></PROPERTY>";
+    }
+    VELCIMMessage m(
+        intrinsic("CreateInstance", iparam("NewInstance", instance("TST_Wide", values))));
+    ASSERT_TRUE(m.isWellFormed()) << m.getErrorText();
+    auto i =
+        m.getSimpleRequestList()->at(0)->getParameterByName("NewInstance")->getValue()->getObject();
+    EXPECT_EQ(i->getPropertyCount(), 20000u);
+    EXPECT_EQ(i->getProperty("P19999")->getValue()->getUnsigned(), 19999u);
+}
+
+}  // namespace
