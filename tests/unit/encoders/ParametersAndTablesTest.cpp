@@ -120,7 +120,7 @@ TEST(Parameters, IntrinsicAndExtrinsicValuesOfEachKind) {
         {param("Names", names), true,
          "\n<IPARAMVALUE NAME=\"Names\" PARAMTYPE=\"string\"><VALUE.ARRAY>\n<VALUE>a</VALUE>\n"
          "</VALUE.ARRAY>\n</IPARAMVALUE>"},
-        {VELSmrPtr<IVelaActualParameter>(new VELCIMParamValue("Empty", nullptr)), false,
+        {VELSmrPtr<IVelaActualParameter>(new VELCIMParamValue("Empty", VELSmrPtr<IVelaValue>())), false,
          "\n<PARAMVALUE NAME=\"Empty\" PARAMTYPE=\"string\"></PARAMVALUE>"},
     };
     for (const Case& c : cases) {
