@@ -75,6 +75,9 @@ class CVelaClass : public IVelaClass {
     tarn::QualifierList _qualifiers;
     std::vector<VELSmrPtr<tarn::CPropertyDef>> _localProperties;
     std::vector<VELSmrPtr<tarn::CMethodDef>> _localMethods;
+    // Names of the local elements, so that a duplicate is found without a scan.
+    Index _localPropertyNames;
+    Index _localMethodNames;
 
     std::shared_ptr<PropertyVec> _properties;
     std::shared_ptr<PropertyVec> _ownProperties;

@@ -31,19 +31,15 @@ void CVelaClass::addQualifier(const VELSmrPtr<tarn::IQualifier>& q) {
 }
 
 void CVelaClass::addProperty(const VELSmrPtr<tarn::CPropertyDef>& p) {
-    for (const auto& existing : _localProperties) {
-        if (existing->getName().equalsIgnoreCase(p->getName())) {
-            conflict("addProperty", "class " + _name + " has two properties named " + p->getName());
-        }
+    if (!_localPropertyNames.emplace(p->getName(), _localProperties.size()).second) {
+        conflict("addProperty", "class " + _name + " has two properties named " + p->getName());
     }
     _localProperties.push_back(p);
 }
 
 void CVelaClass::addMethod(const VELSmrPtr<tarn::CMethodDef>& m) {
-    for (const auto& existing : _localMethods) {
-        if (existing->getName().equalsIgnoreCase(m->getName())) {
-            conflict("addMethod", "class " + _name + " has two methods named " + m->getName());
-        }
+    if (!_localMethodNames.emplace(m->getName(), _localMethods.size()).second) {
+        conflict("addMethod", "class " + _name + " has two methods named " + m->getName());
     }
     _localMethods.push_back(m);
 }
