@@ -1,0 +1,29 @@
+// tarn::IProviderRegistrar: where providers are registered, per namespace
+// and class. A provider plug-in (a shared library named in [Providers]
+// Modules of tarn.conf) exports
+//
+//   extern "C" void tarnRegisterProviders(tarn::IProviderRegistrar& registrar);
+//
+// which tarnd calls once at start-up, before it serves requests.
+#pragma once
+
+#include <memory>
+
+#include "tarn/IInstanceProvider.h"
+
+namespace tarn {
+
+class IProviderRegistrar {
+  public:
+    virtual ~IProviderRegistrar() = default;
+    // The provider serves the instances of exactly this class in this
+    // namespace. Throws VelaBaseException when another provider already does.
+    virtual void registerInstanceProvider(const VELString& nameSpace, const VELString& className,
+                                          std::shared_ptr<IInstanceProvider> provider) = 0;
+};
+
+// The entry point of provider plug-ins.
+using RegisterProvidersFunction = void (*)(IProviderRegistrar&);
+constexpr const char* REGISTER_PROVIDERS_SYMBOL = "tarnRegisterProviders";
+
+}  // namespace tarn

@@ -1,0 +1,102 @@
+#include "handler/ProviderRegistry.h"
+
+#include <dlfcn.h>
+
+#include "vela/AdapterUtils.h"
+#include "vela/TARNConfigManager.h"
+#include "vela/VelaBaseException.h"
+
+namespace tarn {
+
+namespace {
+
+const char* const WHO = "tarn::ProviderRegistry";
+
+VELString key(const VELString& nameSpace, const VELString& className) {
+    return nameSpace.toLower() + ":" + className.toLower();
+}
+
+}  // namespace
+
+ProviderRegistry::~ProviderRegistry() {
+    // Providers must be gone before the code that implements them.
+    _instanceProviders.clear();
+    _default.reset();
+    for (void* handle : _modules) {
+        ::dlclose(handle);
+    }
+}
+
+void ProviderRegistry::registerInstanceProvider(const VELString& nameSpace,
+                                                const VELString& className,
+                                                std::shared_ptr<IInstanceProvider> provider) {
+    if (!provider) {
+        throw VelaBaseException("InvalidData", WHO, "registerInstanceProvider",
+                                "no provider given for " + nameSpace + ":" + className, 4);
+    }
+    if (!_instanceProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
+        throw VelaBaseException(
+            "InvalidData", WHO, "registerInstanceProvider",
+            "a provider is already registered for " + nameSpace + ":" + className, 11);
+    }
+    AdapterUtils::log(WHO, "Instance provider registered for " + nameSpace + ":" + className, 3);
+}
+
+void ProviderRegistry::setDefaultInstanceProvider(std::shared_ptr<IInstanceProvider> provider) {
+    _default = std::move(provider);
+}
+
+IInstanceProvider* ProviderRegistry::findInstanceProvider(const VELString& nameSpace,
+                                                          const VELString& className) const {
+    if (!_instanceProviders.empty()) {
+        auto it = _instanceProviders.find(key(nameSpace, className));
+        if (it != _instanceProviders.end()) {
+            return it->second.get();
+        }
+    }
+    return _default.get();
+}
+
+void ProviderRegistry::loadConfiguredModules() {
+    VELString modules;
+    if (!TARNConfigManager::getInstance().getString("Providers", "Modules", modules)) {
+        return;
+    }
+    std::size_t start = 0;
+    while (start <= modules.length()) {
+        std::size_t comma = modules.find(',', start);
+        VELString path =
+            modules.substring(start, comma == VELString::npos ? VELString::npos : comma - start)
+                .trim();
+        if (!path.isNull()) {
+            loadModule(path);
+        }
+        if (comma == VELString::npos) {
+            break;
+        }
+        start = comma + 1;
+    }
+}
+
+void ProviderRegistry::loadModule(const VELString& path) {
+    void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle) {
+        const char* why = ::dlerror();
+        throw VelaBaseException(
+            "Configuration", WHO, "loadModule",
+            "cannot load provider module '" + path + "': " + (why ? why : "unknown error"), 1);
+    }
+    auto entry =
+        reinterpret_cast<RegisterProvidersFunction>(::dlsym(handle, REGISTER_PROVIDERS_SYMBOL));
+    if (!entry) {
+        ::dlclose(handle);
+        throw VelaBaseException(
+            "Configuration", WHO, "loadModule",
+            "provider module '" + path + "' does not export " + REGISTER_PROVIDERS_SYMBOL, 1);
+    }
+    _modules.push_back(handle);
+    entry(*this);
+    AdapterUtils::log(WHO, "Provider module loaded: " + path, 3);
+}
+
+}  // namespace tarn

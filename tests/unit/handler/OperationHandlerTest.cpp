@@ -1,0 +1,294 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "handler/OperationHandler.h"
+#include "tarn/CClassSet.h"
+#include "vela/CVelaInstanceName.h"
+#include "vela/CVelaNameSpacePath.h"
+#include "vela/CVelaObject.h"
+#include "vela/CVelaType.h"
+#include "vela/CVelaValue.h"
+#include "vela/TARNClientInfo.h"
+#include "vela/VelaCreateInstanceOperationBase.h"
+#include "vela/VelaDeleteInstanceOperationBase.h"
+#include "vela/VelaEnumerateInstanceNamesOperationBase.h"
+#include "vela/VelaEnumerateInstancesOperationBase.h"
+#include "vela/VelaGetInstanceOperationBase.h"
+
+namespace {
+
+using namespace tarn;
+
+const char* const NS = "root/test";
+
+// The schema of the tests: Test_A <- Test_B <- Test_C, and Test_Other.
+class Catalog : public ISchemaCatalog {
+  public:
+    Catalog() {
+        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_A", ""));
+        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_B", "Test_A"));
+        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_C", "Test_B"));
+        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_Other", ""));
+    }
+    bool hasNameSpace(const VELString& ns) const override { return set.hasNameSpace(ns); }
+    VELSmrPtr<IVelaClass> getClass(const VELString& ns, const VELString& cls) const override {
+        return set.getClass(ns, cls);
+    }
+    std::vector<VELString> getSubclassNames(const VELString& ns,
+                                            const VELString& cls) const override {
+        return set.getSubclassNames(ns, cls, true);
+    }
+    CClassSet set;
+};
+
+VELSmrPtr<IVelaInstanceName> nameOf(const VELString& cls, int id) {
+    auto n = makeVELSmrPtr<CVelaInstanceName>(
+        cls, VELSmrPtr<IVelaNameSpacePath>(new CVelaNameSpacePath("", NS)));
+    n->addKeyBinding("Id", CVelaValue::makeUint32(static_cast<std::uint32_t>(id)));
+    return n;
+}
+
+// Serves `count` instances per class (or endlessly with count < 0), records
+// calls, and fails on request.
+class FakeProvider : public IInstanceProvider {
+  public:
+    explicit FakeProvider(int count = 2) : count(count) {}
+
+    VELSmrPtr<IVelaObject> getInstance(const ProviderContext& ctx,
+                                       const VELSmrPtr<IVelaInstanceName>& name) override {
+        record("get " + name->getClassName() + " by " + ctx.userName);
+        if (name->getKeyBinding(0)->getValue()->getUnsigned() == 404) {
+            throw VelaBaseException("CIM", "FakeProvider", "getInstance", "no such thing", 6);
+        }
+        return makeVELSmrPtr<CVelaObject>(name->getClassName(), name);
+    }
+    void enumerateInstances(const ProviderContext&, const VELSmrPtr<IVelaClass>& cls,
+                            IMultiResponse<VELSmrPtr<IVelaObject>>& out) override {
+        record("enum " + cls->getName());
+        for (int i = 0; count < 0 || i < count; ++i) {
+            if (failAt >= 0 && delivered.load() == failAt) {
+                throw VelaBaseException("CIM", "FakeProvider", "enumerate", "disk on fire", 27);
+            }
+            if (!out.add(makeVELSmrPtr<CVelaObject>(cls->getName(), nameOf(cls->getName(), i)),
+                         true)) {
+                stoppedEarly = true;
+                return;
+            }
+            ++delivered;
+        }
+    }
+    void enumerateInstanceNames(const ProviderContext&, const VELSmrPtr<IVelaClass>& cls,
+                                IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override {
+        record("names " + cls->getName());
+        for (int i = 0; i < count; ++i) {
+            out.add(nameOf(cls->getName(), i), true);
+        }
+    }
+    VELSmrPtr<IVelaInstanceName> createInstance(const ProviderContext&,
+                                                const VELSmrPtr<IVelaObject>& inst) override {
+        record("create " + inst->getClassName());
+        return nameOf(inst->getClassName(), 1);
+    }
+    void modifyInstance(const ProviderContext&, const VELSmrPtr<IVelaInstanceName>&,
+                        const VELSmrPtr<IVelaObject>&,
+                        const VELSmrPtr<VELValSlist<VELString>>&) override {
+        record("modify");
+    }
+    void deleteInstance(const ProviderContext&, const VELSmrPtr<IVelaInstanceName>& n) override {
+        record("delete " + n->getClassName());
+    }
+
+    std::vector<std::string> calls() {
+        std::lock_guard<std::mutex> lock(m);
+        return log;
+    }
+
+    int count;
+    int failAt = -1;
+    std::atomic<int> delivered{0};
+    std::atomic<bool> stoppedEarly{false};
+
+  private:
+    void record(const VELString& what) {
+        std::lock_guard<std::mutex> lock(m);
+        log.push_back(what.str());
+    }
+    std::mutex m;
+    std::vector<std::string> log;
+};
+
+template <class Base>
+class Op : public Base {
+  public:
+    Op() : Base(nullptr) {}
+    void writeResponse(VELGenericHTTPOStream&) override {}
+};
+
+VELSmrPtr<TARNClientInfo> client(const char* user, std::initializer_list<VELString> roles) {
+    auto list = makeVELSmrPtr<VELValSlist<VELString>>(roles);
+    return makeVELSmrPtr<TARNClientInfo>("127.0.0.1", 5988, "127.0.0.1", 40000, false, true, user,
+                                         list, nullptr, false);
+}
+
+class OperationHandlerTest : public ::testing::Test {
+  protected:
+    OperationHandlerTest() : pool(2), handler(catalog, providers, pool) {
+        providers.setDefaultInstanceProvider(repository);
+        providers.registerInstanceProvider(NS, "Test_C", special);
+    }
+    ~OperationHandlerTest() override { pool.stop(std::chrono::seconds(10)); }
+
+    template <class O>
+    VELSmrPtr<O> make(const char* cls, std::initializer_list<VELString> roles = {"reader"}) {
+        auto op = makeVELSmrPtr<O>();
+        op->setNameSpace(NS);
+        op->setClassName(cls);
+        op->setClientInfo(client("alice", roles));
+        return op;
+    }
+
+    template <class T, class O>
+    std::vector<std::string> drain(O& op) {
+        op.allowComplete();
+        std::vector<std::string> out;
+        while (op.hasNext()) {
+            T item = op.next();
+            if constexpr (std::is_same_v<T, VELSmrPtr<IVelaObject>>) {
+                out.push_back(item->getPath()->toString().str());
+            } else {
+                out.push_back(item->toString().str());
+            }
+        }
+        op.signalProcessCompletion();
+        return out;
+    }
+
+    Catalog catalog;
+    std::shared_ptr<FakeProvider> repository = std::make_shared<FakeProvider>();
+    std::shared_ptr<FakeProvider> special = std::make_shared<FakeProvider>(1);
+    ProviderRegistry providers;
+    WorkerPool pool;
+    OperationHandler handler;
+};
+
+TEST_F(OperationHandlerTest, RolesDecideWhoMayReadAndWrite) {
+    struct Case {
+        std::initializer_list<VELString> roles;
+        bool read;
+        bool write;
+    } cases[] = {
+        {{"reader"}, true, false}, {{"Writer"}, true, true},           {{"admin"}, true, true},
+        {{}, false, false},        {{"guest", "reader"}, true, false},
+    };
+    for (const auto& c : cases) {
+        auto get = make<Op<VelaGetInstanceOperationBase>>("Test_A", c.roles);
+        get->setName(nameOf("Test_A", 1));
+        handler.processOperation(get);
+        EXPECT_EQ(get->getErrorCode(), c.read ? 0 : 2);
+        auto create = make<Op<VelaCreateInstanceOperationBase>>("Test_A", c.roles);
+        create->setInstance(makeVELSmrPtr<CVelaObject>("Test_A"));
+        handler.processOperation(create);
+        EXPECT_EQ(create->getErrorCode(), c.write ? 0 : 2);
+        if (!c.write) {
+            EXPECT_TRUE(create->getErrorContext()->getMessage().contains("may not write"))
+                << create->getErrorContext()->getMessage();
+        }
+    }
+}
+
+TEST_F(OperationHandlerTest, UnknownNamespaceAndClassAreReportedWithTheirCodes) {
+    auto get = make<Op<VelaGetInstanceOperationBase>>("Test_A");
+    get->setNameSpace("root/missing");
+    get->setName(nameOf("Test_A", 1));
+    handler.processOperation(get);
+    EXPECT_EQ(get->getErrorCode(), 3);
+    EXPECT_EQ(get->getErrorContext()->getMessage(),
+              VELString("Namespace 'root/missing' does not exist"));
+
+    auto del = make<Op<VelaDeleteInstanceOperationBase>>("Test_Nope", {"writer"});
+    del->setInstanceName(nameOf("Test_Nope", 1));
+    handler.processOperation(del);
+    EXPECT_EQ(del->getErrorCode(), 5);
+
+    auto missing = make<Op<VelaGetInstanceOperationBase>>("Test_A");
+    missing->setName(nameOf("Test_A", 404));
+    handler.processOperation(missing);
+    EXPECT_EQ(missing->getErrorCode(), 6);
+    EXPECT_EQ(missing->getErrorContext()->getMessage(), VELString("no such thing"));
+}
+
+TEST_F(OperationHandlerTest, RoutesToTheRegisteredProviderOrTheDefault) {
+    auto getC = make<Op<VelaGetInstanceOperationBase>>("Test_C");
+    getC->setName(nameOf("Test_C", 1));
+    handler.processOperation(getC);
+    auto getB = make<Op<VelaGetInstanceOperationBase>>("Test_B");
+    getB->setName(nameOf("Test_B", 1));
+    handler.processOperation(getB);
+    EXPECT_EQ(special->calls(), std::vector<std::string>{"get Test_C by alice"});
+    EXPECT_EQ(repository->calls(), std::vector<std::string>{"get Test_B by alice"});
+    EXPECT_EQ(getC->getInstance()->getClassName(), VELString("Test_C"));
+}
+
+TEST_F(OperationHandlerTest, DeepEnumerationCallsOneProviderPerClassOfTheSubtree) {
+    auto op = make<Op<VelaEnumerateInstancesOperationBase>>("Test_A");
+    handler.processOperation(op);
+    auto items = drain<VELSmrPtr<IVelaObject>>(*op);
+    EXPECT_EQ(op->getErrorCode(), 0);
+    EXPECT_EQ(items, (std::vector<std::string>{"root/test:Test_A.id=0", "root/test:Test_A.id=1",
+                                               "root/test:Test_B.id=0", "root/test:Test_B.id=1",
+                                               "root/test:Test_C.id=0"}));
+    EXPECT_EQ(repository->calls(), (std::vector<std::string>{"enum Test_A", "enum Test_B"}));
+    EXPECT_EQ(special->calls(), std::vector<std::string>{"enum Test_C"});
+
+    auto names = make<Op<VelaEnumerateInstanceNamesOperationBase>>("Test_B");
+    handler.processOperation(names);
+    EXPECT_EQ(drain<VELSmrPtr<IVelaInstanceName>>(*names),
+              (std::vector<std::string>{"root/test:Test_B.id=0", "root/test:Test_B.id=1",
+                                        "root/test:Test_C.id=0"}));
+}
+
+TEST_F(OperationHandlerTest, AFailureBeforeTheFirstResultIsTheOperationsError) {
+    repository->failAt = 0;
+    auto op = make<Op<VelaEnumerateInstancesOperationBase>>("Test_B");
+    handler.processOperation(op);
+    op->allowComplete();
+    EXPECT_EQ(op->response->waitForResponse(), 27);
+    EXPECT_EQ(op->getErrorContext()->getMessage(), VELString("disk on fire"));
+    op->signalProcessCompletion();
+}
+
+TEST_F(OperationHandlerTest, AFailureAfterResultsEndsTheStreamWithWhatWasSent) {
+    repository->failAt = 1;
+    auto op = make<Op<VelaEnumerateInstancesOperationBase>>("Test_A");
+    handler.processOperation(op);
+    auto items = drain<VELSmrPtr<IVelaObject>>(*op);
+    EXPECT_EQ(items, std::vector<std::string>{"root/test:Test_A.id=0"});
+    EXPECT_EQ(op->getErrorCode(), 0) << "hidden once a result was counted";
+}
+
+TEST_F(OperationHandlerTest, AConsumerThatGivesUpStopsAnEndlessProvider) {
+    repository->count = -1;
+    auto op = make<Op<VelaEnumerateInstancesOperationBase>>("Test_Other");
+    handler.processOperation(op);
+    op->allowComplete();
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_TRUE(op->hasNext());
+        op->next();
+    }
+    op->signalProcessCompletion();
+    EXPECT_TRUE(pool.stop(std::chrono::seconds(20)));
+    EXPECT_TRUE(repository->stoppedEarly.load());
+}
+
+TEST_F(OperationHandlerTest, AStoppedPoolAnswersShuttingDown) {
+    ASSERT_TRUE(pool.stop(std::chrono::seconds(10)));
+    auto op = make<Op<VelaEnumerateInstancesOperationBase>>("Test_A");
+    handler.processOperation(op);
+    EXPECT_EQ(op->getErrorCode(), 28);
+}
+
+}  // namespace
