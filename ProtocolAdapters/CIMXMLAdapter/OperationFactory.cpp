@@ -1,0 +1,74 @@
+#include "OperationFactory.h"
+
+#include "vela/VELCIMStrings.h"
+
+namespace cimxmlpa {
+
+namespace {
+
+using S = VELCIMStrings;
+
+// The standard intrinsic names, in the order they are compared. Each name is
+// served by the class of the same name with "Operation" appended.
+const OperationFactory::Entry kIntrinsics[] = {
+    {&S::GETINSTANCE, nullptr},
+    {&S::ASSOCIATORNAMES, nullptr},
+    {&S::REFERENCENAMES, nullptr},
+    {&S::ENUMERATEINSTANCES, nullptr},
+    {&S::ENUMERATECLASSNAMES, nullptr},
+    {&S::ENUMERATEINSTANCENAMES, nullptr},
+    {&S::CREATEINSTANCE, nullptr},
+    {&S::MODIFYINSTANCE, nullptr},
+    {&S::DELETEINSTANCE, nullptr},
+    {&S::GETPROPERTY, nullptr},
+    {&S::SETPROPERTY, nullptr},
+    {&S::ASSOCIATORS, nullptr},
+    {&S::REFERENCES, nullptr},
+    {&S::GETCLASS, nullptr},
+    {&S::ENUMERATECLASSES, nullptr},
+    {&S::GETQUALIFIER, nullptr},
+    {&S::ENUMERATEQUALIFIERS, nullptr},
+    {&S::OPENENUMERATEINSTANCES, nullptr},
+    {&S::CLOSEENUMERATION, nullptr},
+    {&S::PULLINSTANCESWITHPATH, nullptr},
+    {&S::OPENENUMERATEINSTANCEPATHS, nullptr},
+    {&S::OPENREFERENCEINSTANCES, nullptr},
+    {&S::OPENASSOCIATORINSTANCES, nullptr},
+    {&S::OPENREFERENCEINSTANCEPATHS, nullptr},
+    {&S::OPENASSOCIATORINSTANCEPATHS, nullptr},
+    {&S::PULLINSTANCEPATHS, nullptr},
+    {&S::EXECQUERY, nullptr},
+    {&S::OPENQUERYINSTANCES, nullptr},
+    {&S::PULLINSTANCES, nullptr},
+};
+
+// The class of every extrinsic call (InvokeMethodOperation once it exists).
+constexpr OperationFactory::Creator kExtrinsic = nullptr;
+
+}  // namespace
+
+std::span<const OperationFactory::Entry> OperationFactory::intrinsicTable() {
+    return kIntrinsics;
+}
+
+OperationFactory::Operation OperationFactory::createIntrinsic(
+    const VELString& methodName, IVelaOperationHandlerContext* context,
+    VELSmrPtr<VELCIMMethodCall>& call, const VELSmrPtr<tarn::security::ISecurityToken>& token) {
+    for (const Entry& e : kIntrinsics) {
+        if (methodName.equals(e.methodName->view())) {
+            return e.create ? e.create(context, call, token) : Operation();
+        }
+    }
+    return Operation();
+}
+
+OperationFactory::Operation OperationFactory::createExtrinsic(
+    IVelaOperationHandlerContext* context, VELSmrPtr<VELCIMMethodCall>& call,
+    const VELSmrPtr<tarn::security::ISecurityToken>& token) {
+    if (kExtrinsic == nullptr) {
+        return Operation();
+    }
+    return kExtrinsic(context, call, token);
+}
+
+}  // namespace cimxmlpa

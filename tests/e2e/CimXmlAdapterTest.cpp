@@ -1,0 +1,530 @@
+// The CIM-XML adapter in a running tarnd, driven with raw HTTP: the default
+// plug-in load, header validation, body reading and its limits, the response
+// head and framing, the CIM-XML envelope with one response element per call,
+// and clients that are slow, vanish or stop reading.
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+
+#include "CimXmlFixture.h"
+
+namespace tarntest {
+namespace {
+
+using namespace cimxml;
+
+const std::string kProcessInput = "cimxmlpa::CIMXMLAdapter::processInput";
+const std::string kProcessOperation = "cimxmlpa::CIMXMLAdapter::processOperation";
+const std::string kMapping = "http://www.dmtf.org/cim/mapping/http/v1.0";
+
+class CimXmlAdapterTest : public CimXmlFixture {
+  protected:
+    // A rejection: the status and reason, an empty body, and the connection
+    // closed by the server.
+    void expectRejected(Socket& s, ResponseReader& reader, int status, const std::string& reason,
+                        const char* cimError = nullptr, const char* detail = nullptr) {
+        Response r = reader.read(in(10s));
+        EXPECT_EQ(r.status, status);
+        EXPECT_EQ(r.reason, reason);
+        EXPECT_EQ(r.header("Content-Length"), "0");
+        EXPECT_EQ(r.body, "");
+        EXPECT_EQ(r.header("Connection"), "close");
+        if (cimError) {
+            EXPECT_EQ(r.header("CIMError"), cimError);
+        } else {
+            EXPECT_EQ(r.find("CIMError"), nullptr) << r.header("CIMError");
+        }
+        if (detail) {
+            EXPECT_EQ(r.header("TARNErrorDetail"), detail);
+        } else {
+            EXPECT_EQ(r.find("TARNErrorDetail"), nullptr) << r.header("TARNErrorDetail");
+        }
+        EXPECT_TRUE(s.waitClosed(in(5s)));
+    }
+    void expectRejected(const std::string& raw, int status, const std::string& reason,
+                        const char* cimError = nullptr, const char* detail = nullptr) {
+        Socket s = Socket::connect(httpPort);
+        s.send(raw);
+        ResponseReader reader(s);
+        expectRejected(s, reader, status, reason, cimError, detail);
+    }
+    // A served call: the head of a CIM-XML response and a DTD-valid body.
+    void expectAnswer(const Response& r, int status, const std::string& body) {
+        EXPECT_EQ(r.status, status);
+        EXPECT_EQ(r.header("Content-Type"), "application/xml; charset=\"utf-8\"");
+        EXPECT_EQ(r.header("Cache-Control"), "no-cache");
+        EXPECT_EQ(r.body, body);
+        EXPECT_EQ(dtdErrors(r.body), "");
+    }
+};
+
+TEST_F(CimXmlAdapterTest, LoadedByDefaultAndAnswersCallsWithoutOperationClassAsNotSupported) {
+    startTarnd();
+    EXPECT_TRUE(traced(3, "tarn::AdapterRegistry",
+                       "Loaded protocol adapter 'cim-xml Adapter' (cim-xml) from " +
+                           std::string(TARN_LIB_DIR) + "/libcimxmlpa.so"))
+        << trace();
+    EXPECT_TRUE(traced(3, "cimxmlpa::CIMXMLAdapter",
+                       "Adapter initialized: Name='cim-xml Adapter'; Protocol='cim-xml'"));
+
+    // A standard name (its operation class is not part of the adapter yet)
+    // and an unknown one get the same answer.
+    for (const char* method : {"GetClass", "Frobnicate"}) {
+        SCOPED_TRACE(method);
+        Response r = exchange(request(cimHeaders(method), simple(method, "42")));
+        EXPECT_EQ(r.reason, "OK");
+        EXPECT_EQ(r.header("CIMOperation"), "MethodResponse");
+        EXPECT_EQ(r.framing, Response::Chunked);
+        expectAnswer(r, 200, response(notSupported(method), "42"));
+        EXPECT_TRUE(traced(4, kProcessOperation, std::string("Processing ") + method + " request"));
+        EXPECT_TRUE(
+            traced(1, kProcessOperation, std::string("Unsupported method name: ") + method));
+    }
+    EXPECT_TRUE(traced(4, kProcessInput, "Request received"));
+    EXPECT_TRUE(traced(4, kProcessInput, "Request processing completed normally"));
+
+    // A message ID is echoed escaped, so that any ID leaves a valid document.
+    Response odd = exchange(request(cimHeaders("GetClass"), simple("GetClass", "a&amp;b&quot;")));
+    expectAnswer(odd, 200, response(notSupported("GetClass"), "a&amp;b&quot;"));
+}
+
+TEST_F(CimXmlAdapterTest, ClientWrittenElsewhereReadsTheNotSupportedError) {
+    const std::string wbemcli = "/usr/bin/wbemcli";
+    if (!std::filesystem::exists(wbemcli)) {
+        GTEST_SKIP() << "wbemcli is not installed";
+    }
+    startTarnd();
+    ChildProcess client;
+    client.start({wbemcli, "gc",
+                  "http://admin:" + password + "@127.0.0.1:" + std::to_string(httpPort) +
+                      "/root/cimv2:CIM_ManagedElement"});
+    auto status = client.waitExit(in(30s));
+    ASSERT_TRUE(status.has_value());
+    EXPECT_NE(*status, 0);
+    EXPECT_NE(client.output().find("(7) CIM_ERR_NOT_SUPPORTED: The requested operation is not "
+                                   "supported."),
+              std::string::npos)
+        << client.output();
+    EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported method name: GetClass"));
+}
+
+TEST_F(CimXmlAdapterTest, MultiRequestGets207WithOneResponsePerCall) {
+    startTarnd();
+    Response r = exchange(request(multiHeaders(), multi({"GetClass", "Frobnicate", "GetClass"})));
+    EXPECT_EQ(r.reason, "Multistatus");
+    expectAnswer(r, 207,
+                 response("<MULTIRSP>" + notSupported("GetClass") + notSupported("Frobnicate") +
+                          notSupported("GetClass") + "</MULTIRSP>"));
+    EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported method name: Frobnicate"));
+}
+
+TEST_F(CimXmlAdapterTest, AsynchronousAndExtrinsicCallsAreAnsweredNotSupported) {
+    startTarnd();
+    std::string async = message(
+        intrinsicCall("GetClass",
+                      "<RESPONSEDESTINATION><INSTANCE CLASSNAME=\"CIM_ListenerDestinationCIMXML\"/>"
+                      "</RESPONSEDESTINATION>"));
+    expectAnswer(exchange(request(cimHeaders("GetClass"), async)), 200,
+                 response(notSupported("GetClass")));
+    EXPECT_TRUE(traced(1, kProcessOperation, "Asynchronous operations are not supported"));
+
+    std::string extrinsic = message(
+        "<SIMPLEREQ><METHODCALL NAME=\"RequestStateChange\"><LOCALINSTANCEPATH>"
+        "<LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"cimv2\"/>"
+        "</LOCALNAMESPACEPATH><INSTANCENAME CLASSNAME=\"CIM_ComputerSystem\"><KEYBINDING "
+        "NAME=\"Name\"><KEYVALUE VALUETYPE=\"string\">host</KEYVALUE></KEYBINDING>"
+        "</INSTANCENAME></LOCALINSTANCEPATH><PARAMVALUE NAME=\"RequestedState\" "
+        "PARAMTYPE=\"uint16\"><VALUE>3</VALUE></PARAMVALUE></METHODCALL></SIMPLEREQ>");
+    expectAnswer(exchange(request(cimHeaders("RequestStateChange"), extrinsic)), 200,
+                 response(notSupported("RequestStateChange", false)));
+    EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported method name: RequestStateChange"));
+}
+
+TEST_F(CimXmlAdapterTest, HeaderRejectionsSetStatusReasonAndCimErrorAndCloseTheConnection) {
+    startTarnd();
+    const std::string body = simple("GetClass");
+    const std::string xml = "Content-Type: application/xml; charset=\"utf-8\"\r\n";
+    const std::string op = "CIMOperation: MethodCall\r\n";
+    const std::string target = "CIMMethod: GetClass\r\nCIMObject: root%2Fcimv2\r\n";
+    const std::string man = "Man: \"" + kMapping + "\"; ns=73\r\n";
+    const std::string group = "73-CIMOperation: MethodCall\r\n73-CIMMethod: GetClass\r\n";
+    struct Case {
+        const char* name;
+        std::string method;
+        std::string version;
+        std::string headers;
+        int status;
+        const char* reason;
+        const char* cimError = nullptr;
+        const char* detail = nullptr;
+        const char* logSource = nullptr;  // the rejection's trace line, when it has one
+    };
+    const char* aux = "cimxmlpa::CIMXMLAdapter::_validateHTTPHeadersAux";
+    const char* ext = "cimxmlpa::CIMXMLAdapter::validateHTTPExtHeaders";
+    const char* mismatch = "header-mismatch";
+    const Case cases[] = {
+        // Method and content negotiation: no CIMError.
+        {"GET", "GET", "HTTP/1.1", xml + op + target, 405, "Method Not Allowed"},
+        {"PUT", "PUT", "HTTP/1.1", xml + op + target, 405, "Method Not Allowed"},
+        {"JSON only", "POST", "HTTP/1.1", xml + op + target + "Accept: application/json\r\n", 406,
+         "Not Acceptable"},
+        {"charset", "POST", "HTTP/1.1", xml + op + target + "Accept-Charset: iso-8859-1\r\n", 406,
+         "Not Acceptable"},
+        {"empty encoding", "POST", "HTTP/1.1", xml + op + target + "Accept-Encoding:\r\n", 406,
+         "Not Acceptable"},
+        {"no identity", "POST", "HTTP/1.1",
+         xml + op + target + "Accept-Encoding: gzip, identity; q=0\r\n", 406, "Not Acceptable"},
+        {"language", "POST", "HTTP/1.1", xml + op + target + "Accept-Language: de-de\r\n", 406,
+         "Not Acceptable"},
+        {"ranges", "POST", "HTTP/1.1", xml + op + target + "Accept-Ranges: none\r\n", 406,
+         "Not Acceptable"},
+        {"if-range", "POST", "HTTP/1.1", xml + op + target + "If-Range: \"x\"\r\n", 400,
+         "Bad Request"},
+        {"content type", "POST", "HTTP/1.1", "Content-Type: text/plain\r\n" + op + target, 400,
+         "Bad Request"},
+        {"content charset", "POST", "HTTP/1.1",
+         "Content-Type: text/xml; charset=iso-8859-1\r\n" + op + target, 400, "Bad Request"},
+        // CIM extension headers of a POST.
+        {"operation and export", "POST", "HTTP/1.1",
+         xml + op + target + "CIMExport: MethodRequest\r\n", 400, "Bad Request", mismatch,
+         "Can not have CIMOperation AND CIMExport headers at the same time.", aux},
+        {"method and batch", "POST", "HTTP/1.1", xml + op + target + "CIMBatch: CIMBatch\r\n", 400,
+         "Bad Request", mismatch, "Can not have CIMMethod and CIMBatch headers at the same time.",
+         aux},
+        {"no object", "POST", "HTTP/1.1", xml + op + "CIMMethod: GetClass\r\n", 400, "Bad Request",
+         mismatch, "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation",
+         aux},
+        {"empty method", "POST", "HTTP/1.1", xml + op + "CIMMethod:\r\nCIMObject: root%2Fcimv2\r\n",
+         400, "Bad Request", mismatch,
+         "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
+        {"no operation", "POST", "HTTP/1.1", xml + "CIMOperation: MethodResponse\r\n" + target, 400,
+         "Bad Request", mismatch, "No valid header(s) are present in the request", aux},
+        {"export method and batch", "POST", "HTTP/1.1",
+         xml + "CIMOperation: x\r\nCIMExport: methodrequest\r\nCIMExportMethod: "
+               "ExportIndication\r\nCIMExportBatch: CIMExportBatch\r\n",
+         400, "Bad Request", mismatch,
+         "Can not have CIMExportMethod AND CIMExportBatch headers with CIMExport", aux},
+        {"export without method", "POST", "HTTP/1.1",
+         xml + "CIMOperation: x\r\nCIMExport: MethodRequest\r\n", 400, "Bad Request", mismatch,
+         "Need to have CIMExportMethod OR CIMExportBatch headers with CIMExport", aux},
+        {"protocol 0.5", "POST", "HTTP/1.1", xml + op + target + "CIMProtocolVersion: 0.5\r\n", 501,
+         "Not Implemented", "unsupported-protocol-version",
+         "TARN does not support CIM protocol version less than 1.0", aux},
+        {"protocol 0.9 beats other errors", "POST", "HTTP/1.1",
+         xml + op + "CIMMethod: GetClass\r\nCIMProtocolVersion: 0.9\r\n", 501, "Not Implemented",
+         "unsupported-protocol-version", "TARN does not support CIM protocol version less than 1.0",
+         aux},
+        // The extension headers are checked before the method.
+        {"GET with bad CIM headers", "GET", "HTTP/1.1", xml + op + "CIMMethod: GetClass\r\n", 400,
+         "Bad Request", mismatch,
+         "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
+        // M-POST: the groups' headers.
+        {"M-POST without extension", "M-POST", "HTTP/1.1", xml + op + target, 510, "Not Extended"},
+        {"M-POST group without object", "M-POST", "HTTP/1.1", xml + man + group, 400, "Bad Request",
+         mismatch, "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation",
+         ext},
+        {"M-POST with an empty second group", "M-POST", "HTTP/1.1",
+         xml + man + group + "73-CIMObject: root%2Fcimv2\r\nOpt: http://example.org/x; ns=12\r\n",
+         400, "Bad Request", mismatch, "No valid extended header(s) are present in the request",
+         ext},
+        {"M-POST protocol 0.5", "M-POST", "HTTP/1.1",
+         xml + man + group + "73-CIMObject: root%2Fcimv2\r\n73-CIMProtocolVersion: 0.5\r\n", 501,
+         "Not Implemented", "unsupported-protocol-version",
+         "TARN does not support CIM protocol version less than 1.0", ext},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        expectRejected(request(c.headers, body, c.method, c.version), c.status, c.reason,
+                       c.cimError, c.detail);
+        if (c.logSource) {
+            EXPECT_TRUE(
+                traced(1, c.logSource, std::string("Rejecting request due to:  ") + c.detail));
+        }
+    }
+
+    // A GET over HTTP/1.0 is forbidden rather than not allowed.
+    Response forbidden = exchange(request(xml + op + target, body, "GET", "HTTP/1.0"));
+    EXPECT_EQ(forbidden.status, 403);
+    EXPECT_EQ(forbidden.reason, "Forbidden");
+    EXPECT_EQ(forbidden.header("Allow"), "M-POST, POST");
+    EXPECT_EQ(forbidden.header("Content-Length"), "0");
+    Response notAllowed = exchange(request(xml + op + target, body, "GET"));
+    EXPECT_EQ(notAllowed.header("Allow"), "M-POST, POST");
+
+    // Substring tests pass what a parser of quality values would refuse, and
+    // values of the extension headers ignore letter case.
+    const std::string accepted[] = {
+        xml + op + target + "Accept: text/xml;q=0\r\n",
+        xml + op + target + "Accept-Encoding: gzip\r\nAccept-Language: fr, en-us\r\n",
+        xml + op + target + "Accept-Charset: utf-8\r\nAccept: */*\r\n",
+        "Content-Type: text/xml; charset=utf-8\r\n" + op + target,
+        op + target,  // no Content-Type at all
+        xml + "CIMOperation: methodcall\r\n" + target + "CIMProtocolVersion: 1.0\r\n",
+        xml + "CIMOperation: MethodCall\r\nCIMMethod: getclass\r\nCIMObject: x\r\n",
+    };
+    for (const std::string& headers : accepted) {
+        SCOPED_TRACE(headers);
+        Response r = exchange(request(headers, body));
+        EXPECT_EQ(r.status, 200);
+        EXPECT_EQ(r.body, response(notSupported("GetClass")));
+    }
+}
+
+TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
+    startTarnd();
+    const std::string headers = cimHeaders("GetClass");
+    expectRejected(head(headers) + "Content-Length: 0\r\n\r\n", 400, "Bad Request");
+    EXPECT_TRUE(traced(1, kProcessOperation, "Rejecting request due to invalid Content-Length: 0"));
+    expectRejected(head(headers) + "\r\n", 400, "Bad Request");
+    EXPECT_TRUE(
+        traced(1, kProcessOperation, "Rejecting request due to invalid Content-Length: -1"));
+    EXPECT_TRUE(traced(1, kProcessOperation, "Caught HTTP: Input stream may have data remaining"));
+
+    // 60 bytes of 100, then the client's side ends.
+    {
+        Socket s = Socket::connect(httpPort);
+        s.send(head(headers) + "Content-Length: 100\r\n\r\n" + simple("GetClass").substr(0, 60));
+        s.shutdownWrite();
+        ResponseReader reader(s);
+        expectRejected(s, reader, 400, "Bad Request");
+        EXPECT_TRUE(traced(2, kProcessOperation,
+                           "Content Length mismatch:  Expected 100 bytes; Received 60"));
+    }
+
+    expectRejected(request(headers, "<CIM CIMVERSION=\"2.0\">"), 400, "Bad Request",
+                   "request-not-well-formed");
+    EXPECT_TRUE(
+        traced(1, kProcessOperation,
+               "Rejecting message which is not well-formed XML. Verify if content lenght is "
+               "correct and the XML is well-formed."));
+
+    expectRejected(request(headers, message(intrinsicCall("GetClass"), "1", "1.0")), 501,
+                   "Not Implemented", "unsupported-cim-version");
+    EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported CIM Version: 1.0"));
+    expectRejected(request(headers, message(intrinsicCall("GetClass"), "1", "2.0", "1.9")), 501,
+                   "Not Implemented", "unsupported-dtd-version");
+    EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported DTD Version: 1.9"));
+
+    const char* pv = "message PROTOCOLVERSION (1.0) does not match CIMProtocolVersion value (1.1)";
+    expectRejected(request(headers + "CIMProtocolVersion: 1.1\r\n", simple("GetClass")), 400,
+                   "Bad Request", "header-mismatch", pv);
+    EXPECT_TRUE(traced(1, "processOperation",
+                       std::string("Rejecting request due to failure in validating "
+                                   "PROTOCOLVERSION : ") +
+                           pv));
+    // The same version in header and message passes, whatever the version.
+    Response v11 = exchange(request(headers + "CIMProtocolVersion: 1.1\r\n",
+                                    message(intrinsicCall("GetClass"), "1", "2.0", "2.0", "1.1")));
+    EXPECT_EQ(v11.status, 200);
+
+    const struct {
+        std::string headers;
+        std::string body;
+        const char* detail;
+    } mismatches[] = {
+        {cimHeaders("GetInstance"), simple("GetClass"),
+         "CIM request method (GetClass) does not match CIMMethod value (GetInstance)"},
+        {multiHeaders(), simple("GetClass"),
+         "CIMMethod and CIMObject must be present for a simple operation request"},
+        {headers, multi({"GetClass", "GetClass"}),
+         "CIMMethod and CIMObject must not be present for a multi operation request"},
+    };
+    for (const auto& m : mismatches) {
+        SCOPED_TRACE(m.detail);
+        expectRejected(request(m.headers, m.body), 400, "Bad Request", "header-mismatch", m.detail);
+        EXPECT_TRUE(traced(1, "processOperation",
+                           std::string("Rejecting request due to failure in validating "
+                                       "CIMMethod : ") +
+                               m.detail));
+    }
+
+    // Well-formed CIM-XML that asks for nothing.
+    expectRejected(request(headers,
+                           "<?xml version=\"1.0\"?><CIM CIMVERSION=\"2.0\" "
+                           "DTDVERSION=\"2.0\"><DECLARATION><DECLGROUP/>"
+                           "</DECLARATION></CIM>"),
+                   400, "Bad Request");
+    EXPECT_TRUE(traced(1, "cimxmlpa::CIMXMLAdapter::processOperation()",
+                       "Rejecting message which contains neither SIMPLEREQ or SIMPLEEXPREQ"));
+}
+
+TEST_F(CimXmlAdapterTest, BodiesUpToTheSizeLimitAreRead) {
+    startTarnd();
+    const std::string headers = cimHeaders("GetClass");
+    // One byte over: refused from the head alone, without waiting for the body.
+    {
+        Socket s = Socket::connect(httpPort);
+        s.send(head(headers) + "Content-Length: 52428801\r\n\r\n<?xml");
+        ResponseReader reader(s);
+        expectRejected(s, reader, 413, "Request Entity Too Large");
+        EXPECT_TRUE(traced(1, kProcessOperation,
+                           "Rejecting request that exceeds maximum supported size. Max = "
+                           "52428800; Request = 52428801"));
+    }
+    // Exactly the limit: a message followed by white space.
+    std::string body = simple("GetClass", "big");
+    body.resize(52428800, ' ');
+    Socket s = Socket::connect(httpPort);
+    s.send(request(headers, body));
+    body.clear();
+    body.shrink_to_fit();
+    ResponseReader reader(s);
+    Response r = reader.read(in(30s));
+    expectAnswer(r, 200, response(notSupported("GetClass"), "big"));
+}
+
+TEST_F(CimXmlAdapterTest, ChunkedRequestBodyIsReadAndTheConnectionKept) {
+    startTarnd();
+    const std::string body = simple("GetClass", "7");
+    // Chunks of three sizes, one with an extension, sizes in upper case.
+    std::string chunked;
+    std::size_t at = 0;
+    for (std::size_t size : {std::size_t{1}, std::size_t{0x1A}, std::size_t{100}}) {
+        char line[32];
+        std::snprintf(line, sizeof line, "%zX%s\r\n", size, size == 0x1A ? ";ext=1" : "");
+        chunked += line + body.substr(at, size) + "\r\n";
+        at += size;
+    }
+    char line[32];
+    std::snprintf(line, sizeof line, "%zx\r\n", body.size() - at);
+    chunked += line + body.substr(at) + "\r\n0\r\n\r\n";
+
+    Socket s = Socket::connect(httpPort);
+    ResponseReader reader(s);
+    s.send(head(cimHeaders("GetClass")) + "Transfer-Encoding: chunked\r\n\r\n" + chunked);
+    expectAnswer(reader.read(in(10s)), 200, response(notSupported("GetClass"), "7"));
+    // The next request on the same connection.
+    s.send(request(cimHeaders("GetClass"), simple("GetClass", "8")));
+    expectAnswer(reader.read(in(10s)), 200, response(notSupported("GetClass"), "8"));
+}
+
+TEST_F(CimXmlAdapterTest, ResponsesAreChunkedByDefaultAndCloseDelimitedForHttp10) {
+    startTarnd();
+    Socket s = Socket::connect(httpPort);
+    ResponseReader reader(s);
+    for (int i = 0; i < 2; ++i) {
+        s.send(request(cimHeaders("GetClass"), simple("GetClass")));
+        Response r = reader.read(in(10s));
+        EXPECT_EQ(r.framing, Response::Chunked);
+        EXPECT_EQ(r.find("Connection"), nullptr);
+        expectAnswer(r, 200, response(notSupported("GetClass")));
+    }
+    Socket old = Socket::connect(httpPort);
+    old.send(request(cimHeaders("GetClass"), simple("GetClass"), "POST", "HTTP/1.0"));
+    ResponseReader oldReader(old);
+    Response r10 = oldReader.read(in(10s));
+    EXPECT_EQ(r10.version, "HTTP/1.0");
+    EXPECT_EQ(r10.framing, Response::Close);
+    expectAnswer(r10, 200, response(notSupported("GetClass")));
+}
+
+TEST_F(CimXmlAdapterTest, ConditionalChunkingFramesByTheRequest) {
+    startTarnd("[TARN]\nHTTPTransferEncoding = ConditionalChunked\n");
+    Socket s = Socket::connect(httpPort);
+    ResponseReader reader(s);
+    // Kept connection without TE: buffered with a Content-Length.
+    s.send(request(cimHeaders("GetClass"), simple("GetClass")));
+    Response full = reader.read(in(10s));
+    EXPECT_EQ(full.framing, Response::Length);
+    expectAnswer(full, 200, response(notSupported("GetClass")));
+    EXPECT_EQ(full.header("Content-Length"), std::to_string(full.body.size()));
+    // TE asks for chunks.
+    s.send(request(cimHeaders("GetClass") + "TE: trailers\r\n", simple("GetClass")));
+    EXPECT_EQ(reader.read(in(10s)).framing, Response::Chunked);
+    // Not kept: written as it comes and ended by the close.
+    s.send(request(cimHeaders("GetClass") + "Connection: close\r\n", simple("GetClass")));
+    Response closing = reader.read(in(10s));
+    EXPECT_EQ(closing.framing, Response::Close);
+    EXPECT_EQ(closing.header("Connection"), "close");
+    expectAnswer(closing, 200, response(notSupported("GetClass")));
+}
+
+TEST_F(CimXmlAdapterTest, MPostIsAnsweredInAGroupWithTheRequestsPrefix) {
+    startTarnd();
+    std::string headers = "Content-Type: application/xml; charset=\"utf-8\"\r\nMan: \"" + kMapping +
+                          "\"; ns=73\r\n73-CIMOperation: MethodCall\r\n73-CIMMethod: GetClass\r\n"
+                          "73-CIMObject: root%2Fcimv2\r\n";
+    Response r = exchange(request(headers, simple("GetClass"), "M-POST"));
+    expectAnswer(r, 200, response(notSupported("GetClass")));
+    ASSERT_NE(r.find("Ext"), nullptr);
+    EXPECT_EQ(r.header("Ext"), "");
+    EXPECT_EQ(r.header("Man"), "\"" + kMapping + "\"; ns=73");
+    EXPECT_EQ(r.header("73-CIMOperation"), "MethodResponse");
+    EXPECT_EQ(r.find("CIMOperation"), nullptr);
+
+    // A declaration without a prefix: the plain headers are the group's.
+    headers = "Man: " + kMapping + "\r\n" + cimHeaders("GetClass");
+    Response plain = exchange(request(headers, simple("GetClass"), "M-POST"));
+    expectAnswer(plain, 200, response(notSupported("GetClass")));
+    EXPECT_EQ(plain.header("Man"), "\"" + kMapping + "\"; ns=00");
+    EXPECT_EQ(plain.header("00-CIMOperation"), "MethodResponse");
+}
+
+TEST_F(CimXmlAdapterTest, SlowVanishedAndNonReadingClientsDoNotHoldTheWorker) {
+    startTarnd("[HTTP]\nWorkerThreads = 1\nIOTimeoutMs = 500\nBodyTimeoutMs = 1500\n");
+    const std::string headers = cimHeaders("GetClass");
+    auto served = [&] {
+        return std::async(std::launch::async, [&] {
+            auto start = Clock::now();
+            Response r = exchange(request(headers, simple("GetClass")), in(10s));
+            return std::make_pair(r.status, Clock::now() - start);
+        });
+    };
+
+    // Stalls in its body: released at the read deadline.
+    {
+        Socket stalled = Socket::connect(httpPort);
+        stalled.send(head(headers) + "Content-Length: 1000\r\n\r\n<?xml vers");
+        auto other = served();
+        auto [status, took] = other.get();
+        EXPECT_EQ(status, 200);
+        EXPECT_LT(took, 5s);
+        EXPECT_TRUE(stalled.waitClosed(in(5s)));
+    }
+    // Trickles its body a byte at a time, each within the read deadline: the
+    // body deadline ends it.
+    {
+        auto start = Clock::now();
+        Socket trickling = Socket::connect(httpPort);
+        trickling.send(head(headers) + "Content-Length: 1000\r\n\r\n");
+        auto other = served();
+        try {
+            for (int i = 0; i < 40; ++i) {
+                std::this_thread::sleep_for(200ms);  // the client's pace
+                trickling.send(" ");
+            }
+        } catch (const std::runtime_error&) {
+            // the server closed the connection
+        }
+        EXPECT_TRUE(trickling.waitClosed(in(5s)));
+        EXPECT_LT(Clock::now() - start, 6s);
+        EXPECT_EQ(other.get().first, 200);
+    }
+    // Goes away in the middle of its body.
+    {
+        Socket gone = Socket::connect(httpPort);
+        gone.send(head(headers) + "Content-Length: 1000\r\n\r\n<?xml vers");
+        gone.close();
+        EXPECT_EQ(served().get().first, 200);
+    }
+    // Sends a large multiple request and reads none of the answer: the write
+    // deadline frees the worker.
+    {
+        Socket greedy = Socket::connect(httpPort);
+        int small = 4096;
+        ::setsockopt(greedy.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
+        std::string calls = "<MULTIREQ>";
+        for (int i = 0; i < 80000; ++i) {
+            calls += intrinsicCall("GetClass");
+        }
+        greedy.send(request(multiHeaders(), message(calls + "</MULTIREQ>")));
+        auto [status, took] = served().get();
+        EXPECT_EQ(status, 200);
+        EXPECT_LT(took, 8s);
+    }
+    EXPECT_NE(trace().find("Caught Network: "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tarntest

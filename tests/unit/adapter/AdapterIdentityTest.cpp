@@ -1,0 +1,161 @@
+// The adapter object: the plug-in entry, its identity and advertised URLs,
+// and the indication slots that do not deliver yet.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "AdapterTestSupport.h"
+#include "tarn/LogCapture.h"
+
+namespace adaptertest {
+namespace {
+
+using tarn::PortData;
+
+const char* const kBuildURL = "cimxmlpa::CIMXMLAdapter::buildVelaURL";
+
+PortData::InterfaceList interfaces(std::initializer_list<const char*> names) {
+    PortData::InterfaceList list;
+    for (const char* n : names) {
+        list.push_back(makeVELSmrPtr<PortData::Interface>(n));
+    }
+    return list;
+}
+
+TEST(CIMXMLAdapter, EntryPointMakesTheAdapterWhichLogsItsStart) {
+    tarn::ObjectManagerContext context(portInfo());
+    tarn::LogCapture log;
+    std::unique_ptr<IVelaProtocolAdapter> adapter(getVelaProtocolAdapter(context));
+    ASSERT_NE(dynamic_cast<CIMXMLAdapter*>(adapter.get()), nullptr);
+    EXPECT_TRUE(log.contains("cimxmlpa::CIMXMLAdapter",
+                             "Adapter initialized: Name='cim-xml Adapter'; Protocol='cim-xml'", 3));
+    EXPECT_EQ(log.lines().size(), 1u);
+}
+
+TEST(CIMXMLAdapter, IdentityIsTheCimXmlCommunicationMechanism) {
+    tarn::ObjectManagerContext context(portInfo());
+    CIMXMLAdapter adapter(context);
+    EXPECT_EQ(adapter.getProtocol(), "cim-xml");
+    EXPECT_EQ(adapter.getAdapterName(), "cim-xml Adapter");
+    EXPECT_EQ(adapter.getVersion(), "1.0");
+    EXPECT_FALSE(adapter.getValidated());
+    EXPECT_EQ(adapter.getStatus(), 1);
+    EXPECT_EQ(adapter.getCommunicationMechanism(), 2);
+    EXPECT_EQ(adapter.getCommunicationMechanismDescription(), "CIM-XML");
+    EXPECT_TRUE(adapter.isManagementCommunicationMechanism());
+    EXPECT_EQ(adapter.getAdvertisedType(), 3);
+    EXPECT_FALSE(adapter.isSOAPAdapter());
+
+    auto profiles = adapter.getFunctionalProfilesSupported();
+    auto descriptions = adapter.getFunctionalProfileDescriptions();
+    EXPECT_EQ(profiles->vector(), (std::vector<std::uint16_t>{2, 3, 5, 6, 7, 9, 10, 11, 12}));
+    EXPECT_EQ(
+        descriptions->vector(),
+        (std::vector<VELString>{"Basic Read", "Basic Write", "Instance Manipulation",
+                                "Association Traversal", "Query Execution", "Indications",
+                                "Pulled Read", "Pulled Read Count", "Pulled Query Execution"}));
+    EXPECT_EQ(adapter.getAuthenticationMechanismsSupported()->vector(),
+              (std::vector<std::uint16_t>{3}));
+    EXPECT_EQ(adapter.getAuthenticationMechanismDescriptions()->vector(),
+              (std::vector<VELString>{"Basic"}));
+    // Each call gets lists of its own.
+    EXPECT_NE(adapter.getFunctionalProfilesSupported().get(), profiles.get());
+}
+
+TEST(CIMXMLAdapter, UrlsOfAdvertisedPortsWithTheInterfaceFilter) {
+    struct Case {
+        const char* name;
+        tarn::PortInfo::PortDataList ports;
+        VELValSlist<VELString> filter;
+        std::vector<std::string> urls;
+        std::vector<std::string> lines;  // the log lines, in order
+    };
+    const std::string notListed =
+        ", because it is not listed on the <interfaces> array from Port_settings.xml";
+    const Case cases[] = {
+        {"nothing advertised",
+         {PortData(5988, false, false), PortData(5989, true, false)},
+         {},
+         {},
+         {}},
+        {"one secure port",
+         {PortData(5988, false, false), PortData(5989, true, true)},
+         {},
+         {"https://cimom.example.org:5989"},
+         {"PortInfo Hostname-cimom.example.org, Port-5989, visibility-1, isSecure-1"}},
+        {"both ports in order",
+         {PortData(5988, false, true), PortData(5989, true, true)},
+         {},
+         {"http://cimom.example.org:5988", "https://cimom.example.org:5989"},
+         {"PortInfo Hostname-cimom.example.org, Port-5988, visibility-1, isSecure-0",
+          "PortInfo Hostname-cimom.example.org, Port-5989, visibility-1, isSecure-1"}},
+        {"filter against a port that lists one name (letter case ignored)",
+         {PortData(5988, false, true, interfaces({"HOST-A.example.org"}))},
+         {"host-a.example.org", "10.0.0.6"},
+         {"http://host-a.example.org:5988"},
+         {"PortInfo Hostname-cimom.example.org, Port-5988, visibility-1, isSecure-0",
+          "NOT adding Interface-10.0.0.6 for Port-5988" + notListed}},
+        {"filter against a port that lists none",
+         {PortData(5989, true, true)},
+         {"10.0.0.5", "10.0.0.6"},
+         {"https://10.0.0.5:5989", "https://10.0.0.6:5989"},
+         {"PortInfo Hostname-cimom.example.org, Port-5989, visibility-1, isSecure-1"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        tarn::ObjectManagerContext context(portInfo(c.ports, c.filter));
+        CIMXMLAdapter adapter(context);
+        tarn::LogCapture log;
+        auto urls = adapter.getURL();
+        std::vector<std::string> got;
+        for (const auto& url : *urls) {
+            got.push_back(url->toString().str());
+            EXPECT_EQ(url->getInteropNamespace(), "interop");
+        }
+        EXPECT_EQ(got, c.urls);
+        std::vector<std::string> lines;
+        for (const auto& line : log.lines()) {
+            EXPECT_EQ(line.source, kBuildURL);
+            EXPECT_EQ(line.severity, 4);
+            lines.push_back(line.message.str());
+        }
+        EXPECT_EQ(lines, c.lines);
+    }
+}
+
+TEST(CIMXMLAdapter, IndicationSlotsDeliverNothingYetAndSaySo) {
+    tarn::ObjectManagerContext context(portInfo());
+    CIMXMLAdapter adapter(context);
+    tarn::LogCapture log;
+    EXPECT_FALSE(adapter.canDeliverIndication(nullptr));
+    EXPECT_FALSE(adapter.deliverIndication("root/cimv2", nullptr, nullptr, nullptr));
+    std::ostringstream os;
+    adapter.encodeIndication(os, "root/cimv2", nullptr, nullptr);
+    EXPECT_EQ(os.str(), "");
+    EXPECT_EQ(log.lines().size(), 3u);
+    EXPECT_TRUE(log.containsText("Indication delivery is not implemented"));
+}
+
+TEST(CIMIndicationDeliveryService, ReadsTheOutboundPortsOfTheConfiguration) {
+    tarn::ObjectManagerContext context(portInfo());
+    {
+        ScopedConfiguration conf("[Indication]\nOutboundConnectionPorts = 6000,6010-6012\n");
+        cimxmlpa::CIMIndicationDeliveryService service(context);
+        std::vector<std::uint32_t> ports(service.getOutboundPorts().begin(),
+                                         service.getOutboundPorts().end());
+        EXPECT_EQ(ports, (std::vector<std::uint32_t>{6000, 6010, 6011, 6012}));
+    }
+    {
+        ScopedConfiguration conf("[Indication]\nOutboundConnectionPorts = 6000-\n");
+        tarn::LogCapture log;
+        cimxmlpa::CIMIndicationDeliveryService service(context);
+        EXPECT_TRUE(service.getOutboundPorts().isEmpty());
+        EXPECT_FALSE(service.loadOutboundConnectionConfiguration());
+        EXPECT_TRUE(log.containsText("OutboundConnectionPorts '6000-'"));
+    }
+    cimxmlpa::CIMIndicationDeliveryService none(context);
+    EXPECT_TRUE(none.getOutboundPorts().isEmpty());
+}
+
+}  // namespace
+}  // namespace adaptertest

@@ -1,0 +1,172 @@
+// The CIM-XML adapter on in-memory connections: an object manager context,
+// one request exchange over a FakeSocket, and request messages.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CIMXMLAdapter.h"
+#include "FakeSocket.h"
+#include "core/ObjectManagerContext.h"
+#include "tarn/TraceLog.h"
+#include "tarn/security/SecurityToken.h"
+#include "vela/TARNConfigManager.h"
+#include "vela/VELHTTPException.h"
+
+namespace adaptertest {
+
+using cimxmlpa::CIMXMLAdapter;
+using tarntest::FakeSocket;
+
+inline VELSmrPtr<tarn::PortInfo> portInfo(const tarn::PortInfo::PortDataList& ports = {},
+                                          const VELValSlist<VELString>& interfaces = {}) {
+    auto info = makeVELSmrPtr<tarn::PortInfo>();
+    info->setHostName("cimom.example.org");
+    info->setPortData(ports);
+    info->setIpV4InterfaceList(interfaces);
+    return info;
+}
+
+inline std::string message(std::string_view content, std::string_view id = "1001") {
+    return "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
+           "DTDVERSION=\"2.0\"><MESSAGE ID=\"" +
+           std::string(id) + "\" PROTOCOLVERSION=\"1.0\">" + std::string(content) +
+           "</MESSAGE></CIM>";
+}
+
+inline std::string getClass(std::string_view id = "1001") {
+    return message(
+        "<SIMPLEREQ><IMETHODCALL NAME=\"GetClass\"><LOCALNAMESPACEPATH><NAMESPACE "
+        "NAME=\"root\"/></LOCALNAMESPACEPATH></IMETHODCALL></SIMPLEREQ>",
+        id);
+}
+
+// The answer to one call that no operation serves, in the whole message.
+inline std::string notSupportedResponse(std::string_view id = "1001") {
+    return "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
+           "DTDVERSION=\"2.0\"><MESSAGE ID=\"" +
+           std::string(id) +
+           "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP><IMETHODRESPONSE NAME=\"GetClass\"><ERROR "
+           "CODE=\"7\" DESCRIPTION=\"The requested operation is not supported.\" />\n"
+           "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>\n";
+}
+
+inline const VELHTTPRequest::Fields kGetClassHeaders = {
+    {"Host", "localhost"},          {"Content-Type", "application/xml; charset=\"utf-8\""},
+    {"CIMOperation", "MethodCall"}, {"CIMMethod", "GetClass"},
+    {"CIMObject", "root"},
+};
+
+// The head and the body of what went to the socket (a chunked body decoded).
+struct Written {
+    std::string head;
+    std::string body;
+
+    explicit Written(const std::string& raw) {
+        std::size_t end = raw.find("\r\n\r\n");
+        if (end == std::string::npos) {
+            head = raw;
+            return;
+        }
+        head = raw.substr(0, end + 2);
+        std::string rest = raw.substr(end + 4);
+        if (head.find("Transfer-Encoding: chunked\r\n") == std::string::npos) {
+            body = rest;
+            return;
+        }
+        std::size_t at = 0;
+        for (;;) {
+            std::size_t eol = rest.find("\r\n", at);
+            std::size_t size = std::stoul(rest.substr(at, eol - at), nullptr, 16);
+            if (size == 0) {
+                break;
+            }
+            body += rest.substr(eol + 2, size);
+            at = eol + 2 + size + 2;
+        }
+    }
+    bool hasHeader(const std::string& line) const {
+        return head.find("\r\n" + line + "\r\n") != std::string::npos;
+    }
+};
+
+// One request through the adapter's processInput on an in-memory connection,
+// as the HTTP server runs it (the body follows the head in the input).
+class Exchange {
+  public:
+    Exchange(VELString method, VELHTTPRequest::Fields fields, std::string body,
+             VELHTTPOperation::ProtocolEnum protocol = VELHTTPOperation::HTTP_1_1,
+             bool loopback = true)
+        : request(std::move(method), "/cimom", protocol, withLength(fields, body)),
+          _body(std::move(body)),
+          in(socket, _body),
+          out(socket, protocol, request.isKeepAlive()),
+          response(protocol) {
+        socket.loopback = loopback;
+        out.setResponse(&response);
+        token->setAuthenticated("admin", VELValSlist<VELString>{"admin"}, "Basic");
+    }
+
+    // Runs the request; the exception the adapter threw, if any.
+    std::optional<VelaBaseException> run(CIMXMLAdapter& adapter) {
+        bool imported = false;
+        try {
+            adapter.processInput(request, response, in, out, token, out.persistConnection(),
+                                 imported);
+            out.finish();
+        } catch (const VelaBaseException& e) {
+            return e;
+        }
+        return std::nullopt;
+    }
+    Written written() const { return Written(socket.written); }
+
+    FakeSocket socket;
+    VELHTTPRequest request;
+
+  private:
+    static VELHTTPRequest::Fields withLength(VELHTTPRequest::Fields fields,
+                                             const std::string& body) {
+        bool framed = false;
+        for (const auto& f : fields) {
+            framed = framed || f.first.equalsIgnoreCase("Content-Length") ||
+                     f.first.equalsIgnoreCase("Transfer-Encoding");
+        }
+        if (!framed) {
+            fields.emplace_back("Content-Length", VELString::valueOf(body.size()));
+        }
+        return fields;
+    }
+    std::string _body;
+
+  public:
+    VELGenericHTTPIStream in;
+    VELGenericHTTPOStream out;
+    VELHTTPResponse response;
+    VELSmrPtr<tarn::security::SecurityToken> token = makeVELSmrPtr<tarn::security::SecurityToken>();
+};
+
+// Sets the configuration for one test and clears it afterwards.
+class ScopedConfiguration {
+  public:
+    explicit ScopedConfiguration(const std::string& text) {
+        TARNConfigManager::getInstance().loadFromString(text);
+    }
+    ~ScopedConfiguration() { TARNConfigManager::getInstance().loadFromString(""); }
+};
+
+// Keeps the trace output quiet for a test that logs a lot (captures still
+// receive every line).
+class ScopedQuietTrace {
+  public:
+    ScopedQuietTrace() : _level(tarn::TraceLog::getLevel()) { tarn::TraceLog::setLevel(0); }
+    ~ScopedQuietTrace() { tarn::TraceLog::setLevel(_level); }
+
+  private:
+    int _level;
+};
+
+}  // namespace adaptertest
