@@ -1,5 +1,7 @@
 #include "repository/SchemaSnapshot.h"
 
+#include <algorithm>
+
 #include "vela/CVelaNameSpacePath.h"
 #include "vela/VelaBaseException.h"
 
@@ -86,9 +88,18 @@ void SchemaSnapshot::setQualifier(const VELString& nameSpace,
     auto it = ns.qualifierIndex.find(decl->getName());
     if (it != ns.qualifierIndex.end()) {
         ns.qualifiers[it->second] = decl;
-    } else {
-        ns.qualifierIndex.emplace(decl->getName(), ns.qualifiers.size());
-        ns.qualifiers.push_back(decl);
+        return;
+    }
+    // Kept in name order, the order in which they are stored.
+    auto pos =
+        std::lower_bound(ns.qualifiers.begin(), ns.qualifiers.end(), decl,
+                         [](const VELSmrPtr<IQualifierDef>& a, const VELSmrPtr<IQualifierDef>& b) {
+                             return a->getName().compareToIgnoreCase(b->getName()) < 0;
+                         });
+    ns.qualifiers.insert(pos, decl);
+    ns.qualifierIndex.clear();
+    for (std::size_t i = 0; i < ns.qualifiers.size(); ++i) {
+        ns.qualifierIndex.emplace(ns.qualifiers[i]->getName(), i);
     }
 }
 

@@ -29,6 +29,7 @@ class SchemaSnapshot {
         VELString name;
         // The path that instances of the namespace carry (shared, immutable).
         VELSmrPtr<IVelaNameSpacePath> path;
+        // In name order (ignoring case).
         std::vector<VELSmrPtr<IQualifierDef>> qualifiers;
         CaseIndex qualifierIndex;
         // Superclasses before subclasses.
