@@ -1,6 +1,6 @@
 // tarn::DefaultSchema: the MOF a new repository starts with, found in the
-// schema directory (entry file tarn.mof; see schema/README of the source
-// tree and the README's schema section).
+// schema directory (entry file tarn.mof; the README's "Repository and
+// schema" section lists what the checkout's schema/ holds).
 //
 // ensure() loads it into a repository that does not have it yet, in one
 // transaction together with the mark that says it is there, so that a start
