@@ -1,6 +1,7 @@
 // tarnd: the TARN CIM object manager.
 #include <sys/stat.h>
 #include <unistd.h>
+#include <algorithm>
 
 #include <climits>
 #include <cstdlib>
@@ -13,7 +14,12 @@
 #include "core/ObjectManagerContext.h"
 #include "core/SignalWaiter.h"
 #include "core/StateDirectory.h"
+#include "handler/OperationHandler.h"
+#include "handler/ProviderRegistry.h"
+#include "handler/RepositoryCatalog.h"
 #include "http/HTTPServer.h"
+#include "http/WorkerPool.h"
+#include "providers/RepositoryInstanceProvider.h"
 #include "repository/DefaultSchema.h"
 #include "repository/Repository.h"
 #include "security/TLSCertificate.h"
@@ -137,6 +143,20 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     context.setState(IVelaOperationHandlerContext::STARTING);
     std::unique_ptr<tarn::Repository> repository = openRepository(state, options, context);
 
+    // Providers: the repository serves every class no provider module claims.
+    tarn::ProviderRegistry providers;
+    providers.setDefaultInstanceProvider(
+        std::make_shared<tarn::RepositoryInstanceProvider>(*repository));
+    providers.loadConfiguredModules();
+    // By default as many as there are request workers, so that no streaming
+    // request waits behind another's providers.
+    std::uint32_t providerThreads = tarn::HTTPServerConfig::fromConfiguration().workerThreads;
+    TARNConfigManager::getInstance().getUint32("TARN", "ProviderThreads", providerThreads);
+    tarn::WorkerPool providerPool(std::clamp<std::uint32_t>(providerThreads, 1, 1024));
+    tarn::RepositoryCatalog catalog(*repository);
+    tarn::OperationHandler handler(catalog, providers, providerPool);
+    context.setOperationHandler(&handler);
+
     std::uint32_t cacheSeconds = 300;
     TARNConfigManager::getInstance().getUint32("Security", "AuthCacheSeconds", cacheSeconds);
     VELString usersPath = configuredFile(state, "Security", "UsersFile", "users");
@@ -200,6 +220,12 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
         AdapterUtils::log(WHO, "Exiting with a request still running", 1);
         std::_Exit(1);
     }
+    std::uint32_t graceMs = config.shutdownGraceMs;
+    if (!providerPool.stop(std::chrono::milliseconds(graceMs))) {
+        AdapterUtils::log(WHO, "Exiting with a provider still running", 1);
+        std::_Exit(1);
+    }
+    context.setOperationHandler(nullptr);
     context.setState(IVelaOperationHandlerContext::SHUT_DOWN);
     AuthenticationHelper::setAuthenticator(nullptr);
     std::cout << "tarnd stopped" << std::endl;
