@@ -39,6 +39,8 @@ class QualifierList {
     // The qualifier is present and its value is boolean TRUE (a boolean
     // qualifier without value counts as TRUE).
     bool isTrue(const VELString& name) const;
+    // The same test on one qualifier (false for null).
+    static bool isTrue(const VELSmrPtr<IQualifier>& q);
     const VELString& owner() const { return _owner; }
 
   private:

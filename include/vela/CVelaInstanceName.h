@@ -24,6 +24,8 @@ class CVelaInstanceName : public IVelaInstanceName {
 
     // Writes one key value in canonical form (used by toString).
     static void writeCanonicalValue(std::ostream& os, const IVelaValue& value);
+    // Writes text in double quotes, with \" and \\ escaped, as canonical keys hold strings.
+    static void writeQuoted(std::ostream& os, std::string_view text);
 
     const VELString& getClassName() const override { return _className; }
     const VELSmrPtr<IVelaNameSpacePath>& getNameSpacePath() const override { return _path; }

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "tarn/ClassLookup.h"
+#include "tarn/QualifierList.h"
 
 const VELString CIMUtil::REFERENCE_KEY_QUALIFIER = "TARN_ReferenceKey";
 
@@ -200,13 +201,7 @@ bool CIMUtil::isReferenceQualified(const tarn::IPropertyDef& def) {
     if (!def.isKey() || type.getTypeId() != CIMTypeId::String || type.isArray()) {
         return false;
     }
-    auto q = def.getQualifier(REFERENCE_KEY_QUALIFIER);
-    if (q.isNull()) {
-        return false;
-    }
-    const auto& v = q->getValue();
-    return v.isNull() || !v->isSet() ||
-           (v->getType()->getTypeId() == CIMTypeId::Boolean && v->getBoolean());
+    return tarn::QualifierList::isTrue(def.getQualifier(REFERENCE_KEY_QUALIFIER));
 }
 
 bool CIMUtil::isReferenceQualified(const VELString& nameSpace, const VELString& className,

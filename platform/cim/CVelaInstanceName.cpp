@@ -9,17 +9,6 @@
 
 namespace {
 
-void writeQuoted(std::ostream& os, std::string_view s) {
-    os << '"';
-    for (char c : s) {
-        if (c == '"' || c == '\\') {
-            os << '\\';
-        }
-        os << c;
-    }
-    os << '"';
-}
-
 [[noreturn]] void bad(const VELString& text, const char* why) {
     throw VelaBaseException("InvalidData", "CVelaInstanceName", "parse",
                             "'" + text + "' is not a valid object path: " + why, 4);
@@ -42,6 +31,17 @@ VELSmrPtr<IVelaKeyBinding> CVelaInstanceName::getKeyBinding(std::size_t i) const
             "no key binding " + VELString::valueOf(static_cast<unsigned long long>(i)), 1);
     }
     return _keys[i];
+}
+
+void CVelaInstanceName::writeQuoted(std::ostream& os, std::string_view s) {
+    os << '"';
+    for (char c : s) {
+        if (c == '"' || c == '\\') {
+            os << '\\';
+        }
+        os << c;
+    }
+    os << '"';
 }
 
 void CVelaInstanceName::writeCanonicalValue(std::ostream& os, const IVelaValue& value) {

@@ -39,45 +39,6 @@ std::string_view trimBlanks(std::string_view s) {
     return s;
 }
 
-std::uint64_t maxUnsigned(CIMTypeId t) {
-    switch (t) {
-        case CIMTypeId::UInt8:
-            return 0xff;
-        case CIMTypeId::UInt16:
-            return 0xffff;
-        case CIMTypeId::UInt32:
-            return 0xffffffffULL;
-        default:
-            return std::numeric_limits<std::uint64_t>::max();
-    }
-}
-
-std::int64_t minSigned(CIMTypeId t) {
-    switch (t) {
-        case CIMTypeId::SInt8:
-            return -128;
-        case CIMTypeId::SInt16:
-            return -32768;
-        case CIMTypeId::SInt32:
-            return -2147483648LL;
-        default:
-            return std::numeric_limits<std::int64_t>::min();
-    }
-}
-
-std::int64_t maxSigned(CIMTypeId t) {
-    switch (t) {
-        case CIMTypeId::SInt8:
-            return 127;
-        case CIMTypeId::SInt16:
-            return 32767;
-        case CIMTypeId::SInt32:
-            return 2147483647LL;
-        default:
-            return std::numeric_limits<std::int64_t>::max();
-    }
-}
-
 // Parses [+-]digits or [+-]0x hexdigits into a magnitude and a sign.
 bool parseInteger(std::string_view s, bool& negative, std::uint64_t& magnitude, VELString& why) {
     negative = false;
@@ -400,7 +361,7 @@ VELSmrPtr<IVelaValue> CVelaValue::makeDateTime(const VELString& text) {
 }
 
 VELSmrPtr<IVelaValue> CVelaValue::makeUnsigned(CIMTypeId type, std::uint64_t v) {
-    if (!isUnsignedType(type) || v > maxUnsigned(type)) {
+    if (!isUnsignedType(type) || v > maxUnsignedOf(type)) {
         throw VelaBaseException("InvalidData", WHO, "makeUnsigned",
                                 VELString::valueOf(static_cast<unsigned long long>(v)) +
                                     " does not fit " + CVelaType::nameOf(type),
@@ -410,7 +371,7 @@ VELSmrPtr<IVelaValue> CVelaValue::makeUnsigned(CIMTypeId type, std::uint64_t v) 
 }
 
 VELSmrPtr<IVelaValue> CVelaValue::makeSigned(CIMTypeId type, std::int64_t v) {
-    if (!isSignedType(type) || v < minSigned(type) || v > maxSigned(type)) {
+    if (!isSignedType(type) || v < minSignedOf(type) || v > maxSignedOf(type)) {
         throw VelaBaseException("InvalidData", WHO, "makeSigned",
                                 VELString::valueOf(static_cast<long long>(v)) + " does not fit " +
                                     CVelaType::nameOf(type),
@@ -545,7 +506,7 @@ CVelaValue::Scalar CVelaValue::parseScalar(const VELSmrPtr<IVelaType>& type,
         if (negative && magnitude != 0) {
             invalid(type, text, "negative");
         }
-        if (magnitude > maxUnsigned(id)) {
+        if (magnitude > maxUnsignedOf(id)) {
             invalid(type, text, "out of range");
         }
         return Scalar(magnitude);
@@ -562,7 +523,7 @@ CVelaValue::Scalar CVelaValue::parseScalar(const VELSmrPtr<IVelaType>& type,
         }
         v = static_cast<std::int64_t>(magnitude);
     }
-    if (v < minSigned(id) || v > maxSigned(id)) {
+    if (v < minSignedOf(id) || v > maxSignedOf(id)) {
         invalid(type, text, "out of range");
     }
     return Scalar(v);
@@ -885,20 +846,20 @@ CVelaValue::Scalar convertScalar(const CVelaValue::Scalar& s, CIMTypeId from,
             std::uint64_t u = std::holds_alternative<std::uint64_t>(s)
                                   ? std::get<std::uint64_t>(s)
                                   : static_cast<std::uint64_t>(std::get<std::int64_t>(s));
-            if (u > maxUnsigned(target)) {
+            if (u > maxUnsignedOf(target)) {
                 return fail();
             }
             return CVelaValue::Scalar(u);
         }
         if (std::holds_alternative<std::uint64_t>(s)) {
             std::uint64_t u = std::get<std::uint64_t>(s);
-            if (u > static_cast<std::uint64_t>(maxSigned(target))) {
+            if (u > static_cast<std::uint64_t>(maxSignedOf(target))) {
                 return fail();
             }
             return CVelaValue::Scalar(static_cast<std::int64_t>(u));
         }
         std::int64_t v = std::get<std::int64_t>(s);
-        if (v < minSigned(target) || v > maxSigned(target)) {
+        if (v < minSignedOf(target) || v > maxSignedOf(target)) {
             return fail();
         }
         return s;

@@ -112,7 +112,10 @@ VELSmrPtr<IQualifier> QualifierList::find(const VELString& name) const {
 }
 
 bool QualifierList::isTrue(const VELString& name) const {
-    VELSmrPtr<IQualifier> q = find(name);
+    return isTrue(find(name));
+}
+
+bool QualifierList::isTrue(const VELSmrPtr<IQualifier>& q) {
     if (q.isNull()) {
         return false;
     }

@@ -13,37 +13,10 @@ namespace tarn {
 
 namespace {
 
-std::uint64_t maxUnsigned(CIMTypeId t) {
-    switch (t) {
-        case CIMTypeId::UInt8:
-            return 0xff;
-        case CIMTypeId::UInt16:
-            return 0xffff;
-        case CIMTypeId::UInt32:
-            return 0xffffffffULL;
-        default:
-            return std::numeric_limits<std::uint64_t>::max();
-    }
-}
-
 // The largest magnitude of a negative (below) and positive value of a signed type.
 std::uint64_t signedLimit(CIMTypeId t, bool negative) {
-    std::uint64_t top;
-    switch (t) {
-        case CIMTypeId::SInt8:
-            top = 0x80;
-            break;
-        case CIMTypeId::SInt16:
-            top = 0x8000;
-            break;
-        case CIMTypeId::SInt32:
-            top = 0x80000000ULL;
-            break;
-        default:
-            top = 0x8000000000000000ULL;
-            break;
-    }
-    return negative ? top : top - 1;
+    std::uint64_t top = static_cast<std::uint64_t>(maxSignedOf(t));
+    return negative ? top + 1 : top;
 }
 
 std::string clip(const std::string& s) {
@@ -111,7 +84,7 @@ bool MofValueConverter::scalar(MofLiteral& lit, const VELSmrPtr<IVelaType>& type
                     why = describe(lit) + " is negative, but " + typeName(*type) + " is unsigned";
                     return false;
                 }
-                if (lit.magnitude > maxUnsigned(id)) {
+                if (lit.magnitude > maxUnsignedOf(id)) {
                     why = describe(lit) + " is out of range for " + typeName(*type);
                     return false;
                 }

@@ -1,5 +1,6 @@
 #include "repository/ClassLayout.h"
 
+#include "tarn/QualifierList.h"
 #include "vela/CIMUtil.h"
 #include "vela/CVelaProperty.h"
 #include "vela/CVelaType.h"
@@ -10,16 +11,7 @@ namespace tarn {
 namespace {
 
 bool qualifierTrue(const IPropertyDef& def, const char* name) {
-    auto q = def.getQualifier(name);
-    if (q.isNull()) {
-        return false;
-    }
-    const auto& v = q->getValue();
-    if (v.isNull() || !v->isSet()) {
-        return q->getType()->getTypeId() == CIMTypeId::Boolean;
-    }
-    return v->getType()->getTypeId() == CIMTypeId::Boolean && !v->getType()->isArray() &&
-           v->getBoolean();
+    return QualifierList::isTrue(def.getQualifier(name));
 }
 
 VELString qualifierText(const IPropertyDef& def, const char* name) {

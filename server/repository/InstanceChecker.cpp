@@ -5,6 +5,7 @@
 
 #include "repository/RepositoryError.h"
 #include "repository/ValueCodec.h"
+#include "vela/CVelaInstanceName.h"
 #include "vela/CVelaProperty.h"
 #include "vela/CVelaType.h"
 #include "vela/CVelaValue.h"
@@ -14,17 +15,6 @@ namespace tarn {
 namespace {
 
 using E = RepositoryError;
-
-void writeQuoted(std::ostream& os, std::string_view s) {
-    os << '"';
-    for (char c : s) {
-        if (c == '"' || c == '\\') {
-            os << '\\';
-        }
-        os << c;
-    }
-    os << '"';
-}
 
 void writeKeyValue(std::ostream& os, const IVelaValue& value, const VELString& ownNs);
 
@@ -63,7 +53,7 @@ void writeKeyValue(std::ostream& os, const IVelaValue& value, const VELString& o
         !value.getType()->isArray()) {
         std::ostringstream ref;
         writeReference(ref, *value.getReference(), ownNs);
-        writeQuoted(os, ref.view());
+        CVelaInstanceName::writeQuoted(os, ref.view());
         return;
     }
     CVelaInstanceName::writeCanonicalValue(os, value);
