@@ -1,6 +1,7 @@
 // tarnd: the TARN CIM object manager.
 #include <sys/stat.h>
 #include <unistd.h>
+#include <algorithm>
 
 #include <climits>
 #include <cstdlib>
@@ -13,9 +14,17 @@
 #include "core/ObjectManagerContext.h"
 #include "core/SignalWaiter.h"
 #include "core/StateDirectory.h"
+#include "handler/OperationHandler.h"
+#include "handler/ProviderRegistry.h"
+#include "handler/RepositoryCatalog.h"
 #include "http/HTTPServer.h"
+#include "http/WorkerPool.h"
+#include "providers/RepositoryInstanceProvider.h"
+#include "repository/DefaultSchema.h"
+#include "repository/Repository.h"
 #include "security/TLSCertificate.h"
 #include "security/UsersFile.h"
+#include "tarn/ClassLookup.h"
 #include "tarn/TraceLog.h"
 #include "vela/AdapterUtils.h"
 #include "vela/AuthenticationHelper.h"
@@ -76,6 +85,37 @@ VELString configuredFile(const tarn::StateDirectory& state, const char* section,
     return state.path(name);
 }
 
+// Opens the repository of the state directory, building it from the schema
+// directory's MOF when it is new (all or nothing: an interrupted first start
+// builds it again on the next), and makes its classes the process's class lookup.
+std::unique_ptr<tarn::Repository> openRepository(const tarn::StateDirectory& state,
+                                                 const tarn::CommandLine& options,
+                                                 tarn::ObjectManagerContext& context) {
+    VELString path = state.path(tarn::Repository::FILE_NAME);
+    auto repository = std::make_unique<tarn::Repository>(path);
+    VELString configured = options.schemaDir;
+    if (configured.isNull()) {
+        TARNConfigManager::getInstance().getString("Repository", "SchemaDir", configured);
+    }
+    VELString schemaDir = tarn::DefaultSchema::locate(configured.trim());
+    if (tarn::DefaultSchema::ensure(*repository, schemaDir)) {
+        AdapterUtils::log(WHO, "Repository " + path + " created from the schema in " + schemaDir,
+                          3);
+    }
+    std::shared_ptr<tarn::SchemaCache> schema = repository->getSchemaCache();
+    tarn::ClassLookup::install(schema);
+    context.setClassLookup([schema](const VELString& nameSpace, const VELString& className) {
+        return schema->getClass(nameSpace, className);
+    });
+    auto current = schema->current();
+    AdapterUtils::log(WHO,
+                      "Repository " + path + ": " +
+                          VELString::valueOf(current->nameSpaceNames().size()) + " namespaces, " +
+                          VELString::valueOf(current->classCount()) + " classes",
+                      3);
+    return repository;
+}
+
 int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::StateDirectory state(options.stateDir);
     state.prepare();
@@ -101,6 +141,21 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
 
     tarn::ObjectManagerContext context(portInfo);
     context.setState(IVelaOperationHandlerContext::STARTING);
+    std::unique_ptr<tarn::Repository> repository = openRepository(state, options, context);
+
+    // Providers: the repository serves every class no provider module claims.
+    tarn::ProviderRegistry providers;
+    providers.setDefaultInstanceProvider(
+        std::make_shared<tarn::RepositoryInstanceProvider>(*repository));
+    providers.loadConfiguredModules();
+    // By default as many as there are request workers, so that no streaming
+    // request waits behind another's providers.
+    std::uint32_t providerThreads = tarn::HTTPServerConfig::fromConfiguration().workerThreads;
+    TARNConfigManager::getInstance().getUint32("TARN", "ProviderThreads", providerThreads);
+    tarn::WorkerPool providerPool(std::clamp<std::uint32_t>(providerThreads, 1, 1024));
+    tarn::RepositoryCatalog catalog(*repository);
+    tarn::OperationHandler handler(catalog, providers, providerPool);
+    context.setOperationHandler(&handler);
 
     std::uint32_t cacheSeconds = 300;
     TARNConfigManager::getInstance().getUint32("Security", "AuthCacheSeconds", cacheSeconds);
@@ -165,6 +220,12 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
         AdapterUtils::log(WHO, "Exiting with a request still running", 1);
         std::_Exit(1);
     }
+    std::uint32_t graceMs = config.shutdownGraceMs;
+    if (!providerPool.stop(std::chrono::milliseconds(graceMs))) {
+        AdapterUtils::log(WHO, "Exiting with a provider still running", 1);
+        std::_Exit(1);
+    }
+    context.setOperationHandler(nullptr);
     context.setState(IVelaOperationHandlerContext::SHUT_DOWN);
     AuthenticationHelper::setAuthenticator(nullptr);
     std::cout << "tarnd stopped" << std::endl;

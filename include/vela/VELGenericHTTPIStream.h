@@ -52,6 +52,10 @@ class VELGenericHTTPIStream : public std::istream {
     // answers "Expect: 100-continue" from here, so that the client sends its
     // body only when the adapter asks for it.
     void setBeforeSocketRead(std::function<void()> hook);
+    // At most this many bytes of the request are read from the socket (0: no
+    // limit); a read past it throws VELHTTPException. Bodies without a
+    // Content-Length (chunked ones) are bounded only by this.
+    void setReadLimit(std::uint64_t bytes);
 
   private:
     class Buffer;

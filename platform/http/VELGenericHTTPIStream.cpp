@@ -3,6 +3,8 @@
 #include <cstring>
 #include <streambuf>
 
+#include "vela/VELHTTPException.h"
+
 // The get area is first the caller's buffered bytes (read in place), then the
 // stream's own buffer, refilled from the socket. Large reads bypass the buffer.
 class VELGenericHTTPIStream::Buffer : public std::streambuf {
@@ -22,6 +24,7 @@ class VELGenericHTTPIStream::Buffer : public std::streambuf {
     bool readFromSocket() const { return _readFromSocket; }
     bool atEnd() const { return _eof; }
     void setHook(std::function<void()> hook) { _hook = std::move(hook); }
+    void setLimit(std::uint64_t bytes) { _limit = bytes; }
 
   protected:
     int_type underflow() override {
@@ -89,10 +92,21 @@ class VELGenericHTTPIStream::Buffer : public std::streambuf {
                 hook();
             }
         }
+        if (_limit != 0) {
+            if (_fromSocket >= _limit) {
+                throw VELHTTPException(
+                    "VELGenericHTTPIStream",
+                    "Request body exceeds the server's limit of " +
+                        VELString::valueOf(static_cast<unsigned long long>(_limit)) + " bytes",
+                    4);
+            }
+            size = static_cast<std::size_t>(std::min<std::uint64_t>(size, _limit - _fromSocket));
+        }
         std::size_t n = _socket.readSome(into, size);
         if (n == 0) {
             _eof = true;
         }
+        _fromSocket += n;
         return n;
     }
 
@@ -100,6 +114,8 @@ class VELGenericHTTPIStream::Buffer : public std::streambuf {
     std::size_t _size;
     std::unique_ptr<char[]> _storage;
     std::uint64_t _before = 0;  // bytes of earlier get areas and direct reads
+    std::uint64_t _fromSocket = 0;
+    std::uint64_t _limit = 0;
     bool _readFromSocket = false;
     bool _eof = false;
     std::function<void()> _hook;
@@ -130,6 +146,10 @@ bool VELGenericHTTPIStream::hasReadFromSocket() const {
 
 bool VELGenericHTTPIStream::hasReachedEnd() const {
     return _buffer->atEnd();
+}
+
+void VELGenericHTTPIStream::setReadLimit(std::uint64_t bytes) {
+    _buffer->setLimit(bytes);
 }
 
 void VELGenericHTTPIStream::setBeforeSocketRead(std::function<void()> hook) {

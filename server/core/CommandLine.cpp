@@ -62,6 +62,11 @@ CommandLine CommandLine::parse(int argc, const char* const* argv) {
             c.httpsPort = port(arg, next());
         } else if (arg == "--adapter") {
             c.adapters.push_back(next());
+        } else if (arg == "--schema-dir") {
+            c.schemaDir = next();
+            if (c.schemaDir.isNull()) {
+                bad("--schema-dir needs a directory");
+            }
         } else {
             bad("unknown argument '" + VELString(argv[i]) + "'");
         }
@@ -71,7 +76,7 @@ CommandLine CommandLine::parse(int argc, const char* const* argv) {
 
 void CommandLine::usage(std::ostream& os) {
     os << "Usage: tarnd [--state-dir DIR] [--listen ADDR] [--http-port N] [--https-port N]\n"
-          "             [--adapter PATH]...\n"
+          "             [--adapter PATH]... [--schema-dir DIR]\n"
           "\n"
           "TARN, a WBEM server (CIM object manager). Clients talk CIM-XML over HTTP and\n"
           "HTTPS to it.\n"
@@ -85,6 +90,9 @@ void CommandLine::usage(std::ostream& os) {
           "  --adapter PATH    load this protocol adapter library; may be repeated.\n"
           "                    Without it the CIM-XML adapter next to the binary\n"
           "                    (../lib/libcimxmlpa.so) is loaded when present.\n"
+          "  --schema-dir DIR  the MOF a new repository is built from (default:\n"
+          "                    [Repository] SchemaDir in tarn.conf, else the schema\n"
+          "                    installed with TARN)\n"
           "  --version         print the version\n"
           "  --help            show this text\n"
           "\n"
@@ -101,7 +109,8 @@ void CommandLine::usage(std::ostream& os) {
           "  server.key, server.crt  the HTTPS key and certificate; a self-signed pair\n"
           "                     is made when both are missing (its SHA-256 fingerprint\n"
           "                     is logged)\n"
-          "  repository.db      the CIM repository\n"
+          "  repository.db      the CIM repository; made on the first start from the\n"
+          "                     schema directory's tarn.mof\n"
           "  trace.log          the trace log ([Log] in tarn.conf)\n"
           "\n"
           "SIGTERM or SIGINT stop the server gracefully: requests in flight finish\n"

@@ -15,6 +15,7 @@ struct CommandLine {
     std::optional<std::uint16_t> httpPort;   // 0 disables
     std::optional<std::uint16_t> httpsPort;  // 0 disables
     std::vector<VELString> adapters;         // empty: the CIM-XML adapter next to the binary
+    VELString schemaDir;  // empty: [Repository] SchemaDir, else the installed one
     bool help = false;
     bool version = false;
 

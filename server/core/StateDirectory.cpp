@@ -55,7 +55,12 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     "\n"
     "[Security]\n"
     ";UsersFile = users\n"
-    ";AuthCacheSeconds = 300\n";
+    ";AuthCacheSeconds = 300\n"
+    "\n"
+    "[Repository]\n"
+    "; The MOF a new repository is built from (entry file tarn.mof); empty for\n"
+    "; the schema installed with TARN.\n"
+    ";SchemaDir =\n";
 
 void StateDirectory::prepare() const {
     if (exists(_dir)) {

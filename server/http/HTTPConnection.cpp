@@ -531,6 +531,7 @@ HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {
     auto body = _buffer.data();
     VELGenericHTTPIStream in(*this,
                              std::string_view(static_cast<const char*>(body.data()), body.size()));
+    in.setReadLimit(static_cast<std::uint64_t>(config.maxBodyMB) * 1024 * 1024);
     VELGenericHTTPOStream out(*this, request.getProtocolEnum(),
                               request.isKeepAlive() && !_server.isStopping());
     VELHTTPResponse response(request.getProtocolEnum());

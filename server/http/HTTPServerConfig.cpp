@@ -24,6 +24,7 @@ HTTPServerConfig HTTPServerConfig::fromConfiguration() {
                         {"IOTimeoutMs", &c.ioTimeoutMs, 10},
                         {"BodyTimeoutMs", &c.bodyTimeoutMs, 10},
                         {"LingerTimeoutMs", &c.lingerTimeoutMs, 0},
+                        {"MaxBodyMB", &c.maxBodyMB, 64},
                         {"DrainLimit", &c.drainLimit, 0},
                         {"ShutdownGraceMs", &c.shutdownGraceMs, 0}};
     for (const Key& k : keys) {

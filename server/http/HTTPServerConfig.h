@@ -31,6 +31,10 @@ struct HTTPServerConfig {
     // At most this long is spent closing a connection gracefully (TLS close
     // notification, draining what the client still sends).
     std::uint32_t lingerTimeoutMs = 2000;
+    // At most this many request bytes are read from the socket for one
+    // request (in mebibytes). Bodies with a Content-Length are limited by the
+    // protocol adapter; this bounds the others (chunked bodies).
+    std::uint32_t maxBodyMB = 256;
     // Unread request body bytes the server skips to keep a connection;
     // with more left it closes the connection instead.
     std::uint32_t drainLimit = 65536;

@@ -4,6 +4,7 @@
 #include "tarn/LogCapture.h"
 #include "vela/VELGenericHTTPIStream.h"
 #include "vela/VELGenericHTTPOStream.h"
+#include "vela/VELHTTPException.h"
 #include "vela/VELHTTPResponse.h"
 #include "vela/VelaBaseException.h"
 
@@ -248,6 +249,21 @@ TEST(VELGenericHTTPIStream, ReadFailureThrowsOutOfTheRead) {
     VELGenericHTTPIStream in(socket, "");
     char buf[10];
     EXPECT_THROW(in.read(buf, 10), VELNetException);
+}
+
+TEST(VELGenericHTTPIStream, ReadLimitBoundsWhatComesFromTheSocket) {
+    FakeSocket socket;
+    socket.reads = {"0123456789", "abcdef"};
+    std::string head = "HEADxy";
+    VELGenericHTTPIStream in(socket, std::string_view(head).substr(4));
+    in.setReadLimit(12);
+    char buf[12];
+    in.read(buf, 12);  // the two buffered bytes do not count
+    EXPECT_EQ(std::string(buf, 12), "xy0123456789");
+    char more[4];
+    in.read(more, 2);  // "ab": 12 bytes from the socket in all, still within the limit
+    EXPECT_EQ(std::string(more, 2), "ab");
+    EXPECT_THROW(in.read(more, 1), VELHTTPException);
 }
 
 }  // namespace

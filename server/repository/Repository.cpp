@@ -1,0 +1,377 @@
+#include "repository/Repository.h"
+
+#include "repository/InstanceChecker.h"
+#include "repository/InstanceCodec.h"
+#include "repository/RepositoryError.h"
+#include "repository/RepositorySql.h"
+#include "repository/SchemaCodec.h"
+#include "repository/StorageSchema.h"
+#include "tarn/ClassLookup.h"
+
+namespace tarn {
+
+namespace {
+
+using E = RepositoryError;
+using Sql = RepositorySql;
+
+// Ends a read transaction on a leased connection, also on the way out of an exception.
+class ReadTransaction {
+  public:
+    explicit ReadTransaction(SqliteConnection& db) : _db(db) { _db.exec("BEGIN"); }
+    ~ReadTransaction() { _db.rollbackQuietly(); }
+    ReadTransaction(const ReadTransaction&) = delete;
+    ReadTransaction& operator=(const ReadTransaction&) = delete;
+
+  private:
+    SqliteConnection& _db;
+};
+
+}  // namespace
+
+const char* const Repository::FILE_NAME = "repository.db";
+
+Repository::Repository(const VELString& path) : Repository(path, Options()) {}
+
+Repository::Repository(const VELString& path, Options options)
+    : _path(path), _options(options), _cache(std::make_shared<SchemaCache>()) {
+    _writer = std::make_unique<SqliteConnection>(path, options.busyTimeoutMs);
+    _created = StorageSchema::prepare(*_writer);
+    _pool = std::make_unique<ConnectionPool>(path, options.idleConnections, options.busyTimeoutMs);
+    load();
+}
+
+Repository::~Repository() = default;
+
+void Repository::load() {
+    auto schema = std::make_shared<SchemaSnapshot>();
+    SqliteConnection& db = *_writer;
+    ReadTransaction read(db);
+    std::unordered_map<std::int64_t, VELString> names;
+    {
+        auto& st = db.statement(Sql::SELECT_NAMESPACES);
+        SqliteStatement::Scope scope(st);
+        while (st.step()) {
+            VELString name(st.columnText(1));
+            schema->addNameSpace(st.columnInt(0), name);
+            names.emplace(st.columnInt(0), name);
+        }
+    }
+    auto nameOf = [&](std::int64_t id) -> const VELString& {
+        auto it = names.find(id);
+        if (it == names.end()) {
+            E::raise(E::FAILED, "load",
+                     "the repository is damaged: a row names namespace " + VELString::valueOf(id) +
+                         ", which does not exist");
+        }
+        return it->second;
+    };
+    {
+        auto& st = db.statement(Sql::SELECT_QUALIFIERS);
+        SqliteStatement::Scope scope(st);
+        while (st.step()) {
+            schema->setQualifier(nameOf(st.columnInt(0)),
+                                 SchemaCodec::decodeQualifierDecl(st.columnBlob(1)));
+        }
+    }
+    // Classes come after their superclasses in row order; a class whose
+    // superclass is not loaded yet waits for it all the same.
+    struct Pending {
+        std::int64_t id;
+        VELString nameSpace;
+        VELSmrPtr<CVelaClass> cls;
+    };
+    std::vector<Pending> pending;
+    auto tryAdd = [&](const Pending& p) {
+        const auto* ns = schema->find(p.nameSpace);
+        VELSmrPtr<IVelaClass> super;
+        if (!p.cls->getSuperClassName().isNull()) {
+            const ClassLayout* s = ns->findClass(p.cls->getSuperClassName());
+            if (!s) {
+                return false;
+            }
+            super = s->cls();
+        }
+        try {
+            p.cls->resolve(super);
+        } catch (const VelaBaseException& e) {
+            E::raise(
+                E::FAILED, "load",
+                "the repository is damaged: class " + p.cls->getName() + ": " + e.getMessage());
+        }
+        schema->addClass(p.nameSpace, p.cls, p.id);
+        return true;
+    };
+    {
+        auto& st = db.statement(Sql::SELECT_CLASSES);
+        SqliteStatement::Scope scope(st);
+        while (st.step()) {
+            const VELString& ns = nameOf(st.columnInt(1));
+            Pending p{st.columnInt(0), ns, SchemaCodec::decodeClass(st.columnBlob(3), ns)};
+            if (!tryAdd(p)) {
+                pending.push_back(std::move(p));
+            }
+        }
+    }
+    while (!pending.empty()) {
+        std::size_t before = pending.size();
+        std::erase_if(pending, [&](const Pending& p) { return tryAdd(p); });
+        if (pending.size() == before) {
+            E::raise(E::FAILED, "load",
+                     "the repository is damaged: the superclass " +
+                         pending.front().cls->getSuperClassName() + " of class " +
+                         pending.front().cls->getName() + " in namespace " +
+                         pending.front().nameSpace + " is missing");
+        }
+    }
+    _cache->publish(std::move(schema));
+    ClassLookup::invalidate();
+}
+
+VELString Repository::getInfo(const VELString& name) const {
+    auto lease = _pool->acquire();
+    auto& st = lease->statement(Sql::SELECT_META);
+    SqliteStatement::Scope scope(st);
+    st.bindText(1, name.view());
+    return st.step() ? VELString(st.columnText(0)) : VELString();
+}
+
+const SchemaSnapshot::NameSpace& Repository::nameSpaceOf(const SchemaSnapshot& schema,
+                                                         const VELString& nameSpace) {
+    const SchemaSnapshot::NameSpace* ns = schema.find(nameSpace);
+    if (!ns) {
+        E::raise(E::INVALID_NAMESPACE, "nameSpace", "namespace " + nameSpace + " does not exist");
+    }
+    return *ns;
+}
+
+const ClassLayout& Repository::classOf(const SchemaSnapshot::NameSpace& ns,
+                                       const VELString& className) {
+    const ClassLayout* c = ns.findClass(className);
+    if (!c) {
+        E::raise(E::INVALID_CLASS, "class",
+                 "class " + className + " does not exist in namespace " + ns.name);
+    }
+    return *c;
+}
+
+// Namespaces ---------------------------------------------------------------
+
+std::vector<VELString> Repository::getNameSpaces() const {
+    return _cache->current()->nameSpaceNames();
+}
+
+bool Repository::hasNameSpace(const VELString& nameSpace) const {
+    return _cache->current()->find(nameSpace) != nullptr;
+}
+
+void Repository::createNameSpace(const VELString& nameSpace) {
+    RepositoryTransaction t = beginTransaction();
+    t.createNameSpace(nameSpace);
+    t.commit();
+}
+
+// Qualifiers and classes -----------------------------------------------------
+
+VELSmrPtr<IQualifierDef> Repository::getQualifier(const VELString& nameSpace,
+                                                  const VELString& name) const {
+    auto schema = _cache->current();
+    auto q = nameSpaceOf(*schema, nameSpace).findQualifier(name);
+    if (q.isNull()) {
+        E::raise(E::NOT_FOUND, "getQualifier",
+                 "qualifier " + name + " is not declared in namespace " + nameSpace);
+    }
+    return q;
+}
+
+std::vector<VELSmrPtr<IQualifierDef>> Repository::enumerateQualifiers(
+    const VELString& nameSpace) const {
+    auto schema = _cache->current();
+    return nameSpaceOf(*schema, nameSpace).qualifiers;
+}
+
+VELSmrPtr<IVelaClass> Repository::getClass(const VELString& nameSpace,
+                                           const VELString& className) const {
+    auto schema = _cache->current();
+    const ClassLayout* c = nameSpaceOf(*schema, nameSpace).findClass(className);
+    if (!c) {
+        E::raise(E::NOT_FOUND, "getClass",
+                 "class " + className + " does not exist in namespace " + nameSpace);
+    }
+    return c->cls();
+}
+
+std::vector<VELSmrPtr<IVelaClass>> Repository::enumerateClasses(const VELString& nameSpace,
+                                                                const VELString& className,
+                                                                bool deep) const {
+    auto schema = _cache->current();
+    const auto& ns = nameSpaceOf(*schema, nameSpace);
+    if (!className.isNull()) {
+        classOf(ns, className);
+    }
+    std::vector<VELSmrPtr<IVelaClass>> out;
+    for (const ClassLayout* c : ns.subclasses(className, deep)) {
+        out.push_back(c->cls());
+    }
+    return out;
+}
+
+std::vector<VELString> Repository::enumerateClassNames(const VELString& nameSpace,
+                                                       const VELString& className,
+                                                       bool deep) const {
+    auto schema = _cache->current();
+    const auto& ns = nameSpaceOf(*schema, nameSpace);
+    if (!className.isNull()) {
+        classOf(ns, className);
+    }
+    std::vector<VELString> out;
+    for (const ClassLayout* c : ns.subclasses(className, deep)) {
+        out.push_back(c->name());
+    }
+    return out;
+}
+
+// Instances ------------------------------------------------------------------
+
+VELSmrPtr<CVelaObject> Repository::fetch(SqliteConnection& db, const SchemaSnapshot& schema,
+                                         const VELString& nameSpace, const IVelaInstanceName& name,
+                                         const ClassLayout** layoutOut, VELString* keysOut) {
+    const auto& ns = nameSpaceOf(schema, nameSpace);
+    const ClassLayout& layout = classOf(ns, name.getClassName());
+    VELString keys = InstanceChecker(schema, ns).checkName(layout, name);
+    auto& st = db.statement(Sql::SELECT_INSTANCE);
+    SqliteStatement::Scope scope(st);
+    st.bind(1, layout.id()).bindText(2, keys.view());
+    VELSmrPtr<CVelaObject> found;
+    if (st.step()) {
+        found = InstanceCodec::decode(st.columnBlob(0), layout, ns.path);
+    }
+    if (layoutOut) {
+        *layoutOut = &layout;
+    }
+    if (keysOut) {
+        *keysOut = std::move(keys);
+    }
+    return found;
+}
+
+VELSmrPtr<IVelaObject> Repository::getInstance(const VELString& nameSpace,
+                                               const IVelaInstanceName& name) const {
+    auto schema = _cache->current();
+    auto lease = _pool->acquire();
+    const ClassLayout* layout = nullptr;
+    VELString keys;
+    auto found = fetch(*lease, *schema, nameSpace, name, &layout, &keys);
+    if (found.isNull()) {
+        E::raise(E::NOT_FOUND, "getInstance",
+                 "instance " + layout->name() + "." + keys + " does not exist in namespace " +
+                     nameSpace);
+    }
+    return found;
+}
+
+template <class Each>
+void Repository::scan(const VELString& nameSpace, const VELString& className, bool deep,
+                      const Each& each) const {
+    auto schema = _cache->current();
+    const auto& ns = nameSpaceOf(*schema, nameSpace);
+    std::vector<const ClassLayout*> classes{&classOf(ns, className)};
+    if (deep) {
+        auto sub = ns.subclasses(classes.front()->name(), true);
+        classes.insert(classes.end(), sub.begin(), sub.end());
+    }
+    auto lease = _pool->acquire();
+    // One read transaction: the enumeration sees one state of the database.
+    ReadTransaction read(*lease);
+    auto& st = lease->statement(Sql::SCAN_INSTANCES);
+    for (const ClassLayout* c : classes) {
+        SqliteStatement::Scope scope(st);
+        st.bind(1, c->id());
+        while (st.step()) {
+            if (!each(*c, ns, st.columnBlob(0))) {
+                return;
+            }
+        }
+    }
+}
+
+void Repository::enumerateInstances(const VELString& nameSpace, const VELString& className,
+                                    bool deep, const InstanceCallback& callback) const {
+    scan(nameSpace, className, deep,
+         [&](const ClassLayout& c, const SchemaSnapshot::NameSpace& ns, std::string_view data) {
+             return callback(InstanceCodec::decode(data, c, ns.path));
+         });
+}
+
+void Repository::enumerateInstanceNames(const VELString& nameSpace, const VELString& className,
+                                        bool deep, const NameCallback& callback) const {
+    scan(nameSpace, className, deep,
+         [&](const ClassLayout& c, const SchemaSnapshot::NameSpace& ns, std::string_view data) {
+             return callback(InstanceCodec::decodeName(data, c, ns.path));
+         });
+}
+
+std::uint64_t Repository::countInstances(const VELString& nameSpace, const VELString& className,
+                                         bool deep) const {
+    auto schema = _cache->current();
+    const auto& ns = nameSpaceOf(*schema, nameSpace);
+    std::vector<const ClassLayout*> classes{&classOf(ns, className)};
+    if (deep) {
+        auto sub = ns.subclasses(classes.front()->name(), true);
+        classes.insert(classes.end(), sub.begin(), sub.end());
+    }
+    auto lease = _pool->acquire();
+    ReadTransaction read(*lease);
+    auto& st = lease->statement(Sql::COUNT_INSTANCES);
+    std::uint64_t n = 0;
+    for (const ClassLayout* c : classes) {
+        SqliteStatement::Scope scope(st);
+        st.bind(1, c->id());
+        if (st.step()) {
+            n += static_cast<std::uint64_t>(st.columnInt(0));
+        }
+    }
+    return n;
+}
+
+VELSmrPtr<IVelaInstanceName> Repository::createInstance(const VELString& nameSpace,
+                                                        const IVelaObject& instance) {
+    RepositoryTransaction t = beginTransaction();
+    auto path = t.createInstance(nameSpace, instance);
+    t.commit();
+    return path;
+}
+
+void Repository::modifyInstance(const VELString& nameSpace,
+                                const VELSmrPtr<IVelaInstanceName>& name,
+                                const IVelaObject& modified, const PropertyList& propertyList) {
+    RepositoryTransaction t = beginTransaction();
+    t.modifyInstance(nameSpace, name, modified, propertyList);
+    t.commit();
+}
+
+void Repository::deleteInstance(const VELString& nameSpace, const IVelaInstanceName& name) {
+    RepositoryTransaction t = beginTransaction();
+    t.deleteInstance(nameSpace, name);
+    t.commit();
+}
+
+RepositoryTransaction Repository::beginTransaction() {
+    return RepositoryTransaction(*this);
+}
+
+VELString Repository::checkIntegrity() const {
+    auto lease = _pool->acquire();
+    auto& st = lease->statement("PRAGMA integrity_check");
+    SqliteStatement::Scope scope(st);
+    VELString out;
+    while (st.step()) {
+        if (!out.isNull()) {
+            out += "; ";
+        }
+        out += st.columnText(0);
+    }
+    return out;
+}
+
+}  // namespace tarn

@@ -1,0 +1,451 @@
+// Instance operations of the repository: their CIM status codes, what a
+// created instance holds, deep enumeration, canonical keys, modify, delete
+// and grouped writes.
+#include <set>
+
+#include "RepositoryTestSupport.h"
+#include "vela/CVelaProperty.h"
+
+namespace repotest {
+namespace {
+
+using tarn::Repository;
+
+class InstanceOperations : public RepositoryTest {
+  protected:
+    void SetUp() override {
+        RepositoryTest::SetUp();
+        repo->createInstance(kNs,
+                             *instance("T_Level1", {{"Id", text("one")}, {"Count", text("1")}}));
+        repo->createInstance(kNs, *multiKey("a", "5", "true"));
+    }
+    static VELSmrPtr<CVelaObject> multiKey(const char* n, const char* number, const char* flag) {
+        return instance("T_MultiKey", {{"Name", text(n)},
+                                       {"Number", text(number)},
+                                       {"Flag", text(flag)},
+                                       {"When", text("20240102030405.000000+060")}});
+    }
+    std::uint64_t count(const char* cls = "T_Base") { return repo->countInstances(kNs, cls, true); }
+};
+
+TEST_F(InstanceOperations, EachFaultGivesItsStatusCodeAndChangesNothing) {
+    auto one = name("T_Level1", {{"Id", text("one")}});
+    struct Case {
+        const char* what;
+        int code;
+        std::function<void()> op;
+    };
+    std::vector<Case> cases = {
+        {"get in an unknown namespace", 3, [&] { repo->getInstance("root/none", *one); }},
+        {"get of an unknown class", 5,
+         [&] {
+             repo->getInstance(kNs, *name("T_Nowhere", {{"Id", text("one")}}));
+         }},
+        {"get of a missing instance", 6,
+         [&] {
+             repo->getInstance(kNs, *name("T_Level1", {{"Id", text("two")}}));
+         }},
+        {"get without a key", 4, [&] { repo->getInstance(kNs, *name("T_Level1", {})); }},
+        {"get by a property that is no key", 4,
+         [&] {
+             repo->getInstance(kNs, *name("T_Level1", {{"Id", text("one")}, {"Count", text("1")}}));
+         }},
+        {"get with a key value of the wrong type", 4,
+         [&] {
+             repo->getInstance(kNs,
+                               *name("T_MultiKey", {{"Name", text("a")},
+                                                    {"Number", text("five", "numeric")},
+                                                    {"Flag", text("true")},
+                                                    {"When", text("20240102030405.000000+060")}}));
+         }},
+        {"create in an unknown namespace", 3,
+         [&] {
+             repo->createInstance("root/none", *instance("T_Level1", {{"Id", text("x")}}));
+         }},
+        {"create of an unknown class", 5,
+         [&] {
+             repo->createInstance(kNs, *instance("T_Nowhere", {{"Id", text("x")}}));
+         }},
+        {"create of an abstract class", 4,
+         [&] {
+             repo->createInstance(kNs, *instance("T_Base", {{"Id", text("x")}}));
+         }},
+        {"create with a property the class lacks", 4,
+         [&] {
+             repo->createInstance(
+                 kNs, *instance("T_Level1", {{"Id", text("x")}, {"Flag", text("true")}}));
+         }},
+        {"create without a key", 4,
+         [&] {
+             repo->createInstance(kNs, *instance("T_Level1", {{"Count", text("3")}}));
+         }},
+        {"create with a null key", 4,
+         [&] {
+             repo->createInstance(
+                 kNs, *instance("T_Level1", {{"Id", CVelaValue::makeNull(CVelaType::string)}}));
+         }},
+        {"create of an existing instance", 11,
+         [&] {
+             repo->createInstance(kNs, *instance("T_Level1", {{"Id", text("one")}}));
+         }},
+        {"create with text that is no number", 13,
+         [&] {
+             repo->createInstance(
+                 kNs, *instance("T_Level1", {{"Id", text("x")}, {"Count", text("many")}}));
+         }},
+        {"create with a number out of range", 13,
+         [&] {
+             repo->createInstance(
+                 kNs, *instance("T_Level1", {{"Id", text("x")}, {"Count", text("4294967296")}}));
+         }},
+        {"create with a typed value of another type", 13,
+         [&] {
+             repo->createInstance(
+                 kNs, *instance("T_Level1",
+                                {{"Id", text("x")}, {"Count", CVelaValue::makeString("3")}}));
+         }},
+        {"create with a property given twice", 4,
+         [&] {
+             repo->createInstance(
+                 kNs, *instance("T_Level1",
+                                {{"Id", text("x")}, {"count", text("1")}, {"Count", text("2")}}));
+         }},
+        {"modify of a missing instance", 6,
+         [&] {
+             repo->modifyInstance(kNs, name("T_Level1", {{"Id", text("two")}}),
+                                  *instance("T_Level1", {{"Count", text("2")}}), nullptr);
+         }},
+        {"modify that changes a key", 4,
+         [&] {
+             repo->modifyInstance(kNs, one, *instance("T_Level1", {{"Id", text("other")}}),
+                                  nullptr);
+         }},
+        {"modify of a property the class lacks", 4,
+         [&] {
+             repo->modifyInstance(kNs, one, *instance("T_Level1", {{"Ratio", text("1")}}), nullptr);
+         }},
+        {"modify with a property list naming a property the class lacks", 4,
+         [&] {
+             auto list = makeVELSmrPtr<VELValSlist<VELString>>();
+             list->append("Nothing");
+             repo->modifyInstance(kNs, one, *instance("T_Level1", {}), list);
+         }},
+        {"modify with a value of the wrong type", 13,
+         [&] {
+             repo->modifyInstance(kNs, one, *instance("T_Level1", {{"Count", text("-1")}}),
+                                  nullptr);
+         }},
+        {"modify naming the instance by another class", 4,
+         [&] {
+             repo->modifyInstance(kNs, one, *instance("T_Level2", {{"Count", text("2")}}), nullptr);
+         }},
+        {"delete of a missing instance", 6,
+         [&] {
+             repo->deleteInstance(kNs, *name("T_Level1", {{"Id", text("two")}}));
+         }},
+        {"delete of an unknown class", 5,
+         [&] {
+             repo->deleteInstance(kNs, *name("T_Nowhere", {{"Id", text("one")}}));
+         }},
+        {"delete in an unknown namespace", 3, [&] { repo->deleteInstance("root/none", *one); }},
+        {"enumerate an unknown class", 5,
+         [&] { repo->enumerateInstances(kNs, "T_Nowhere", true, [](auto&) { return true; }); }},
+        {"enumerate names in an unknown namespace", 3,
+         [&] {
+             repo->enumerateInstanceNames("root/none", "T_Level1", true,
+                                          [](auto&) { return true; });
+         }},
+        {"get of an unknown class definition", 6, [&] { repo->getClass(kNs, "T_Nowhere"); }},
+        {"classes below an unknown class", 5,
+         [&] { repo->enumerateClassNames(kNs, "T_Nowhere", false); }},
+        {"classes of an unknown namespace", 3,
+         [&] { repo->enumerateClasses("root/none", "", true); }},
+        {"an undeclared qualifier", 6, [&] { repo->getQualifier(kNs, "Nothing"); }},
+        {"qualifiers of an unknown namespace", 3, [&] { repo->enumerateQualifiers("none"); }},
+        {"a namespace that exists", 11, [&] { repo->createNameSpace("ROOT/Test"); }},
+        {"a namespace name with a doubled slash", 4, [&] { repo->createNameSpace("root//x"); }},
+        {"a namespace name with a blank", 4, [&] { repo->createNameSpace("root/a b"); }},
+    };
+    for (const auto& c : cases) {
+        std::string message;
+        EXPECT_EQ(codeOf(c.op, &message), c.code) << c.what << ": " << message;
+        EXPECT_FALSE(message.empty()) << c.what;
+    }
+    // None of the failed writes left anything behind.
+    EXPECT_EQ(count(), 1u);
+    auto kept = repo->getInstance(kNs, *one);
+    EXPECT_EQ(valueText(*kept, "Count"), "1");
+    EXPECT_EQ(repo->getNameSpaces(), std::vector<VELString>({"root/test"}));
+}
+
+TEST_F(InstanceOperations, ACreatedInstanceHasEveryPropertyItsPathAndTheClassDefaults) {
+    auto path = repo->createInstance(
+        kNs, *instance("T_Level2", {{"count", text("42")}, {"ID", text("two")}}));
+    EXPECT_EQ(path->toString(), "root/test:T_Level2.id=\"two\"");
+    auto got = repo->getInstance(kNs, *name("t_level2", {{"id", text("two")}}));
+    EXPECT_EQ(got->getClassName(), "T_Level2");
+    ASSERT_FALSE(got->getPath().isNull());
+    EXPECT_EQ(got->getPath()->toString(), "root/test:T_Level2.id=\"two\"");
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < got->getPropertyCount(); ++i) {
+        names.push_back(got->getProperty(i)->getName().str());
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"Id", "Label", "Count", "Flag"}));
+    EXPECT_EQ(valueText(*got, "Id"), "two");
+    EXPECT_EQ(valueText(*got, "Label"), "none");  // default of T_Base
+    EXPECT_EQ(valueText(*got, "Flag"), "TRUE");   // default of T_Level2
+    auto count = got->getProperty("Count");
+    EXPECT_EQ(count->getType()->getTypeId(), CIMTypeId::UInt32);
+    EXPECT_EQ(count->getValue()->getUnsigned(), 42u);
+    EXPECT_FALSE(count->getValue()->isUntyped());
+
+    // An explicit null is kept, not replaced by the default.
+    repo->createInstance(
+        kNs, *instance("T_Level2", {{"Id", text("three")},
+                                    {"Label", CVelaValue::makeNull(CVelaType::string)}}));
+    auto three = repo->getInstance(kNs, *name("T_Level2", {{"Id", text("three")}}));
+    EXPECT_FALSE(three->getProperty("Label")->getValue()->isSet());
+    EXPECT_EQ(three->getProperty("Label")->getType()->getTypeId(), CIMTypeId::String);
+}
+
+TEST_F(InstanceOperations, KeysComeFromThePathWhenThePropertiesLackThem) {
+    auto obj = instance("T_Level1", {{"Count", text("7")}});
+    obj->setPath(name("T_Level1", {{"id", text("from-path")}}));
+    repo->createInstance(kNs, *obj);
+    EXPECT_EQ(
+        valueText(*repo->getInstance(kNs, *name("T_Level1", {{"Id", text("from-path")}})), "Count"),
+        "7");
+    auto clash = instance("T_Level1", {{"Id", text("a")}});
+    clash->setPath(name("T_Level1", {{"Id", text("b")}}));
+    EXPECT_EQ(codeOf([&] { repo->createInstance(kNs, *clash); }), 4);
+}
+
+TEST_F(InstanceOperations, DeepEnumerationCoversThreeLevelsOfSubclasses) {
+    repo->createInstance(kNs, *instance("T_Level2", {{"Id", text("two")}}));
+    repo->createInstance(kNs,
+                         *instance("T_Level3", {{"Id", text("three")}, {"Ratio", text("0.5")}}));
+    repo->createInstance(kNs, *instance("T_Level3", {{"Id", text("three-b")}}));
+    repo->createInstance(kNs, *instance("T_Other", {{"Id", text("other")}}));
+    auto list = [&](const char* cls, bool deep) {
+        std::vector<std::string> out;
+        repo->enumerateInstances(kNs, cls, deep, [&](const VELSmrPtr<IVelaObject>& o) {
+            out.push_back(o->getClassName().str() + ":" + valueText(*o, "Id"));
+            return true;
+        });
+        return out;
+    };
+    using V = std::vector<std::string>;
+    EXPECT_EQ(list("T_Base", true), (V{"T_Level1:one", "T_Other:other", "T_Level2:two",
+                                       "T_Level3:three", "T_Level3:three-b"}));
+    EXPECT_EQ(list("T_Base", false), V{});
+    EXPECT_EQ(list("T_Level1", false), V{"T_Level1:one"});
+    EXPECT_EQ(list("t_level1", true),
+              (V{"T_Level1:one", "T_Level2:two", "T_Level3:three", "T_Level3:three-b"}));
+    EXPECT_EQ(list("T_Level3", true), (V{"T_Level3:three", "T_Level3:three-b"}));
+    EXPECT_EQ(repo->countInstances(kNs, "T_Level1", true), 4u);
+    EXPECT_EQ(repo->countInstances(kNs, "T_Level1", false), 1u);
+
+    // Instances of subclasses carry all their own properties.
+    repo->enumerateInstances(kNs, "T_Level2", true, [&](const VELSmrPtr<IVelaObject>& o) {
+        if (o->getClassName() == "T_Level3") {
+            EXPECT_EQ(o->getPropertyCount(), 5u);
+            EXPECT_EQ(o->getPath()->getClassName(), "T_Level3");
+        }
+        return true;
+    });
+
+    std::vector<std::string> names;
+    repo->enumerateInstanceNames(kNs, "T_Level1", true, [&](const VELSmrPtr<IVelaInstanceName>& n) {
+        names.push_back(n->toString().str());
+        return true;
+    });
+    EXPECT_EQ(names, (V{"root/test:T_Level1.id=\"one\"", "root/test:T_Level2.id=\"two\"",
+                        "root/test:T_Level3.id=\"three\"", "root/test:T_Level3.id=\"three-b\""}));
+
+    // A callback that says stop ends the enumeration at once.
+    int seen = 0;
+    repo->enumerateInstances(kNs, "T_Base", true,
+                             [&](const VELSmrPtr<IVelaObject>&) { return ++seen < 2; });
+    EXPECT_EQ(seen, 2);
+
+    // Class enumerations follow the same tree.
+    EXPECT_EQ(repo->enumerateClassNames(kNs, "T_Base", false),
+              (std::vector<VELString>{"T_Level1", "T_Other"}));
+    EXPECT_EQ(repo->enumerateClassNames(kNs, "T_Base", true),
+              (std::vector<VELString>{"T_Level1", "T_Other", "T_Level2", "T_Level3"}));
+    auto roots = repo->enumerateClassNames(kNs, "", false);
+    EXPECT_EQ(std::set<VELString>(roots.begin(), roots.end()),
+              (std::set<VELString>{"T_Base", "T_AllTypes", "T_MultiKey", "T_Link", "T_RefKey"}));
+    EXPECT_EQ(repo->enumerateClasses(kNs, "", true).size(), 9u);
+    EXPECT_EQ(repo->getClass(kNs, "t_level3")->getSuperClass()->getName(), "T_Level2");
+}
+
+TEST_F(InstanceOperations, KeysMatchWhateverTheirOrderCaseAndForm) {
+    // The instance made in SetUp from untyped text, found by typed values
+    // with the keys in another order and other case.
+    auto typed =
+        name("t_multikey", {{"WHEN", CVelaValue::makeDateTime("20240102030405.000000+060")},
+                            {"flag", CVelaValue::makeBoolean(true)},
+                            {"number", CVelaValue::makeUint8(5)},
+                            {"NAME", CVelaValue::makeString("a")}});
+    auto found = repo->getInstance(kNs, *typed);
+    EXPECT_EQ(
+        found->getPath()->toString(),
+        "root/test:T_MultiKey.flag=TRUE,name=\"a\",number=5,when=\"20240102030405.000000+060\"");
+    // Parsed path text gives hinted untyped values; they match too.
+    auto parsed = CVelaInstanceName::parse(
+        "T_MultiKey.Number=5,When=\"20240102030405.000000+060\",name=\"a\",FLAG=true");
+    EXPECT_NO_THROW(repo->getInstance(kNs, *parsed));
+    // The same instance created again in another form already exists.
+    EXPECT_EQ(codeOf([&] {
+                  repo->createInstance(
+                      kNs, *instance("T_MultiKey", {{"when", text("20240102030405.000000+060")},
+                                                    {"NUMBER", CVelaValue::makeUint64(5)},
+                                                    {"name", CVelaValue::makeString("a")},
+                                                    {"flag", text("TRUE")}}));
+              }),
+              11);
+    // String keys keep their case: another name is another instance.
+    EXPECT_EQ(codeOf([&] { repo->createInstance(kNs, *multiKey("A", "5", "true")); }), 0);
+    EXPECT_EQ(repo->countInstances(kNs, "T_MultiKey", false), 2u);
+
+    // References as keys: the referenced keys are typed and written in
+    // canonical form, the own namespace is left out, class names ignore case.
+    auto link = instance(
+        "T_Link",
+        {{"Left", CVelaValue::makeReference(CVelaInstanceName::parse("T_Level1.Id=\"one\""))},
+         {"Right",
+          text("T_MultiKey.number=5,name=\"a\",flag=TRUE,when=\"20240102030405.000000+060\"")},
+         {"Note", text("first")}});
+    auto linkPath = repo->createInstance(kNs, *link);
+    auto other =
+        name("T_LINK",
+             {{"right", CVelaValue::makeReference(CVelaInstanceName::parse(
+                            "root/test:t_multikey.When=\"20240102030405.000000+060\",Flag=true,"
+                            "Number=\"5\",Name=\"a\""))},
+              {"LEFT", text("root/Test:T_LEVEL1.ID=\"one\"")}});
+    auto got = repo->getInstance(kNs, *other);
+    EXPECT_EQ(valueText(*got, "Note"), "first");
+    EXPECT_TRUE(got->getPath()->equals(*linkPath));
+    // The stored reference has typed keys and the class's own spelling.
+    auto right = got->getProperty("Right")->getValue()->getReference();
+    EXPECT_EQ(right->getClassName(), "T_MultiKey");
+    for (std::size_t i = 0; i < right->getKeyBindingCount(); ++i) {
+        EXPECT_FALSE(right->getKeyBinding(i)->getValue()->isUntyped());
+    }
+    // A reference to a class that is not what the property refers to.
+    EXPECT_EQ(
+        codeOf([&] {
+            repo->createInstance(
+                kNs, *instance("T_Link", {{"Left", text("T_MultiKey.Name=\"a\",Number=5,Flag=true,"
+                                                        "When=\"20240102030405.000000+060\"")},
+                                          {"Right", text("T_MultiKey.Name=\"b\",Number=5,Flag=true,"
+                                                         "When=\"20240102030405.000000+060\"")}}));
+        }),
+        13);
+    // A reference that lacks a key of the class it names.
+    EXPECT_EQ(codeOf([&] {
+                  repo->createInstance(
+                      kNs, *instance("T_Link", {{"Left", text("T_Level1.Id=\"x\"")},
+                                                {"Right", text("T_MultiKey.Name=\"b\"")}}));
+              }),
+              4);
+
+    // A reference-qualified string key holds a reference: path text and a
+    // reference value name the same instance.
+    repo->createInstance(kNs, *instance("T_RefKey", {{"Target", text("T_Level1.ID=\"one\"")}}));
+    auto byRef = name(
+        "T_RefKey",
+        {{"Target", CVelaValue::makeReference(CVelaInstanceName::parse("t_level1.id=\"one\""))}});
+    auto refKey = repo->getInstance(kNs, *byRef);
+    EXPECT_TRUE(refKey->getProperty("Target")->getType()->isReference());
+}
+
+TEST_F(InstanceOperations, ModifyReplacesGivenOrListedPropertiesOnly) {
+    auto one = name("T_Level1", {{"Id", text("one")}});
+    repo->modifyInstance(kNs, one, *instance("T_Level1", {{"Label", text("first")}}), nullptr);
+    auto got = repo->getInstance(kNs, *one);
+    EXPECT_EQ(valueText(*got, "Label"), "first");
+    EXPECT_EQ(valueText(*got, "Count"), "1");
+
+    // With a list: only listed properties change; a listed one the modified
+    // instance lacks gets its class default; the key may be given unchanged.
+    auto list = makeVELSmrPtr<VELValSlist<VELString>>();
+    list->append("count");
+    list->append("Label");
+    repo->modifyInstance(kNs, one,
+                         *instance("T_Level1", {{"Id", text("one")}, {"Count", text("9")}}), list);
+    got = repo->getInstance(kNs, *one);
+    EXPECT_EQ(valueText(*got, "Count"), "9");
+    EXPECT_EQ(valueText(*got, "Label"), "none");
+
+    // An empty list changes nothing; properties outside the list are ignored.
+    repo->modifyInstance(kNs, one, *instance("T_Level1", {{"Count", text("10")}}),
+                         makeVELSmrPtr<VELValSlist<VELString>>());
+    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "9");
+
+    // Named by the modified instance's own path, or by its keys.
+    auto byPath = instance("T_Level1", {{"Count", text("11")}});
+    byPath->setPath(name("T_Level1", {{"Id", text("one")}}));
+    repo->modifyInstance(kNs, nullptr, *byPath, nullptr);
+    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "11");
+    repo->modifyInstance(
+        kNs, nullptr, *instance("T_Level1", {{"Id", text("one")}, {"Count", text("12")}}), nullptr);
+    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "12");
+    // A null value clears a property.
+    repo->modifyInstance(
+        kNs, one, *instance("T_Level1", {{"Count", CVelaValue::makeNull(CVelaType::uint32)}}),
+        nullptr);
+    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "");
+}
+
+TEST_F(InstanceOperations, DeleteRemovesTheInstanceOnly) {
+    repo->createInstance(kNs, *instance("T_Level1", {{"Id", text("two")}}));
+    repo->deleteInstance(kNs, *name("T_LEVEL1", {{"ID", text("one")}}));
+    EXPECT_EQ(codeOf([&] { repo->getInstance(kNs, *name("T_Level1", {{"Id", text("one")}})); }), 6);
+    EXPECT_EQ(count(), 1u);
+    EXPECT_EQ(codeOf([&] {
+                  repo->deleteInstance(kNs, *name("T_Level1", {{"Id", text("one")}}));
+              }),
+              6);
+}
+
+TEST_F(InstanceOperations, ATransactionWritesAllOrNothing) {
+    {
+        auto t = repo->beginTransaction();
+        t.createInstance(kNs, *instance("T_Level1", {{"Id", text("t1")}}));
+        t.createNameSpace("root/scratch");
+        // Reads through the transaction see its writes; others do not yet.
+        EXPECT_NO_THROW(t.getInstance(kNs, *name("T_Level1", {{"Id", text("t1")}})));
+        EXPECT_TRUE(t.hasNameSpace("root/scratch"));
+        EXPECT_FALSE(repo->hasNameSpace("root/scratch"));
+        EXPECT_EQ(count(), 1u);
+        // A thread holding a transaction cannot start a second one.
+        EXPECT_EQ(codeOf([&] {
+                      repo->createInstance(kNs, *instance("T_Level1", {{"Id", text("t2")}}));
+                  }),
+                  1);
+        // Dropped without commit: rolled back.
+    }
+    EXPECT_EQ(count(), 1u);
+    EXPECT_FALSE(repo->hasNameSpace("root/scratch"));
+
+    auto t = repo->beginTransaction();
+    for (int i = 0; i < 50; ++i) {
+        t.createInstance(kNs,
+                         *instance("T_Level1", {{"Id", text(("b" + std::to_string(i)).c_str())}}));
+    }
+    t.createNameSpace("root/scratch");
+    t.commit();
+    EXPECT_FALSE(t.isOpen());
+    EXPECT_EQ(count(), 51u);
+    EXPECT_TRUE(repo->hasNameSpace("Root/Scratch"));
+    EXPECT_EQ(repo->getNameSpaces(), (std::vector<VELString>{"root/scratch", "root/test"}));
+    EXPECT_EQ(codeOf([&] {
+                  t.createInstance(kNs, *instance("T_Level1", {{"Id", text("late")}}));
+              }),
+              1);
+}
+
+}  // namespace
+}  // namespace repotest

@@ -1,0 +1,259 @@
+// The repository's storage: reopening gives back the same schema and
+// instances, the format version is checked, damaged data is reported and
+// never read past, and schema declarations are kept or refused as a whole.
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "RepositoryTestSupport.h"
+#include "mof/MofClassSetSink.h"
+#include "repository/InstanceCodec.h"
+#include "repository/SchemaSnapshot.h"
+
+namespace repotest {
+namespace {
+
+// Runs SQL on the database file directly, outside the repository.
+void sql(const std::string& path, const std::string& text) {
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+    char* error = nullptr;
+    int rc = sqlite3_exec(db, text.c_str(), nullptr, nullptr, &error);
+    EXPECT_EQ(rc, SQLITE_OK) << (error ? error : "");
+    sqlite3_free(error);
+    sqlite3_close(db);
+}
+
+template <class T>
+std::vector<T> all(VELSmrPtr<tarn::Iterator<T>> it) {
+    std::vector<T> out;
+    while (it->hasNext()) {
+        out.push_back(it->next());
+    }
+    return out;
+}
+
+// A description of a resolved class detailed enough to tell two apart:
+// every property, method and parameter with type, origin, default and
+// qualifiers (with flavor and defining class).
+std::string describe(const IVelaClass& c) {
+    std::ostringstream os;
+    auto qualifiers = [&](auto it) {
+        for (const auto& q : all(it)) {
+            os << " [" << q->getName() << ":" << q->getType()->getName()
+               << (q->getType()->isArray() ? "[]" : "") << "=" << q->getFlavor() << "@"
+               << q->getDefiningClassName() << "="
+               << (q->getValue().isNull() ? std::string("<none>") : q->getValue()->toString().str())
+               << "]";
+        }
+    };
+    os << c.getName() << ":" << c.getSuperClassName();
+    qualifiers(c.getQualifiers(true));
+    for (const auto& p : all(c.getPropertyDefs(true))) {
+        const auto& t = *p->getType();
+        os << "\n  " << t.getName() << (t.isArray() ? "[]" : "") << t.getReferenceClassName() << " "
+           << p->getName() << "/" << p->getArraySize() << " from " << p->getOriginClassName()
+           << (p->isKey() ? " key" : "") << " = "
+           << (p->getDefaultValue().isNull() ? std::string("<none>")
+                                             : p->getDefaultValue()->toString().str());
+        qualifiers(p->getQualifiers(true));
+    }
+    for (const auto& m : all(c.getMethodDefs(true))) {
+        os << "\n  " << m->getReturnType()->getName() << " " << m->getName() << "() from "
+           << m->getOriginClassName();
+        qualifiers(m->getQualifiers(true));
+        for (const auto& p : all(m->getParameters())) {
+            os << "\n    " << p->getType()->getName() << (p->getType()->isArray() ? "[]" : "")
+               << p->getType()->getReferenceClassName() << " " << p->getName();
+            qualifiers(p->getQualifiers(true));
+        }
+    }
+    return os.str();
+}
+
+class Storage : public RepositoryTest {};
+
+TEST_F(Storage, ReopeningGivesBackTheSchemaAndTheInstances) {
+    std::map<std::string, std::string> classes;
+    for (const auto& c : repo->enumerateClasses(kNs, "", true)) {
+        classes[c->getName().str()] = describe(*c);
+    }
+    auto qualifiers = repo->enumerateQualifiers(kNs);
+    repo->createInstance(kNs, *instance("T_Level3", {{"Id", text("x")}, {"Ratio", text("0.25")}}));
+    EXPECT_TRUE(repo->wasCreated());
+    reopen();
+    EXPECT_FALSE(repo->wasCreated());
+    EXPECT_EQ(repo->getNameSpaces(), std::vector<VELString>{"root/test"});
+    std::map<std::string, std::string> again;
+    for (const auto& c : repo->enumerateClasses(kNs, "", true)) {
+        again[c->getName().str()] = describe(*c);
+    }
+    EXPECT_EQ(again, classes);
+    auto q2 = repo->enumerateQualifiers(kNs);
+    ASSERT_EQ(q2.size(), qualifiers.size());
+    for (std::size_t i = 0; i < q2.size(); ++i) {
+        EXPECT_EQ(q2[i]->getName(), qualifiers[i]->getName());
+        EXPECT_EQ(q2[i]->getScope(), qualifiers[i]->getScope());
+        EXPECT_EQ(q2[i]->getFlavor(), qualifiers[i]->getFlavor());
+    }
+    auto got = repo->getInstance(kNs, *name("T_Level3", {{"Id", text("x")}}));
+    EXPECT_EQ(valueText(*got, "Ratio"), "0.25");
+    EXPECT_EQ(valueText(*got, "Flag"), "TRUE");
+    EXPECT_EQ(repo->checkIntegrity(), "ok");
+}
+
+TEST_F(Storage, ANewerFormatOrAForeignFileIsRefusedWithAClearMessage) {
+    repo.reset();
+    sql(dbPath(), "UPDATE repository_meta SET value='99' WHERE name='format_version'");
+    std::string message;
+    EXPECT_EQ(codeOf([&] { open(); }, &message), 1);
+    EXPECT_EQ(message, "the repository " + dbPath() +
+                           " has format version 99, newer than this TARN can read (version 1); run "
+                           "a newer TARN, or move the file away to start a new repository");
+    sql(dbPath(), "UPDATE repository_meta SET value='1' WHERE name='format_version'");
+    EXPECT_EQ(codeOf([&] { open(); }), 0);
+    repo.reset();
+
+    std::string foreign = (dir.path() / "other.db").string();
+    sql(foreign, "CREATE TABLE t (x)");
+    EXPECT_EQ(codeOf([&] { tarn::Repository r(foreign); }, &message), 1);
+    EXPECT_EQ(message, foreign + " is not a TARN repository");
+
+    std::string garbage = (dir.path() / "garbage.db").string();
+    std::ofstream(garbage) << std::string(4096, 'x');
+    EXPECT_EQ(codeOf([&] { tarn::Repository r(garbage); }, &message), 1);
+    EXPECT_NE(message.find("SQLite"), std::string::npos) << message;
+
+    // A new file is created, and says so.
+    tarn::Repository fresh((dir.path() / "fresh.db").string());
+    EXPECT_TRUE(fresh.wasCreated());
+    EXPECT_TRUE(fresh.getNameSpaces().empty());
+}
+
+TEST_F(Storage, DamagedInstanceDataIsReportedNotReadPastItsEnd) {
+    repo->createInstance(
+        kNs,
+        *instance("T_AllTypes", {{"Id", text("d")}, {"S", text("some text")}, {"U32", text("7")}}));
+    // Every cut of a valid stored instance decodes or fails cleanly.
+    auto schema = repo->getSchemaCache()->current();
+    const auto* ns = schema->find(kNs);
+    const auto* layout = ns->findClass("T_AllTypes");
+    auto full = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text("d")}}));
+    std::string data = tarn::InstanceCodec::encode(*full);
+    for (std::size_t n = 0; n < data.size(); ++n) {
+        EXPECT_EQ(
+            codeOf([&] { tarn::InstanceCodec::decode(data.substr(0, n), *layout, ns->path); }), 1)
+            << "cut at " << n;
+    }
+    // Flipped bytes: whatever they decode to, they never crash or overrun.
+    for (std::size_t n = 0; n < data.size(); ++n) {
+        std::string bad = data;
+        bad[n] = static_cast<char>(bad[n] ^ 0xA5);
+        codeOf([&] { tarn::InstanceCodec::decode(bad, *layout, ns->path); });
+    }
+    // A damaged row in the file is reported on reading.
+    repo.reset();
+    sql(dbPath(), "UPDATE instances SET properties=substr(properties, 1, 5)");
+    open();
+    std::string message;
+    EXPECT_EQ(codeOf(
+                  [&] {
+                      repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text("d")}}));
+                  },
+                  &message),
+              1);
+    EXPECT_NE(message.find("the repository is damaged: an instance"), std::string::npos) << message;
+}
+
+TEST_F(Storage, IdenticalDeclarationsAreKeptAndDifferentOnesFailTheWholeCompilation) {
+    tarn::RepositoryMofSink::Counts counts;
+    ASSERT_EQ(loadMof(*repo, kSchema, kNs, &counts), "");
+    EXPECT_EQ(counts.classes, 0u);
+    EXPECT_EQ(counts.qualifiers, 0u);
+    EXPECT_EQ(counts.unchanged, 17u);
+
+    // A changed class fails the compilation; nothing of it is written, not
+    // even the parts that were new.
+    std::string out = loadMof(*repo,
+                              "class T_New : T_Level1 { };\n"
+                              "instance of T_Level1 { Id = \"mof\"; };\n"
+                              "class T_Level2 : T_Level1 { boolean Flag = false; };\n");
+    EXPECT_NE(out.find("class T_Level2 already exists in namespace root/test with a different "
+                       "definition"),
+              std::string::npos)
+        << out;
+    EXPECT_EQ(codeOf([&] { repo->getClass(kNs, "T_New"); }), 6);
+    EXPECT_EQ(repo->countInstances(kNs, "T_Level1", false), 0u);
+
+    // Instances: the same one again is kept, a different one refused.
+    ASSERT_EQ(loadMof(*repo, "instance of T_Level1 { Id = \"m\"; Count = 1; };\n"), "");
+    ASSERT_EQ(loadMof(*repo, "instance of T_Level1 { Id = \"m\"; Count = 1; };\n", kNs, &counts),
+              "");
+    EXPECT_EQ(counts.unchanged, 1u);
+    out = loadMof(*repo, "instance of T_Level1 { Id = \"m\"; Count = 2; };\n");
+    EXPECT_NE(out.find("already exists"), std::string::npos) << out;
+
+    // A qualifier declared differently.
+    out = loadMof(
+        *repo,
+        "Qualifier Key : boolean = true, Scope(property), Flavor(DisableOverride, ToSubclass);\n");
+    EXPECT_NE(out.find("qualifier Key is already declared differently in namespace root/test"),
+              std::string::npos)
+        << out;
+
+    // New classes build on the stored ones, in a namespace of their own too.
+    ASSERT_EQ(loadMof(*repo, "class T_Level4 : T_Level3 { string More; };\n"), "");
+    EXPECT_EQ(repo->enumerateClassNames(kNs, "T_Level1", true).back(), "T_Level4");
+    ASSERT_EQ(loadMof(*repo, "#pragma namespace(\"root/second\")\nclass S { };\n"), "");
+    EXPECT_TRUE(repo->hasNameSpace("root/second"));
+    EXPECT_EQ(codeOf([&] { repo->getClass("root/second", "S"); }), 0);
+}
+
+TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
+    fs::path zip = fs::path(TARN_TEST_DATA_DIR) / "cim_schema_2.49.0Final-MOFs.zip";
+    if (!fs::exists(zip)) {
+        GTEST_SKIP() << "no " << zip;
+    }
+    TempDir unzipped;
+    std::string cmd = "unzip -q -o '" + zip.string() + "' -d '" + unzipped.path().string() + "'";
+    ASSERT_EQ(std::system(cmd.c_str()), 0);
+    std::string entry = (unzipped.path() / "cim_schema_2.49.0.mof").string();
+
+    tarn::MofOptions options;
+    options.defaultNameSpace = "root/dmtf";
+    tarn::MofClassSetSink memory;
+    {
+        tarn::MofCompiler compiler(options);
+        compiler.compileFile(entry);
+        ASSERT_TRUE(compiler.commit(memory));
+    }
+    {
+        tarn::MofCompiler compiler(options, repo->getSchemaCache().get());
+        compiler.compileFile(entry);
+        tarn::RepositoryMofSink sink(*repo);
+        ASSERT_TRUE(compiler.commit(sink));
+    }
+    reopen();
+    auto expected = memory.classSet()->getClasses("root/dmtf");
+    ASSERT_GT(expected.size(), 1000u);
+    EXPECT_EQ(repo->enumerateClasses("root/dmtf", "", true).size(), expected.size());
+    std::size_t differing = 0;
+    for (const auto& c : expected) {
+        std::string want = describe(*c);
+        std::string got = describe(*repo->getClass("root/dmtf", c->getName()));
+        if (got != want && ++differing <= 3) {
+            ADD_FAILURE() << "class " << c->getName() << " differs:\n"
+                          << got << "\nexpected\n"
+                          << want;
+        }
+    }
+    EXPECT_EQ(differing, 0u);
+    EXPECT_EQ(repo->enumerateQualifiers("root/dmtf").size(),
+              memory.classSet()->getQualifierDefs("root/dmtf").size());
+}
+
+}  // namespace
+}  // namespace repotest

@@ -1,0 +1,186 @@
+// Typing of created instances: every CIM type from untyped request text and
+// from typed values, the values refused for each, and that what is stored
+// reads back exactly, also after the repository is reopened.
+#include <cmath>
+
+#include "RepositoryTestSupport.h"
+
+namespace repotest {
+namespace {
+
+struct TypeCase {
+    const char* property;
+    VELSmrPtr<IVelaValue> given;
+    // Expected text of the stored value; nullptr when the create must fail with 13.
+    const char* stored;
+};
+
+std::vector<TypeCase> typeCases() {
+    auto untypedArray = [](std::vector<const char*> texts) {
+        auto a = std::make_shared<CVelaValue::ScalarArray>();
+        for (const char* t : texts) {
+            if (t) {
+                a->emplace_back(std::in_place_type<VELString>, t);
+            } else {
+                a->emplace_back();
+            }
+        }
+        return CVelaValue::makeUntypedArray(a);
+    };
+    auto typedArray = [](CIMTypeId id, std::vector<std::uint64_t> values) {
+        auto a = std::make_shared<CVelaValue::ScalarArray>();
+        for (auto v : values) {
+            a->emplace_back(std::in_place_type<std::uint64_t>, v);
+        }
+        return VELSmrPtr<IVelaValue>(makeVELSmrPtr<CVelaValue>(
+            CVelaType::get(id, true), std::shared_ptr<const CVelaValue::ScalarArray>(a)));
+    };
+    return {
+        {"B", text("true"), "TRUE"},
+        {"B", text(" False "), "FALSE"},
+        {"B", text("yes"), nullptr},
+        {"B", CVelaValue::makeBoolean(false), "FALSE"},
+        {"B", CVelaValue::makeUint8(1), nullptr},
+        {"S", text(" keeps its blanks "), " keeps its blanks "},
+        {"S", CVelaValue::makeString("typed"), "typed"},
+        {"S", CVelaValue::makeBoolean(true), nullptr},
+        {"C", text("\xc3\xa9"), "\xc3\xa9"},
+        {"C", CVelaValue::makeString("x"), "x"},
+        {"C", text("ab"), nullptr},
+        {"D", text("20240229235959.123456-300"), "20240229235959.123456-300"},
+        {"D", text("00000001020304.000000:000"), "00000001020304.000000:000"},
+        {"D", CVelaValue::makeString("20230101000000.000000+000"), "20230101000000.000000+000"},
+        {"D", text("20230229000000.000000+000"), nullptr},
+        {"D", text("2024"), nullptr},
+        {"U8", text("255"), "255"},
+        {"U8", text("0x10"), "16"},
+        {"U8", text("256"), nullptr},
+        {"U8", text("-1"), nullptr},
+        {"U8", CVelaValue::makeSint32(200), "200"},
+        {"S8", text("-128"), "-128"},
+        {"S8", text("128"), nullptr},
+        {"U16", text("65535"), "65535"},
+        {"U16", text("65536"), nullptr},
+        {"S16", text("-32768"), "-32768"},
+        {"S16", text("40000"), nullptr},
+        {"U32", text("4294967295"), "4294967295"},
+        {"U32", text("4294967296"), nullptr},
+        {"U32", CVelaValue::makeSint32(-5), nullptr},
+        {"U32", CVelaValue::makeString("5"), nullptr},
+        {"U32", CVelaValue::makeReal64(5.0), nullptr},
+        {"S32", text("-2147483648"), "-2147483648"},
+        {"S32", text("2147483648"), nullptr},
+        {"U64", text("18446744073709551615"), "18446744073709551615"},
+        {"U64", text("18446744073709551616"), nullptr},
+        {"U64", CVelaValue::makeUint8(7), "7"},
+        {"S64", text("-9223372036854775808"), "-9223372036854775808"},
+        {"S64", text("9223372036854775808"), nullptr},
+        {"R32", text("0.1"), "0.1"},
+        {"R32", text("-INF"), "-INF"},
+        {"R32", text("1e39"), nullptr},
+        {"R32", CVelaValue::makeUint32(3), "3"},
+        {"R64", text("2.5e-300"), "2.5e-300"},
+        {"R64", text("NaN"), "NaN"},
+        {"R64", text("abc"), nullptr},
+        {"R64", CVelaValue::makeString("1.5"), nullptr},
+        {"A8", untypedArray({"1", "2", nullptr, "255"}), "{1,2,NULL,255}"},
+        {"A8", untypedArray({}), "{}"},
+        {"A8", untypedArray({"1", "300"}), nullptr},
+        {"A8", text("1"), nullptr},
+        {"A8", typedArray(CIMTypeId::UInt16, {7, 8}), "{7,8}"},
+        {"AS", untypedArray({"a,b", "", "c"}), "{a,b,,c}"},
+        {"Fixed", untypedArray({"1", "2", "3"}), "{1,2,3}"},
+        {"Fixed", untypedArray({"1", "2", "3", "4"}), nullptr},
+        {"Emb", text("<INSTANCE CLASSNAME=\"T_Level1\"/>"), nullptr},
+        {"Emb", CVelaValue::makeUint8(1), nullptr},
+    };
+}
+
+class TypeCheck : public RepositoryTest {};
+
+TEST_F(TypeCheck, EveryTypeIsTypedFromTextOrConvertedOrRefused) {
+    int n = 0;
+    std::vector<std::pair<std::string, std::string>> expected;
+    for (const auto& c : typeCases()) {
+        std::string id = "case" + std::to_string(n++);
+        auto obj = instance("T_AllTypes", {{"Id", text(id.c_str())}, {c.property, c.given}});
+        std::string message;
+        int code = codeOf([&] { repo->createInstance(kNs, *obj); }, &message);
+        if (!c.stored) {
+            EXPECT_EQ(code, 13) << c.property << " = " << c.given->toString() << ": " << message;
+            EXPECT_NE(message.find(std::string("property ") + c.property), std::string::npos)
+                << message;
+            continue;
+        }
+        ASSERT_EQ(code, 0) << c.property << " = " << c.given->toString() << ": " << message;
+        auto got = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text(id.c_str())}}));
+        auto p = got->getProperty(c.property);
+        EXPECT_FALSE(p->getValue()->isUntyped()) << c.property;
+        EXPECT_EQ(p->getValue()->getType()->getTypeId(), p->getType()->getTypeId()) << c.property;
+        EXPECT_EQ(valueText(*got, c.property), c.stored) << c.property;
+        expected.emplace_back(id, c.property);
+    }
+    EXPECT_EQ(repo->countInstances(kNs, "T_AllTypes", false), expected.size());
+
+    // What was stored reads back the same after a reopen.
+    std::vector<VELSmrPtr<IVelaObject>> before;
+    repo->enumerateInstances(kNs, "T_AllTypes", false, [&](const VELSmrPtr<IVelaObject>& o) {
+        before.push_back(o);
+        return true;
+    });
+    reopen();
+    std::size_t i = 0;
+    repo->enumerateInstances(kNs, "T_AllTypes", false, [&](const VELSmrPtr<IVelaObject>& o) {
+        EXPECT_LT(i, before.size());
+        if (i >= before.size()) {
+            return false;
+        }
+        const auto& b = before[i++];
+        EXPECT_TRUE(o->getPath()->equals(*b->getPath()));
+        for (std::size_t k = 0; k < o->getPropertyCount(); ++k) {
+            const auto& x = o->getProperty(k)->getValue();
+            const auto& y = b->getProperty(k)->getValue();
+            bool nan = x->isSet() && x->getType()->getTypeId() == CIMTypeId::Real64 &&
+                       !x->getType()->isArray() && std::isnan(x->getReal());
+            EXPECT_TRUE(nan || x->equals(*y))
+                << o->getProperty(k)->getName() << ": " << x->toString() << " vs " << y->toString();
+        }
+        return true;
+    });
+    EXPECT_EQ(i, before.size());
+}
+
+TEST_F(TypeCheck, EmbeddedInstancesMustBeInstancesOfTheNamedClass) {
+    auto level3 =
+        instance("T_Level3", {{"Id", text("inner")}, {"Count", CVelaValue::makeUint32(4)}});
+    auto other = instance("T_Other", {{"Id", text("x")}});
+    repo->createInstance(kNs, *instance("T_AllTypes", {{"Id", text("e1")},
+                                                       {"Emb", CVelaValue::makeObject(level3)}}));
+    auto got = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text("e1")}}));
+    auto emb = got->getProperty("Emb");
+    EXPECT_TRUE(emb->getType()->isEmbeddedObject());
+    auto inner = emb->getValue()->getObject();
+    EXPECT_EQ(inner->getClassName(), "T_Level3");
+    EXPECT_EQ(inner->getProperty("Count")->getValue()->getUnsigned(), 4u);
+    EXPECT_EQ(codeOf([&] {
+                  repo->createInstance(
+                      kNs, *instance("T_AllTypes",
+                                     {{"Id", text("e2")}, {"Emb", CVelaValue::makeObject(other)}}));
+              }),
+              13);
+    // An EmbeddedObject array takes instances of any class.
+    auto list = makeVELSmrPtr<IVelaValue::ValueList>();
+    list->append(CVelaValue::makeObject(other));
+    list->append(CVelaValue::makeObject(level3));
+    repo->createInstance(
+        kNs, *instance("T_AllTypes", {{"Id", text("e3")},
+                                      {"Objs", VELSmrPtr<IVelaValue>(makeVELSmrPtr<CVelaValue>(
+                                                   list, CVelaType::object))}}));
+    got = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text("e3")}}));
+    EXPECT_EQ(got->getProperty("Objs")->getValue()->getArraySize(), 2u);
+    EXPECT_EQ(got->getProperty("Objs")->getValue()->getArray()->at(1)->getObject()->getClassName(),
+              "T_Level3");
+}
+
+}  // namespace
+}  // namespace repotest
