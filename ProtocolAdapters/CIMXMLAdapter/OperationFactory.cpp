@@ -1,5 +1,11 @@
 #include "OperationFactory.h"
 
+#include "CreateInstanceOperation.h"
+#include "DeleteInstanceOperation.h"
+#include "EnumerateInstanceNamesOperation.h"
+#include "EnumerateInstancesOperation.h"
+#include "GetInstanceOperation.h"
+#include "ModifyInstanceOperation.h"
 #include "vela/VELCIMStrings.h"
 
 namespace cimxmlpa {
@@ -11,15 +17,15 @@ using S = VELCIMStrings;
 // The standard intrinsic names, in the order they are compared. Each name is
 // served by the class of the same name with "Operation" appended.
 const OperationFactory::Entry kIntrinsics[] = {
-    {&S::GETINSTANCE, nullptr},
+    {&S::GETINSTANCE, &OperationFactory::create<GetInstanceOperation>},
     {&S::ASSOCIATORNAMES, nullptr},
     {&S::REFERENCENAMES, nullptr},
-    {&S::ENUMERATEINSTANCES, nullptr},
+    {&S::ENUMERATEINSTANCES, &OperationFactory::create<EnumerateInstancesOperation>},
     {&S::ENUMERATECLASSNAMES, nullptr},
-    {&S::ENUMERATEINSTANCENAMES, nullptr},
-    {&S::CREATEINSTANCE, nullptr},
-    {&S::MODIFYINSTANCE, nullptr},
-    {&S::DELETEINSTANCE, nullptr},
+    {&S::ENUMERATEINSTANCENAMES, &OperationFactory::create<EnumerateInstanceNamesOperation>},
+    {&S::CREATEINSTANCE, &OperationFactory::create<CreateInstanceOperation>},
+    {&S::MODIFYINSTANCE, &OperationFactory::create<ModifyInstanceOperation>},
+    {&S::DELETEINSTANCE, &OperationFactory::create<DeleteInstanceOperation>},
     {&S::GETPROPERTY, nullptr},
     {&S::SETPROPERTY, nullptr},
     {&S::ASSOCIATORS, nullptr},

@@ -1,0 +1,79 @@
+// cimxmlpa::OperationUtil: the steps that every operation class repeats:
+// reading boolean and PropertyList parameters, logging a caught library
+// exception, and framing the response element, single-result or streamed.
+#pragma once
+
+#include <ostream>
+#include <string_view>
+
+#include "CIMXMLUtil.h"
+#include "vela/AdapterUtils.h"
+#include "vela/VELCIMMethodCall.h"
+#include "vela/VELGenericHTTPOStream.h"
+#include "vela/VELSmrPtr.h"
+#include "vela/VELString.h"
+#include "vela/VELValSlist.h"
+#include "vela/VelaBaseException.h"
+#include "vela/VelaMultiResponseOperationBase.h"
+
+namespace cimxmlpa {
+
+class OperationUtil {
+  public:
+    // A boolean parameter. An absent or empty value gives defaultValue; else
+    // the text must be "true" or "false" in any mixture of case. Any other
+    // text is logged under who as "Invalid value for <label>: <text>" and the
+    // result is false (value untouched).
+    static bool readBoolean(const VELCIMMethodCall& call, const VELString& parameter,
+                            bool defaultValue, std::string_view label, std::string_view who,
+                            bool& value);
+
+    // The PropertyList parameter: null when it is absent (all properties),
+    // else its names; an empty list asks for no properties.
+    static VELSmrPtr<VELValSlist<VELString>> readPropertyList(const VELCIMMethodCall& call);
+
+    // "Caught <who>; Code: <code>; Msg: <message>" at severity 1 under source.
+    static void logCaught(std::string_view source, const VelaBaseException& e);
+
+    // "<SIMPLERSP><IMETHODRESPONSE NAME="<name>">" and its end.
+    static void beginResponse(std::ostream& out, const VELString& operationName);
+    static void endResponse(std::ostream& out);
+
+    // The response of a streaming operation: ERROR when the operation failed
+    // before its first result, else IRETURNVALUE with each result written by
+    // encode as soon as it arrives. A failure while writing ends the results
+    // (those already sent stand), is recorded on the operation and logged
+    // under who; the elements are closed in every case.
+    template <class T, class Encode>
+    static void writeStreamingResponse(VELGenericHTTPOStream& out,
+                                       VelaMultiResponseOperationBase<T>& operation,
+                                       std::string_view who, Encode&& encode) {
+        beginResponse(out, operation.getOperationName());
+        const int code = operation.response->waitForResponse();
+        if (code != 0) {
+            CIMXMLUtil::streamError(out, code, operation.getErrorContext());
+            endResponse(out);
+            return;
+        }
+        out << "<IRETURNVALUE>";
+        int failure = 0;
+        try {
+            while (operation.hasNext()) {
+                encode(operation.next());
+            }
+        } catch (const VelaBaseException& e) {
+            failure = e.getCode();
+        } catch (...) {
+            failure = 1;
+        }
+        if (failure != 0) {
+            operation.setErrorCode(failure);
+            AdapterUtils::log(
+                who, "Exception while writing response. err=" + VELString::valueOf(failure), 1);
+        }
+        out << "</IRETURNVALUE>";
+        endResponse(out);
+    }
+};
+
+}  // namespace cimxmlpa

@@ -1,0 +1,332 @@
+// EnumerateInstances of TARN_BenchItem through tarnd over HTTP, 10,000,
+// 100,000 and 1,000,000 instances, to show that results stream.
+//
+// For each size a fresh tarnd serves the class from the generator provider
+// plug-in (bench/providers/GeneratorProvider.cpp, loaded through [Providers]
+// Modules; its size is [BenchGenerator] Count). Each run enumerates twice:
+//
+//  - a client that reads as fast as it can: time to the first byte and the
+//    first instance, instances per second;
+//  - a client that reads slowly (a small receive buffer, throttled to
+//    kSlowBytesPerSecond, and a pause after the first instance): tarnd's CPU
+//    time and resident memory when the first instance arrives. Generating
+//    all instances costs far more CPU than tarnd has used by then, so the
+//    first instance left before the provider finished; and the memory does
+//    not grow with the size of the result.
+//
+// Peak memory is VmHWM of /proc/<pid>/status after both enumerations.
+// tarnd, tarn-mof and the plug-ins are taken from the build tree next to
+// this program (../bin, ../lib).
+#include <benchmark/benchmark.h>
+#include <limits.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <thread>
+
+#include "../tests/support/HttpTestSupport.h"
+
+namespace {
+
+using namespace tarntest;
+
+constexpr std::size_t kSlowBytesPerSecond = 32u << 20;
+constexpr int kSlowReceiveBuffer = 64 << 10;
+constexpr auto kPauseAfterFirst = 500ms;
+const std::string kInstanceTag = "<VALUE.NAMEDINSTANCE>";
+const std::string kTrailer = "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>\n";
+
+const char* const kBenchItemMof = R"(// The class the generator provider serves.
+[Description("A generated item of the streaming benchmark.")]
+class TARN_BenchItem {
+    [Key] uint32 Id;
+    string Name;
+    string Description;
+    boolean Enabled;
+    uint64 Size;
+    sint64 Offset;
+    real64 Ratio;
+    uint16 Priority;
+    datetime Created;
+    string Owner;
+};
+)";
+
+std::filesystem::path buildDir() {
+    char exe[PATH_MAX] = {};
+    ssize_t n = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
+    return std::filesystem::path(std::string(exe, n > 0 ? static_cast<std::size_t>(n) : 0))
+        .parent_path()
+        .parent_path();
+}
+
+// A field of /proc/<pid>/status in kB ("VmHWM", "VmRSS").
+long statusKb(pid_t pid, const std::string& field) {
+    std::ifstream in("/proc/" + std::to_string(pid) + "/status");
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.compare(0, field.size() + 1, field + ":") == 0) {
+            return std::stol(line.substr(field.size() + 1));
+        }
+    }
+    return -1;
+}
+
+// CPU time of all threads of the process so far, in seconds, to the
+// nanosecond (the scheduler's run time of each thread).
+double cpuSeconds(pid_t pid) {
+    std::uint64_t ns = 0;
+    std::error_code ec;
+    for (const auto& task :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task", ec)) {
+        std::ifstream in(task.path() / "schedstat");
+        std::uint64_t run = 0;
+        if (in >> run) {
+            ns += run;
+        }
+    }
+    return static_cast<double>(ns) / 1e9;
+}
+
+// tarnd with the class loaded and the generator provider serving `count` instances.
+struct StreamingTarnd {
+    TempDir dir;
+    ChildProcess process;
+    std::uint16_t port = 0;
+    std::string password;
+
+    explicit StreamingTarnd(std::uint32_t count) {
+        const std::filesystem::path bin = buildDir() / "bin";
+        std::ofstream(dir.path() / "tarn.conf")
+            << "[Log]\nLevel = 1\nTraceFile = trace.log\n[Providers]\nModules = "
+            << (buildDir() / "lib" / "libtarn_bench_GeneratorProvider.so").string()
+            << "\n[BenchGenerator]\nCount = " << count << "\n";
+        std::ofstream(dir.path() / "benchitem.mof") << kBenchItemMof;
+        ChildProcess mof;
+        mof.start({(bin / "tarn-mof").string(), "--state-dir", dir.path().string(), "-n",
+                   "root/cimv2", (dir.path() / "benchitem.mof").string()});
+        if (mof.waitExit(in(120s)) != std::optional<int>(0)) {
+            throw std::runtime_error("tarn-mof failed: " + mof.output());
+        }
+        port = freePort();
+        process.start({(bin / "tarnd").string(), "--state-dir", dir.path().string(), "--http-port",
+                       std::to_string(port), "--https-port", "0"});
+        if (!process.waitForOutput("running;", in(60s))) {
+            throw std::runtime_error("tarnd did not start: " + process.output());
+        }
+        password = trimmed(readFile(dir.path() / "admin.password"));
+    }
+    ~StreamingTarnd() {
+        process.signal(SIGTERM);
+        process.waitExit(in(15s));
+    }
+
+    // One small request first: the password hash that the first login costs
+    // (then cached) is no part of the times measured.
+    void warmUp() const {
+        const std::string body =
+            "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
+            "DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><IMETHODCALL "
+            "NAME=\"GetInstance\"><LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"/><NAMESPACE "
+            "NAME=\"cimv2\"/></LOCALNAMESPACEPATH><IPARAMVALUE NAME=\"InstanceName\"><INSTANCENAME "
+            "CLASSNAME=\"TARN_BenchItem\"><KEYBINDING NAME=\"Id\"><KEYVALUE "
+            "VALUETYPE=\"numeric\">0</KEYVALUE></KEYBINDING></INSTANCENAME></IPARAMVALUE>"
+            "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+        Socket s = Socket::connect(port);
+        s.send(post("GetInstance", body));
+        ResponseReader reader(s);
+        Response r = reader.read(in(60s));
+        if (r.status != 200 ||
+            r.body.find("<INSTANCE CLASSNAME=\"TARN_BenchItem\">") == std::string::npos) {
+            throw std::runtime_error("GetInstance failed: " + r.body);
+        }
+    }
+
+    std::string post(const std::string& method, const std::string& body) const {
+        // HTTP/1.0: the body comes unframed and ends when tarnd closes.
+        return "POST /cimom HTTP/1.0\r\nHost: localhost\r\nAuthorization: " +
+               basicAuth("admin", password) +
+               "\r\nContent-Type: application/xml; charset=\"utf-8\"\r\nCIMOperation: "
+               "MethodCall\r\nCIMMethod: " +
+               method +
+               "\r\nCIMObject: root%2Fcimv2\r\nContent-Length: " + std::to_string(body.size()) +
+               "\r\n\r\n" + body;
+    }
+
+    std::string request() const {
+        const std::string body =
+            "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
+            "DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><IMETHODCALL "
+            "NAME=\"EnumerateInstances\"><LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"/><NAMESPACE "
+            "NAME=\"cimv2\"/></LOCALNAMESPACEPATH><IPARAMVALUE NAME=\"ClassName\"><CLASSNAME "
+            "NAME=\"TARN_BenchItem\"/></IPARAMVALUE></IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+        return post("EnumerateInstances", body);
+    }
+};
+
+struct Outcome {
+    double firstByteMs = 0;
+    double firstInstanceMs = 0;
+    double totalSeconds = 0;
+    std::uint64_t instances = 0;
+    std::uint64_t bytes = 0;
+    // tarnd's CPU time spent on this enumeration until the first instance
+    // arrived, and in all.
+    double cpuBeforeFirstSeconds = 0;
+    double cpuSeconds = 0;
+    // tarnd's resident memory when the first instance arrived, and after the
+    // pause that follows it.
+    long rssAtFirstKb = 0;
+    long rssAfterPauseKb = 0;
+};
+
+// One enumeration; slow: the throttled client with a pause after the first instance.
+Outcome enumerate(const StreamingTarnd& server, bool slow) {
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (slow) {
+        // Set before connecting, so that the window stays small.
+        ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &kSlowReceiveBuffer, sizeof kSlowReceiveBuffer);
+    }
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(server.port);
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
+        ::close(fd);
+        throw std::runtime_error("connect failed");
+    }
+    Socket socket(fd);
+    const pid_t pid = server.process.pid();
+
+    Outcome o;
+    const double cpuStart = cpuSeconds(pid);
+    const auto start = Clock::now();
+    socket.send(server.request());
+    std::vector<char> buffer(slow ? 16384 : 262144);
+    std::string head;
+    bool inBody = false;
+    std::string carry;  // the end of the last piece, for a tag cut in two
+    std::string tail;   // the last bytes of the body
+    for (;;) {
+        pollfd p{fd, POLLIN, 0};
+        if (::poll(&p, 1, 60000) <= 0) {
+            throw std::runtime_error("no data from tarnd for a minute");
+        }
+        ssize_t n = ::recv(fd, buffer.data(), buffer.size(), 0);
+        if (n <= 0) {
+            break;
+        }
+        const auto now = Clock::now();
+        std::string_view piece(buffer.data(), static_cast<std::size_t>(n));
+        if (o.bytes == 0) {
+            o.firstByteMs = std::chrono::duration<double, std::milli>(now - start).count();
+        }
+        o.bytes += piece.size();
+        if (!inBody) {
+            head.append(piece);
+            std::size_t end = head.find("\r\n\r\n");
+            if (end == std::string::npos) {
+                continue;
+            }
+            if (head.compare(0, 13, "HTTP/1.0 200 ") != 0 &&
+                head.compare(0, 13, "HTTP/1.1 200 ") != 0) {
+                throw std::runtime_error("tarnd answered: " + head.substr(0, head.find('\r')));
+            }
+            inBody = true;
+            piece = std::string_view(head).substr(end + 4);
+        }
+        std::string text = carry + std::string(piece);
+        const std::uint64_t before = o.instances;
+        for (std::size_t at = text.find(kInstanceTag); at != std::string::npos;
+             at = text.find(kInstanceTag, at + kInstanceTag.size())) {
+            ++o.instances;
+        }
+        const std::size_t keep = std::min(text.size(), kInstanceTag.size() - 1);
+        carry = text.substr(text.size() - keep);
+        tail.append(piece);
+        if (tail.size() > 2 * kTrailer.size()) {
+            tail.erase(0, tail.size() - kTrailer.size());
+        }
+        if (before == 0 && o.instances > 0) {
+            o.firstInstanceMs = std::chrono::duration<double, std::milli>(now - start).count();
+            o.cpuBeforeFirstSeconds = cpuSeconds(pid) - cpuStart;
+            o.rssAtFirstKb = statusKb(pid, "VmRSS");
+            if (slow) {
+                std::this_thread::sleep_for(kPauseAfterFirst);
+                o.rssAfterPauseKb = statusKb(pid, "VmRSS");
+            }
+        }
+        if (slow) {
+            // Keep to the rate: sleep until the bytes read so far are due.
+            auto due = start +
+                       std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(
+                           static_cast<double>(o.bytes) / kSlowBytesPerSecond)) +
+                       (o.instances > 0 ? kPauseAfterFirst : 0ms);
+            std::this_thread::sleep_until(due);
+        }
+    }
+    o.totalSeconds = std::chrono::duration<double>(Clock::now() - start).count();
+    o.cpuSeconds = cpuSeconds(pid) - cpuStart;
+    if (tail.size() < kTrailer.size() ||
+        tail.compare(tail.size() - kTrailer.size(), kTrailer.size(), kTrailer) != 0 ||
+        tail.find("<ERROR") != std::string::npos) {
+        throw std::runtime_error("the response did not end as a complete result: ..." + tail);
+    }
+    return o;
+}
+
+std::map<std::int64_t, double> peakMb;
+
+void BM_EnumerateInstances(benchmark::State& state) {
+    const auto count = static_cast<std::uint32_t>(state.range(0));
+    StreamingTarnd server(count);
+    server.warmUp();
+    const long idleKb = statusKb(server.process.pid(), "VmRSS");
+    Outcome fast;
+    Outcome slow;
+    for (auto _ : state) {
+        fast = enumerate(server, false);
+        state.SetIterationTime(fast.totalSeconds);
+        slow = enumerate(server, true);
+    }
+    if (fast.instances != count || slow.instances != count) {
+        state.SkipWithError("not every instance arrived");
+        return;
+    }
+    const double peak = static_cast<double>(statusKb(server.process.pid(), "VmHWM")) / 1024.0;
+    peakMb[count] = peak;
+
+    state.counters["ttfb_ms"] = fast.firstByteMs;
+    state.counters["first_instance_ms"] = fast.firstInstanceMs;
+    state.counters["instances_per_s"] = static_cast<double>(count) / fast.totalSeconds;
+    state.counters["MB_per_s"] = static_cast<double>(fast.bytes) / fast.totalSeconds / 1048576.0;
+    state.counters["slow_first_instance_ms"] = slow.firstInstanceMs;
+    state.counters["slow_total_s"] = slow.totalSeconds;
+    // tarnd's CPU time until the slow client saw its first instance, against
+    // what the whole enumeration cost it.
+    state.counters["cpu_to_first_ms"] = slow.cpuBeforeFirstSeconds * 1000.0;
+    state.counters["cpu_total_s"] = slow.cpuSeconds;
+    state.counters["cpu_fast_s"] = fast.cpuSeconds;
+    state.counters["cpu_to_first_pct"] = 100.0 * slow.cpuBeforeFirstSeconds / slow.cpuSeconds;
+    state.counters["idle_rss_MB"] = static_cast<double>(idleKb) / 1024.0;
+    state.counters["rss_paused_MB"] = static_cast<double>(slow.rssAfterPauseKb) / 1024.0;
+    state.counters["peak_rss_MB"] = peak;
+    if (peakMb.count(10000) != 0) {
+        state.counters["peak_over_10k_MB"] = peak - peakMb[10000];
+    }
+}
+
+BENCHMARK(BM_EnumerateInstances)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,395 @@
+// The instance operations in a running tarnd: wbemcli (a client written
+// elsewhere) lists, reads, modifies and deletes instances of the default
+// schema in root/cimv2; raw requests compare whole response bodies where the
+// operations shape them: DeepInheritance, PropertyList, parameters they do
+// not know, and providers that fail before or after their first instance.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "CimXmlFixture.h"
+
+namespace tarntest {
+namespace {
+
+using namespace cimxml;
+
+// Classes of the tests, loaded with tarn-mof beside the default schema. The
+// two TARN_TestFails* classes are served by the failing provider plug-in.
+const char* const kTestMof = R"(
+class TARN_TestBase {
+    [Key] string Id;
+    string Label;
+};
+class TARN_TestMiddle : TARN_TestBase {
+    [Override("Label")] string Label = "unnamed";
+    uint32 Size;
+};
+class TARN_TestLeaf : TARN_TestMiddle {
+    boolean Flag;
+    string Extra;
+};
+class TARN_TestFailsAtOnce {
+    [Key] uint32 Id;
+    string Name;
+};
+class TARN_TestFailsLater {
+    [Key] uint32 Id;
+    string Name;
+};
+instance of TARN_TestMiddle { Id = "m1"; Label = "middle"; Size = 5; };
+instance of TARN_TestLeaf { Id = "l1"; Label = "leaf"; Size = 7; Flag = TRUE; Extra = "x<y"; };
+)";
+
+std::string iparam(const std::string& name, const std::string& content) {
+    return "<IPARAMVALUE NAME=\"" + name + "\">" + content + "</IPARAMVALUE>";
+}
+std::string className(const std::string& name) {
+    return iparam("ClassName", "<CLASSNAME NAME=\"" + name + "\"/>");
+}
+std::string boolean(const std::string& name, const std::string& word) {
+    return iparam(name, "<VALUE>" + word + "</VALUE>");
+}
+// One intrinsic call in root/cimv2.
+std::string call(const std::string& method, const std::string& params) {
+    return message("<SIMPLEREQ><IMETHODCALL NAME=\"" + method + "\">" + kRootCimv2 + params +
+                   "</IMETHODCALL></SIMPLEREQ>");
+}
+std::string answer(const std::string& method, const std::string& content) {
+    return response("<SIMPLERSP><IMETHODRESPONSE NAME=\"" + method + "\">" + content +
+                    "</IMETHODRESPONSE></SIMPLERSP>");
+}
+
+std::string prop(const std::string& name, const std::string& type, const std::string& text) {
+    return "<PROPERTY NAME=\"" + name + "\" TYPE=\"" + type + "\"><VALUE>" + text +
+           "</VALUE>\n</PROPERTY>\n";
+}
+std::string named(const std::string& cls, const std::string& keyType, const std::string& key,
+                  const std::string& properties) {
+    const bool numeric = keyType != "string";
+    return "<VALUE.NAMEDINSTANCE>\n<INSTANCENAME CLASSNAME=\"" + cls +
+           "\">\n<KEYBINDING NAME=\"Id\"><KEYVALUE VALUETYPE=\"" +
+           (numeric ? "numeric" : "string") + "\" TYPE=\"" + keyType + "\">" + key +
+           "</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n<INSTANCE CLASSNAME=\"" + cls + "\">\n" +
+           properties + "</INSTANCE>\n</VALUE.NAMEDINSTANCE>\n";
+}
+
+// The key of the port that the tests create.
+const std::string kNewPort = "TARN_ListeningPort.Address=\"0.0.0.0\",Port=8080,Transport=6";
+
+class InstanceOperationsTest : public CimXmlFixture {
+  protected:
+    // tarnd on a repository that also holds the test classes, with the
+    // failing provider plug-in.
+    void startWithTestClasses() {
+        std::ofstream(dir.path() / "test.mof") << kTestMof;
+        ChildProcess mof;
+        mof.start({std::string(TARN_BIN_DIR) + "/tarn-mof", "--state-dir", dir.path().string(),
+                   (dir.path() / "test.mof").string()});
+        ASSERT_EQ(mof.waitExit(in(60s)), std::optional<int>(0)) << mof.output();
+        startTarnd("[Providers]\nModules = " + std::string(TARN_LIB_DIR) +
+                   "/libtarn_test_FailingProvider.so\n");
+    }
+
+    Response invoke(const std::string& method, const std::string& params) {
+        return exchange(request(cimHeaders(method), call(method, params)));
+    }
+    // A served call: 200 with exactly this body, which the DTD accepts.
+    void expectBody(const Response& r, const std::string& body) {
+        EXPECT_EQ(r.status, 200);
+        EXPECT_EQ(r.body, body);
+        EXPECT_EQ(dtdErrors(r.body), "");
+    }
+
+    struct Client {
+        int status;
+        std::string output;
+        // The output lines, sorted (the order of instances is the provider's).
+        std::vector<std::string> lines() const {
+            std::vector<std::string> v;
+            std::istringstream in(output);
+            for (std::string line; std::getline(in, line);) {
+                v.push_back(line);
+            }
+            std::sort(v.begin(), v.end());
+            return v;
+        }
+    };
+    // wbemcli with op, the object path below root/cimv2, and more arguments.
+    Client wbemcli(const std::string& op, const std::string& path,
+                   std::vector<std::string> more = {}) {
+        std::vector<std::string> argv = {"/usr/bin/wbemcli", op, url(path)};
+        argv.insert(argv.end(), more.begin(), more.end());
+        ChildProcess client;
+        client.start(argv);
+        auto status = client.waitExit(in(30s));
+        return {status.value_or(-1), client.output()};
+    }
+    std::string url(const std::string& path) const {
+        return "http://admin:" + password + "@127.0.0.1:" + std::to_string(httpPort) +
+               "/root/cimv2:" + path;
+    }
+    // How wbemcli prints an object path it received.
+    std::string printed(const std::string& path) const {
+        return "127.0.0.1:" + std::to_string(httpPort) + "/root/cimv2:" + path;
+    }
+
+    void SetUp() override {
+        if (!std::filesystem::exists("/usr/bin/wbemcli")) {
+            GTEST_SKIP() << "wbemcli is not installed (scripts/bootstrap installs it)";
+        }
+    }
+};
+
+// ---- wbemcli ----
+
+TEST_F(InstanceOperationsTest, WbemcliListsAndReadsTheInstancesOfTheDefaultSchema) {
+    startTarnd();
+    const std::string service =
+        "TARN_Service.Name=\"%s\",SystemCreationClassName=\"TARN_ComputerSystem\",SystemName="
+        "\"tarn-example.local\",CreationClassName=\"TARN_Service\"";
+    auto serviceNamed = [&](const std::string& name) {
+        std::string s = service;
+        return s.replace(s.find("%s"), 2, name);
+    };
+
+    Client names = wbemcli("ein", "TARN_Service");
+    EXPECT_EQ(names.status, 0) << names.output;
+    EXPECT_EQ(names.lines(), (std::vector<std::string>{printed(serviceNamed("tarn-cimxml")),
+                                                       printed(serviceNamed("tarn-indications"))}));
+
+    // The property list keeps out the array properties these instances leave
+    // null: tarnd writes them as an empty VALUE.ARRAY element, which wbemcli
+    // fails to parse.
+    Client ports = wbemcli("ei", "TARN_ListeningPort", {"Address,Port,Secure,Backlog,Protocols"});
+    EXPECT_EQ(ports.status, 0) << ports.output;
+    EXPECT_EQ(ports.lines(),
+              (std::vector<std::string>{
+                  printed("TARN_ListeningPort.Address=\"127.0.0.1\",Port=5988,Transport=6") +
+                      " Address=\"127.0.0.1\",Port=5988,Secure=FALSE,Backlog=128,"
+                      "Protocols=\"HTTP/1.1\"",
+                  printed("TARN_ListeningPort.Address=\"127.0.0.1\",Port=5989,Transport=6") +
+                      " Address=\"127.0.0.1\",Port=5989,Secure=TRUE,Backlog=128,"
+                      "Protocols=\"HTTP/1.1\""}));
+
+    Client one = wbemcli("gi", serviceNamed("tarn-indications"), {"ElementName,Priority"});
+    EXPECT_EQ(one.status, 0) << one.output;
+    EXPECT_EQ(one.output, printed("TARN_Service.Name=\"tarn-indications\",SystemCreationClassName="
+                                  "\"TARN_ComputerSystem\",SystemName=\"tarn-example.local\","
+                                  "CreationClassName=\"TARN_Service\"") +
+                              " ElementName=\"Indication delivery\",Priority=5\n");
+
+    Client missing = wbemcli("gi", serviceNamed("sshd"));
+    EXPECT_NE(missing.status, 0);
+    EXPECT_NE(missing.output.find("(6) CIM_ERR_NOT_FOUND: The requested object cannot be found."),
+              std::string::npos)
+        << missing.output;
+    Client noClass = wbemcli("ei", "TARN_NoSuchClass");
+    EXPECT_NE(noClass.status, 0);
+    EXPECT_NE(noClass.output.find("(5) CIM_ERR_INVALID_CLASS: The specified class does not exist. "
+                                  "(Class 'TARN_NoSuchClass' does not exist in namespace "
+                                  "'root/cimv2')"),
+              std::string::npos)
+        << noClass.output;
+}
+
+TEST_F(InstanceOperationsTest, ACreatedInstanceIsReadModifiedAndDeletedWithWbemcli) {
+    startTarnd();
+    // wbemcli's ci first reads the class (GetClass), which tarnd does not
+    // serve yet, so the instance is created with a request of our own. Its
+    // arrays are all set, so that wbemcli can read it whole (mi does).
+    auto array = [](const std::string& name, const std::string& type,
+                    std::initializer_list<const char*> values) {
+        std::string s = "<PROPERTY.ARRAY NAME=\"" + name + "\" TYPE=\"" + type + "\"><VALUE.ARRAY>";
+        for (const char* v : values) {
+            s += std::string("<VALUE>") + v + "</VALUE>";
+        }
+        return s + "</VALUE.ARRAY></PROPERTY.ARRAY>";
+    };
+    auto scalar = [](const std::string& name, const std::string& type, const std::string& value) {
+        return "<PROPERTY NAME=\"" + name + "\" TYPE=\"" + type + "\"><VALUE>" + value +
+               "</VALUE></PROPERTY>";
+    };
+    const std::string port =
+        "<INSTANCE CLASSNAME=\"TARN_ListeningPort\">" + scalar("Address", "string", "0.0.0.0") +
+        scalar("Port", "uint16", "8080") + scalar("Transport", "uint16", "6") +
+        scalar("ElementName", "string", "test port") + array("Protocols", "string", {"HTTP/1.1"}) +
+        array("OperationalStatus", "uint16", {"2"}) +
+        array("StatusDescriptions", "string", {"OK"}) +
+        array("AvailableRequestedStates", "uint16", {"2", "3"}) + "</INSTANCE>";
+    expectBody(invoke("CreateInstance", iparam("NewInstance", port)),
+               answer("CreateInstance",
+                      "<IRETURNVALUE><INSTANCENAME CLASSNAME=\"TARN_ListeningPort\">\n"
+                      "<KEYBINDING NAME=\"Address\"><KEYVALUE VALUETYPE=\"string\" "
+                      "TYPE=\"string\">0.0.0.0</KEYVALUE></KEYBINDING>\n"
+                      "<KEYBINDING NAME=\"Port\"><KEYVALUE VALUETYPE=\"numeric\" "
+                      "TYPE=\"uint16\">8080</KEYVALUE></KEYBINDING>\n"
+                      "<KEYBINDING NAME=\"Transport\"><KEYVALUE VALUETYPE=\"numeric\" "
+                      "TYPE=\"uint16\">6</KEYVALUE></KEYBINDING>\n"
+                      "</INSTANCENAME>\n</IRETURNVALUE>"));
+    // Creating it again: it exists.
+    expectBody(
+        invoke("CreateInstance", iparam("NewInstance", port)),
+        answer("CreateInstance",
+               "<ERROR CODE=\"11\" DESCRIPTION=\"The operation cannot be invoked because an "
+               "object already exists. (instance TARN_ListeningPort.address=&quot;0.0.0.0&quot;,"
+               "port=8080,transport=6 already exists in namespace root/cimv2)\"/>"));
+
+    const std::string printedPort =
+        printed("TARN_ListeningPort.Address=\"0.0.0.0\",Port=\"8080\",Transport=\"6\"");
+    Client whole = wbemcli("gi", kNewPort);
+    EXPECT_EQ(whole.status, 0) << whole.output;
+    EXPECT_NE(whole.output.find(printedPort + " InstanceID=,"), std::string::npos) << whole.output;
+    EXPECT_NE(whole.output.find(",ElementName=\"test port\","), std::string::npos);
+    EXPECT_NE(whole.output.find(",AvailableRequestedStates=2,3,"), std::string::npos);
+    // Defaults of the class fill what the request left out.
+    EXPECT_NE(whole.output.find(",Secure=FALSE,Backlog=,Protocols=\"HTTP/1.1\"\n"),
+              std::string::npos);
+
+    Client modify = wbemcli("mi", kNewPort, {"ElementName=\"renamed\",Backlog=64"});
+    EXPECT_EQ(modify.status, 0) << modify.output;
+    Client after = wbemcli("gi", kNewPort, {"ElementName,Backlog,Port"});
+    EXPECT_EQ(after.output, printedPort + " ElementName=\"renamed\",Backlog=64,Port=8080\n");
+
+    Client del = wbemcli("di", kNewPort);
+    EXPECT_EQ(del.status, 0) << del.output;
+    Client names = wbemcli("ein", "TARN_ListeningPort");
+    EXPECT_EQ(names.lines(),
+              (std::vector<std::string>{
+                  printed("TARN_ListeningPort.Address=\"127.0.0.1\",Port=5988,Transport=6"),
+                  printed("TARN_ListeningPort.Address=\"127.0.0.1\",Port=5989,Transport=6")}));
+    Client again = wbemcli("di", kNewPort);
+    EXPECT_NE(again.status, 0);
+    EXPECT_NE(again.output.find("(6) CIM_ERR_NOT_FOUND"), std::string::npos) << again.output;
+}
+
+// ---- Whole bodies ----
+
+TEST_F(InstanceOperationsTest, DeepInheritanceFalseWritesOnlyTheRequestedClassAndItsAncestors) {
+    startWithTestClasses();
+    const std::string middle = named("TARN_TestMiddle", "string", "m1",
+                                     prop("Label", "string", "middle") +
+                                         prop("Size", "uint32", "5") + prop("Id", "string", "m1"));
+    // The leaf's Flag and Extra belong to the subclass: left out.
+    const std::string leaf = named(
+        "TARN_TestLeaf", "string", "l1",
+        prop("Label", "string", "leaf") + prop("Size", "uint32", "7") + prop("Id", "string", "l1"));
+    expectBody(invoke("EnumerateInstances",
+                      className("TARN_TestMiddle") + boolean("DeepInheritance", "false")),
+               answer("EnumerateInstances", "<IRETURNVALUE>" + middle + leaf + "</IRETURNVALUE>"));
+
+    // Deep (the default): every property, in the class's order.
+    const std::string deepLeaf = named(
+        "TARN_TestLeaf", "string", "l1",
+        prop("Id", "string", "l1") + prop("Label", "string", "leaf") + prop("Size", "uint32", "7") +
+            prop("Flag", "boolean", "TRUE") + prop("Extra", "string", "x&lt;y"));
+    expectBody(invoke("EnumerateInstances", className("TARN_TestLeaf")),
+               answer("EnumerateInstances", "<IRETURNVALUE>" + deepLeaf + "</IRETURNVALUE>"));
+
+    // Limited further by a PropertyList, in the order of the classes.
+    expectBody(
+        invoke("EnumerateInstances",
+               className("TARN_TestBase") + boolean("DeepInheritance", "FALSE") +
+                   iparam("PropertyList",
+                          "<VALUE.ARRAY><VALUE>Size</VALUE><VALUE>Id</VALUE></VALUE.ARRAY>")),
+        answer("EnumerateInstances",
+               "<IRETURNVALUE>" +
+                   named("TARN_TestMiddle", "string", "m1", prop("Id", "string", "m1")) +
+                   named("TARN_TestLeaf", "string", "l1", prop("Id", "string", "l1")) +
+                   "</IRETURNVALUE>"));
+}
+
+TEST_F(InstanceOperationsTest, AnEmptyPropertyListWritesInstancesWithoutProperties) {
+    startWithTestClasses();
+    const std::string empty = iparam("PropertyList", "<VALUE.ARRAY></VALUE.ARRAY>");
+    const std::string bare =
+        named("TARN_TestMiddle", "string", "m1", "") + named("TARN_TestLeaf", "string", "l1", "");
+    for (const char* deep : {"true", "false"}) {
+        SCOPED_TRACE(deep);
+        expectBody(invoke("EnumerateInstances",
+                          className("TARN_TestMiddle") + boolean("DeepInheritance", deep) + empty),
+                   answer("EnumerateInstances", "<IRETURNVALUE>" + bare + "</IRETURNVALUE>"));
+    }
+    expectBody(
+        invoke("GetInstance",
+               iparam("InstanceName",
+                      "<INSTANCENAME CLASSNAME=\"TARN_TestLeaf\"><KEYBINDING NAME=\"Id\"><KEYVALUE "
+                      "VALUETYPE=\"string\">l1</KEYVALUE></KEYBINDING></INSTANCENAME>") +
+                   empty),
+        answer("GetInstance",
+               "<IRETURNVALUE><INSTANCE CLASSNAME=\"TARN_TestLeaf\">\n</INSTANCE>\n"
+               "</IRETURNVALUE>"));
+}
+
+TEST_F(InstanceOperationsTest, UnknownParametersAndBadWordsAreRefusedWithCodeFour) {
+    startWithTestClasses();
+    const std::string invalid = answer(
+        "EnumerateInstances",
+        "<ERROR CODE=\"4\" DESCRIPTION=\"One or more parameter values passed to the method are "
+        "not valid.\"/>");
+    expectBody(
+        invoke("EnumerateInstances", className("TARN_TestMiddle") + boolean("Colour", "blue")),
+        invalid);
+    EXPECT_TRUE(traced(1, "cimxmlpa::CIMXMLUtil::validateParameterNames",
+                       "Operation 'EnumerateInstances' has unsupported parameter 'Colour'"))
+        << trace();
+
+    expectBody(invoke("EnumerateInstances",
+                      className("TARN_TestMiddle") + boolean("DeepInheritance", "yes")),
+               invalid);
+    EXPECT_TRUE(traced(1, "cimxmlpa::EnumerateInstancesOperation::initialize",
+                       "Invalid value for deepInheritance: yes"));
+
+    // LocalOnly is allowed but never read: any word passes.
+    Response r = invoke("EnumerateInstances", className("TARN_TestLeaf") +
+                                                  boolean("LocalOnly", "sometimes") +
+                                                  boolean("IncludeClassOrigin", "TrUe"));
+    EXPECT_EQ(r.status, 200);
+    EXPECT_NE(
+        r.body.find("<PROPERTY NAME=\"Extra\" TYPE=\"string\" CLASSORIGIN=\"TARN_TestLeaf\">"),
+        std::string::npos)
+        << r.body;
+    EXPECT_EQ(dtdErrors(r.body), "");
+}
+
+TEST_F(InstanceOperationsTest, AProviderFailingBeforeItsFirstInstanceAnswersWithAnError) {
+    startWithTestClasses();
+    expectBody(invoke("EnumerateInstances", className("TARN_TestFailsAtOnce")),
+               answer("EnumerateInstances",
+                      "<ERROR CODE=\"27\" DESCRIPTION=\"The CIM Server has failed the operation "
+                      "based upon exceeding server limits. (the device stopped answering after 0 "
+                      "items)\"/>"));
+    expectBody(invoke("EnumerateInstanceNames", className("TARN_TestFailsAtOnce")),
+               answer("EnumerateInstanceNames",
+                      "<ERROR CODE=\"27\" DESCRIPTION=\"The CIM Server has failed the operation "
+                      "based upon exceeding server limits. (the device stopped answering after 0 "
+                      "items)\"/>"));
+    // The handler fails before any provider runs.
+    expectBody(invoke("EnumerateInstances", className("TARN_NoSuchClass")),
+               answer("EnumerateInstances",
+                      "<ERROR CODE=\"5\" DESCRIPTION=\"The specified class does not exist. (Class "
+                      "&apos;TARN_NoSuchClass&apos; does not exist in namespace "
+                      "&apos;root/cimv2&apos;)\"/>"));
+}
+
+TEST_F(InstanceOperationsTest, AProviderFailingAfterItsFirstInstanceLeavesTheResultsStanding) {
+    startWithTestClasses();
+    std::string three;
+    std::string names;
+    for (const char* id : {"1", "2", "3"}) {
+        three +=
+            named("TARN_TestFailsLater", "uint32", id,
+                  prop("Id", "uint32", id) + prop("Name", "string", std::string("item ") + id));
+        names += std::string(
+                     "<INSTANCENAME CLASSNAME=\"TARN_TestFailsLater\">\n<KEYBINDING "
+                     "NAME=\"Id\"><KEYVALUE VALUETYPE=\"numeric\" TYPE=\"uint32\">") +
+                 id + "</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n";
+    }
+    expectBody(invoke("EnumerateInstances", className("TARN_TestFailsLater")),
+               answer("EnumerateInstances", "<IRETURNVALUE>" + three + "</IRETURNVALUE>"));
+    expectBody(invoke("EnumerateInstanceNames", className("TARN_TestFailsLater")),
+               answer("EnumerateInstanceNames", "<IRETURNVALUE>" + names + "</IRETURNVALUE>"));
+}
+
+}  // namespace
+}  // namespace tarntest
