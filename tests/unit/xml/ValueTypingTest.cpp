@@ -379,9 +379,10 @@ TEST(ValueTyping, ParseEmbeddedInstance) {
     EXPECT_EQ(i->getProperty("Message")->getValue()->getString(), "it & failed");
     EXPECT_EQ(i->getProperty("CIMStatusCode")->getValue()->getUnsigned(), 4u);
 
-    const char* bad[] = {"", "<CLASS NAME=\"C\"/>", "<INSTANCE CLASSNAME=\"C\">",
-                         "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"uint8\"><VALUE>"
-                         "x</VALUE></PROPERTY></INSTANCE>"};
+    const char* badValue =
+        "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"uint8\"><VALUE>"
+        "x</VALUE></PROPERTY></INSTANCE>";
+    const char* bad[] = {"", "<CLASS NAME=\"C\"/>", "<INSTANCE CLASSNAME=\"C\">", badValue};
     for (const char* text : bad) {
         try {
             CIMUtil::parseEmbeddedInstance(text);
