@@ -4,6 +4,7 @@
 #include "DeleteInstanceOperation.h"
 #include "EnumerateInstanceNamesOperation.h"
 #include "EnumerateInstancesOperation.h"
+#include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
 #include "ModifyInstanceOperation.h"
 #include "vela/VELCIMStrings.h"
@@ -30,7 +31,7 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::SETPROPERTY, nullptr},
     {&S::ASSOCIATORS, nullptr},
     {&S::REFERENCES, nullptr},
-    {&S::GETCLASS, nullptr},
+    {&S::GETCLASS, &OperationFactory::create<GetClassOperation>},
     {&S::ENUMERATECLASSES, nullptr},
     {&S::GETQUALIFIER, nullptr},
     {&S::ENUMERATEQUALIFIERS, nullptr},

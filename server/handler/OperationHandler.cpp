@@ -6,6 +6,7 @@
 #include "vela/IVelaDeleteInstanceOperation.h"
 #include "vela/IVelaEnumerateInstanceNamesOperation.h"
 #include "vela/IVelaEnumerateInstancesOperation.h"
+#include "vela/IVelaGetClassOperation.h"
 #include "vela/IVelaGetInstanceOperation.h"
 #include "vela/IVelaModifyInstanceOperation.h"
 #include "vela/TARNClientInfo.h"
@@ -192,6 +193,12 @@ void OperationHandler::_process(const VELSmrPtr<IVelaOperation>& operation) {
         fail(3, "Namespace '" + ns + "' does not exist");
     }
 
+    if (auto* getClass = dynamic_cast<IVelaGetClassOperation*>(&op)) {
+        // The whole definition; the adapter applies LocalOnly, the qualifier
+        // and class origin flags and the property list while writing it.
+        getClass->setClass(_requireClass(ns, op.getClassName()));
+        return;
+    }
     if (auto* get = dynamic_cast<IVelaGetInstanceOperation*>(&op)) {
         const VELSmrPtr<IVelaInstanceName>& name = get->getName();
         _requireClass(ns, name->getClassName());

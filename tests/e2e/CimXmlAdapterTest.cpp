@@ -70,7 +70,7 @@ TEST_F(CimXmlAdapterTest, LoadedByDefaultAndAnswersCallsWithoutOperationClassAsN
 
     // A standard name (its operation class is not part of the adapter yet)
     // and an unknown one get the same answer.
-    for (const char* method : {"GetClass", "Frobnicate"}) {
+    for (const char* method : {"EnumerateClasses", "Frobnicate"}) {
         SCOPED_TRACE(method);
         Response r = exchange(request(cimHeaders(method), simple(method, "42")));
         EXPECT_EQ(r.reason, "OK");
@@ -85,8 +85,9 @@ TEST_F(CimXmlAdapterTest, LoadedByDefaultAndAnswersCallsWithoutOperationClassAsN
     EXPECT_TRUE(traced(4, kProcessInput, "Request processing completed normally"));
 
     // A message ID is echoed escaped, so that any ID leaves a valid document.
-    Response odd = exchange(request(cimHeaders("GetClass"), simple("GetClass", "a&amp;b&quot;")));
-    expectAnswer(odd, 200, response(notSupported("GetClass"), "a&amp;b&quot;"));
+    Response odd = exchange(
+        request(cimHeaders("EnumerateClasses"), simple("EnumerateClasses", "a&amp;b&quot;")));
+    expectAnswer(odd, 200, response(notSupported("EnumerateClasses"), "a&amp;b&quot;"));
 }
 
 TEST_F(CimXmlAdapterTest, ClientWrittenElsewhereReadsTheNotSupportedError) {
@@ -96,7 +97,7 @@ TEST_F(CimXmlAdapterTest, ClientWrittenElsewhereReadsTheNotSupportedError) {
     }
     startTarnd();
     ChildProcess client;
-    client.start({wbemcli, "gc",
+    client.start({wbemcli, "ec",
                   "http://admin:" + password + "@127.0.0.1:" + std::to_string(httpPort) +
                       "/root/cimv2:CIM_ManagedElement"});
     auto status = client.waitExit(in(30s));
@@ -106,27 +107,29 @@ TEST_F(CimXmlAdapterTest, ClientWrittenElsewhereReadsTheNotSupportedError) {
                                    "supported."),
               std::string::npos)
         << client.output();
-    EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported method name: GetClass"));
+    EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported method name: EnumerateClasses"));
 }
 
 TEST_F(CimXmlAdapterTest, MultiRequestGets207WithOneResponsePerCall) {
     startTarnd();
-    Response r = exchange(request(multiHeaders(), multi({"GetClass", "Frobnicate", "GetClass"})));
+    Response r = exchange(
+        request(multiHeaders(), multi({"EnumerateClasses", "Frobnicate", "EnumerateClasses"})));
     EXPECT_EQ(r.reason, "Multistatus");
-    expectAnswer(r, 207,
-                 response("<MULTIRSP>" + notSupported("GetClass") + notSupported("Frobnicate") +
-                          notSupported("GetClass") + "</MULTIRSP>"));
+    expectAnswer(
+        r, 207,
+        response("<MULTIRSP>" + notSupported("EnumerateClasses") + notSupported("Frobnicate") +
+                 notSupported("EnumerateClasses") + "</MULTIRSP>"));
     EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported method name: Frobnicate"));
 }
 
 TEST_F(CimXmlAdapterTest, AsynchronousAndExtrinsicCallsAreAnsweredNotSupported) {
     startTarnd();
     std::string async = message(
-        intrinsicCall("GetClass",
+        intrinsicCall("EnumerateClasses",
                       "<RESPONSEDESTINATION><INSTANCE CLASSNAME=\"CIM_ListenerDestinationCIMXML\"/>"
                       "</RESPONSEDESTINATION>"));
-    expectAnswer(exchange(request(cimHeaders("GetClass"), async)), 200,
-                 response(notSupported("GetClass")));
+    expectAnswer(exchange(request(cimHeaders("EnumerateClasses"), async)), 200,
+                 response(notSupported("EnumerateClasses")));
     EXPECT_TRUE(traced(1, kProcessOperation, "Asynchronous operations are not supported"));
 
     std::string extrinsic = message(
@@ -143,12 +146,12 @@ TEST_F(CimXmlAdapterTest, AsynchronousAndExtrinsicCallsAreAnsweredNotSupported) 
 
 TEST_F(CimXmlAdapterTest, HeaderRejectionsSetStatusReasonAndCimErrorAndCloseTheConnection) {
     startTarnd();
-    const std::string body = simple("GetClass");
+    const std::string body = simple("EnumerateClasses");
     const std::string xml = "Content-Type: application/xml; charset=\"utf-8\"\r\n";
     const std::string op = "CIMOperation: MethodCall\r\n";
-    const std::string target = "CIMMethod: GetClass\r\nCIMObject: root%2Fcimv2\r\n";
+    const std::string target = "CIMMethod: EnumerateClasses\r\nCIMObject: root%2Fcimv2\r\n";
     const std::string man = "Man: \"" + kMapping + "\"; ns=73\r\n";
-    const std::string group = "73-CIMOperation: MethodCall\r\n73-CIMMethod: GetClass\r\n";
+    const std::string group = "73-CIMOperation: MethodCall\r\n73-CIMMethod: EnumerateClasses\r\n";
     struct Case {
         const char* name;
         std::string method;
@@ -192,9 +195,9 @@ TEST_F(CimXmlAdapterTest, HeaderRejectionsSetStatusReasonAndCimErrorAndCloseTheC
         {"method and batch", "POST", "HTTP/1.1", xml + op + target + "CIMBatch: CIMBatch\r\n", 400,
          "Bad Request", mismatch, "Can not have CIMMethod and CIMBatch headers at the same time.",
          aux},
-        {"no object", "POST", "HTTP/1.1", xml + op + "CIMMethod: GetClass\r\n", 400, "Bad Request",
-         mismatch, "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation",
-         aux},
+        {"no object", "POST", "HTTP/1.1", xml + op + "CIMMethod: EnumerateClasses\r\n", 400,
+         "Bad Request", mismatch,
+         "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
         {"empty method", "POST", "HTTP/1.1", xml + op + "CIMMethod:\r\nCIMObject: root%2Fcimv2\r\n",
          400, "Bad Request", mismatch,
          "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
@@ -212,12 +215,12 @@ TEST_F(CimXmlAdapterTest, HeaderRejectionsSetStatusReasonAndCimErrorAndCloseTheC
          "Not Implemented", "unsupported-protocol-version",
          "TARN does not support CIM protocol version less than 1.0", aux},
         {"protocol 0.9 beats other errors", "POST", "HTTP/1.1",
-         xml + op + "CIMMethod: GetClass\r\nCIMProtocolVersion: 0.9\r\n", 501, "Not Implemented",
-         "unsupported-protocol-version", "TARN does not support CIM protocol version less than 1.0",
-         aux},
+         xml + op + "CIMMethod: EnumerateClasses\r\nCIMProtocolVersion: 0.9\r\n", 501,
+         "Not Implemented", "unsupported-protocol-version",
+         "TARN does not support CIM protocol version less than 1.0", aux},
         // The extension headers are checked before the method.
-        {"GET with bad CIM headers", "GET", "HTTP/1.1", xml + op + "CIMMethod: GetClass\r\n", 400,
-         "Bad Request", mismatch,
+        {"GET with bad CIM headers", "GET", "HTTP/1.1",
+         xml + op + "CIMMethod: EnumerateClasses\r\n", 400, "Bad Request", mismatch,
          "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
         // M-POST: the groups' headers.
         {"M-POST without extension", "M-POST", "HTTP/1.1", xml + op + target, 510, "Not Extended"},
@@ -261,19 +264,19 @@ TEST_F(CimXmlAdapterTest, HeaderRejectionsSetStatusReasonAndCimErrorAndCloseTheC
         "Content-Type: text/xml; charset=utf-8\r\n" + op + target,
         op + target,  // no Content-Type at all
         xml + "CIMOperation: methodcall\r\n" + target + "CIMProtocolVersion: 1.0\r\n",
-        xml + "CIMOperation: MethodCall\r\nCIMMethod: getclass\r\nCIMObject: x\r\n",
+        xml + "CIMOperation: MethodCall\r\nCIMMethod: enumerateclasses\r\nCIMObject: x\r\n",
     };
     for (const std::string& headers : accepted) {
         SCOPED_TRACE(headers);
         Response r = exchange(request(headers, body));
         EXPECT_EQ(r.status, 200);
-        EXPECT_EQ(r.body, response(notSupported("GetClass")));
+        EXPECT_EQ(r.body, response(notSupported("EnumerateClasses")));
     }
 }
 
 TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
     startTarnd();
-    const std::string headers = cimHeaders("GetClass");
+    const std::string headers = cimHeaders("EnumerateClasses");
     expectRejected(head(headers) + "Content-Length: 0\r\n\r\n", 400, "Bad Request");
     EXPECT_TRUE(traced(1, kProcessOperation, "Rejecting request due to invalid Content-Length: 0"));
     expectRejected(head(headers) + "\r\n", 400, "Bad Request");
@@ -284,7 +287,8 @@ TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
     // 60 bytes of 100, then the client's side ends.
     {
         Socket s = Socket::connect(httpPort);
-        s.send(head(headers) + "Content-Length: 100\r\n\r\n" + simple("GetClass").substr(0, 60));
+        s.send(head(headers) + "Content-Length: 100\r\n\r\n" +
+               simple("EnumerateClasses").substr(0, 60));
         s.shutdownWrite();
         ResponseReader reader(s);
         expectRejected(s, reader, 400, "Bad Request");
@@ -299,23 +303,24 @@ TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
                "Rejecting message which is not well-formed XML. Verify if content lenght is "
                "correct and the XML is well-formed."));
 
-    expectRejected(request(headers, message(intrinsicCall("GetClass"), "1", "1.0")), 501,
+    expectRejected(request(headers, message(intrinsicCall("EnumerateClasses"), "1", "1.0")), 501,
                    "Not Implemented", "unsupported-cim-version");
     EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported CIM Version: 1.0"));
-    expectRejected(request(headers, message(intrinsicCall("GetClass"), "1", "2.0", "1.9")), 501,
-                   "Not Implemented", "unsupported-dtd-version");
+    expectRejected(request(headers, message(intrinsicCall("EnumerateClasses"), "1", "2.0", "1.9")),
+                   501, "Not Implemented", "unsupported-dtd-version");
     EXPECT_TRUE(traced(1, kProcessOperation, "Unsupported DTD Version: 1.9"));
 
     const char* pv = "message PROTOCOLVERSION (1.0) does not match CIMProtocolVersion value (1.1)";
-    expectRejected(request(headers + "CIMProtocolVersion: 1.1\r\n", simple("GetClass")), 400,
-                   "Bad Request", "header-mismatch", pv);
+    expectRejected(request(headers + "CIMProtocolVersion: 1.1\r\n", simple("EnumerateClasses")),
+                   400, "Bad Request", "header-mismatch", pv);
     EXPECT_TRUE(traced(1, "processOperation",
                        std::string("Rejecting request due to failure in validating "
                                    "PROTOCOLVERSION : ") +
                            pv));
     // The same version in header and message passes, whatever the version.
-    Response v11 = exchange(request(headers + "CIMProtocolVersion: 1.1\r\n",
-                                    message(intrinsicCall("GetClass"), "1", "2.0", "2.0", "1.1")));
+    Response v11 =
+        exchange(request(headers + "CIMProtocolVersion: 1.1\r\n",
+                         message(intrinsicCall("EnumerateClasses"), "1", "2.0", "2.0", "1.1")));
     EXPECT_EQ(v11.status, 200);
 
     const struct {
@@ -323,11 +328,11 @@ TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
         std::string body;
         const char* detail;
     } mismatches[] = {
-        {cimHeaders("GetInstance"), simple("GetClass"),
-         "CIM request method (GetClass) does not match CIMMethod value (GetInstance)"},
-        {multiHeaders(), simple("GetClass"),
+        {cimHeaders("GetInstance"), simple("EnumerateClasses"),
+         "CIM request method (EnumerateClasses) does not match CIMMethod value (GetInstance)"},
+        {multiHeaders(), simple("EnumerateClasses"),
          "CIMMethod and CIMObject must be present for a simple operation request"},
-        {headers, multi({"GetClass", "GetClass"}),
+        {headers, multi({"EnumerateClasses", "EnumerateClasses"}),
          "CIMMethod and CIMObject must not be present for a multi operation request"},
     };
     for (const auto& m : mismatches) {
@@ -351,7 +356,7 @@ TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
 
 TEST_F(CimXmlAdapterTest, BodiesUpToTheSizeLimitAreRead) {
     startTarnd();
-    const std::string headers = cimHeaders("GetClass");
+    const std::string headers = cimHeaders("EnumerateClasses");
     // One byte over: refused from the head alone, without waiting for the body.
     {
         Socket s = Socket::connect(httpPort);
@@ -363,7 +368,7 @@ TEST_F(CimXmlAdapterTest, BodiesUpToTheSizeLimitAreRead) {
                            "52428800; Request = 52428801"));
     }
     // Exactly the limit: a message followed by white space.
-    std::string body = simple("GetClass", "big");
+    std::string body = simple("EnumerateClasses", "big");
     body.resize(52428800, ' ');
     Socket s = Socket::connect(httpPort);
     s.send(request(headers, body));
@@ -371,12 +376,12 @@ TEST_F(CimXmlAdapterTest, BodiesUpToTheSizeLimitAreRead) {
     body.shrink_to_fit();
     ResponseReader reader(s);
     Response r = reader.read(in(30s));
-    expectAnswer(r, 200, response(notSupported("GetClass"), "big"));
+    expectAnswer(r, 200, response(notSupported("EnumerateClasses"), "big"));
 }
 
 TEST_F(CimXmlAdapterTest, ChunkedRequestBodyIsReadAndTheConnectionKept) {
     startTarnd();
-    const std::string body = simple("GetClass", "7");
+    const std::string body = simple("EnumerateClasses", "7");
     // Chunks of three sizes, one with an extension, sizes in upper case.
     std::string chunked;
     std::size_t at = 0;
@@ -392,11 +397,11 @@ TEST_F(CimXmlAdapterTest, ChunkedRequestBodyIsReadAndTheConnectionKept) {
 
     Socket s = Socket::connect(httpPort);
     ResponseReader reader(s);
-    s.send(head(cimHeaders("GetClass")) + "Transfer-Encoding: chunked\r\n\r\n" + chunked);
-    expectAnswer(reader.read(in(10s)), 200, response(notSupported("GetClass"), "7"));
+    s.send(head(cimHeaders("EnumerateClasses")) + "Transfer-Encoding: chunked\r\n\r\n" + chunked);
+    expectAnswer(reader.read(in(10s)), 200, response(notSupported("EnumerateClasses"), "7"));
     // The next request on the same connection.
-    s.send(request(cimHeaders("GetClass"), simple("GetClass", "8")));
-    expectAnswer(reader.read(in(10s)), 200, response(notSupported("GetClass"), "8"));
+    s.send(request(cimHeaders("EnumerateClasses"), simple("EnumerateClasses", "8")));
+    expectAnswer(reader.read(in(10s)), 200, response(notSupported("EnumerateClasses"), "8"));
 }
 
 TEST_F(CimXmlAdapterTest, ResponsesAreChunkedByDefaultAndCloseDelimitedForHttp10) {
@@ -404,19 +409,20 @@ TEST_F(CimXmlAdapterTest, ResponsesAreChunkedByDefaultAndCloseDelimitedForHttp10
     Socket s = Socket::connect(httpPort);
     ResponseReader reader(s);
     for (int i = 0; i < 2; ++i) {
-        s.send(request(cimHeaders("GetClass"), simple("GetClass")));
+        s.send(request(cimHeaders("EnumerateClasses"), simple("EnumerateClasses")));
         Response r = reader.read(in(10s));
         EXPECT_EQ(r.framing, Response::Chunked);
         EXPECT_EQ(r.find("Connection"), nullptr);
-        expectAnswer(r, 200, response(notSupported("GetClass")));
+        expectAnswer(r, 200, response(notSupported("EnumerateClasses")));
     }
     Socket old = Socket::connect(httpPort);
-    old.send(request(cimHeaders("GetClass"), simple("GetClass"), "POST", "HTTP/1.0"));
+    old.send(
+        request(cimHeaders("EnumerateClasses"), simple("EnumerateClasses"), "POST", "HTTP/1.0"));
     ResponseReader oldReader(old);
     Response r10 = oldReader.read(in(10s));
     EXPECT_EQ(r10.version, "HTTP/1.0");
     EXPECT_EQ(r10.framing, Response::Close);
-    expectAnswer(r10, 200, response(notSupported("GetClass")));
+    expectAnswer(r10, 200, response(notSupported("EnumerateClasses")));
 }
 
 TEST_F(CimXmlAdapterTest, ConditionalChunkingFramesByTheRequest) {
@@ -424,29 +430,32 @@ TEST_F(CimXmlAdapterTest, ConditionalChunkingFramesByTheRequest) {
     Socket s = Socket::connect(httpPort);
     ResponseReader reader(s);
     // Kept connection without TE: buffered with a Content-Length.
-    s.send(request(cimHeaders("GetClass"), simple("GetClass")));
+    s.send(request(cimHeaders("EnumerateClasses"), simple("EnumerateClasses")));
     Response full = reader.read(in(10s));
     EXPECT_EQ(full.framing, Response::Length);
-    expectAnswer(full, 200, response(notSupported("GetClass")));
+    expectAnswer(full, 200, response(notSupported("EnumerateClasses")));
     EXPECT_EQ(full.header("Content-Length"), std::to_string(full.body.size()));
     // TE asks for chunks.
-    s.send(request(cimHeaders("GetClass") + "TE: trailers\r\n", simple("GetClass")));
+    s.send(
+        request(cimHeaders("EnumerateClasses") + "TE: trailers\r\n", simple("EnumerateClasses")));
     EXPECT_EQ(reader.read(in(10s)).framing, Response::Chunked);
     // Not kept: written as it comes and ended by the close.
-    s.send(request(cimHeaders("GetClass") + "Connection: close\r\n", simple("GetClass")));
+    s.send(request(cimHeaders("EnumerateClasses") + "Connection: close\r\n",
+                   simple("EnumerateClasses")));
     Response closing = reader.read(in(10s));
     EXPECT_EQ(closing.framing, Response::Close);
     EXPECT_EQ(closing.header("Connection"), "close");
-    expectAnswer(closing, 200, response(notSupported("GetClass")));
+    expectAnswer(closing, 200, response(notSupported("EnumerateClasses")));
 }
 
 TEST_F(CimXmlAdapterTest, MPostIsAnsweredInAGroupWithTheRequestsPrefix) {
     startTarnd();
-    std::string headers = "Content-Type: application/xml; charset=\"utf-8\"\r\nMan: \"" + kMapping +
-                          "\"; ns=73\r\n73-CIMOperation: MethodCall\r\n73-CIMMethod: GetClass\r\n"
-                          "73-CIMObject: root%2Fcimv2\r\n";
-    Response r = exchange(request(headers, simple("GetClass"), "M-POST"));
-    expectAnswer(r, 200, response(notSupported("GetClass")));
+    std::string headers =
+        "Content-Type: application/xml; charset=\"utf-8\"\r\nMan: \"" + kMapping +
+        "\"; ns=73\r\n73-CIMOperation: MethodCall\r\n73-CIMMethod: EnumerateClasses\r\n"
+        "73-CIMObject: root%2Fcimv2\r\n";
+    Response r = exchange(request(headers, simple("EnumerateClasses"), "M-POST"));
+    expectAnswer(r, 200, response(notSupported("EnumerateClasses")));
     ASSERT_NE(r.find("Ext"), nullptr);
     EXPECT_EQ(r.header("Ext"), "");
     EXPECT_EQ(r.header("Man"), "\"" + kMapping + "\"; ns=73");
@@ -454,20 +463,20 @@ TEST_F(CimXmlAdapterTest, MPostIsAnsweredInAGroupWithTheRequestsPrefix) {
     EXPECT_EQ(r.find("CIMOperation"), nullptr);
 
     // A declaration without a prefix: the plain headers are the group's.
-    headers = "Man: " + kMapping + "\r\n" + cimHeaders("GetClass");
-    Response plain = exchange(request(headers, simple("GetClass"), "M-POST"));
-    expectAnswer(plain, 200, response(notSupported("GetClass")));
+    headers = "Man: " + kMapping + "\r\n" + cimHeaders("EnumerateClasses");
+    Response plain = exchange(request(headers, simple("EnumerateClasses"), "M-POST"));
+    expectAnswer(plain, 200, response(notSupported("EnumerateClasses")));
     EXPECT_EQ(plain.header("Man"), "\"" + kMapping + "\"; ns=00");
     EXPECT_EQ(plain.header("00-CIMOperation"), "MethodResponse");
 }
 
 TEST_F(CimXmlAdapterTest, SlowVanishedAndNonReadingClientsDoNotHoldTheWorker) {
     startTarnd("[HTTP]\nWorkerThreads = 1\nIOTimeoutMs = 500\nBodyTimeoutMs = 1500\n");
-    const std::string headers = cimHeaders("GetClass");
+    const std::string headers = cimHeaders("EnumerateClasses");
     auto served = [&] {
         return std::async(std::launch::async, [&] {
             auto start = Clock::now();
-            Response r = exchange(request(headers, simple("GetClass")), in(10s));
+            Response r = exchange(request(headers, simple("EnumerateClasses")), in(10s));
             return std::make_pair(r.status, Clock::now() - start);
         });
     };
@@ -516,7 +525,7 @@ TEST_F(CimXmlAdapterTest, SlowVanishedAndNonReadingClientsDoNotHoldTheWorker) {
         ::setsockopt(greedy.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
         std::string calls = "<MULTIREQ>";
         for (int i = 0; i < 80000; ++i) {
-            calls += intrinsicCall("GetClass");
+            calls += intrinsicCall("EnumerateClasses");
         }
         greedy.send(request(multiHeaders(), message(calls + "</MULTIREQ>")));
         auto [status, took] = served().get();

@@ -143,7 +143,7 @@ class InstanceOperationsTest : public CimXmlFixture {
 
 // ---- wbemcli ----
 
-TEST_F(InstanceOperationsTest, WbemcliListsAndReadsTheInstancesOfTheDefaultSchema) {
+TEST_F(InstanceOperationsTest, WbemcliListsAndReadsTheInstancesAndClassesOfTheDefaultSchema) {
     startTarnd();
     const std::string service =
         "TARN_Service.Name=\"%s\",SystemCreationClassName=\"TARN_ComputerSystem\",SystemName="
@@ -191,13 +191,34 @@ TEST_F(InstanceOperationsTest, WbemcliListsAndReadsTheInstancesOfTheDefaultSchem
                                   "'root/cimv2')"),
               std::string::npos)
         << noClass.output;
+
+    // The class definition: wbemcli asks for the inherited properties too
+    // and prints each name, in the class's order.
+    Client cls = wbemcli("gc", "TARN_Service");
+    EXPECT_EQ(cls.status, 0) << cls.output;
+    EXPECT_EQ(cls.output.rfind(printed("TARN_Service") + " InstanceID=,Caption=,", 0), 0u)
+        << cls.output;
+    EXPECT_NE(cls.output.find(",ExecutablePath=,ProcessID=,RestartCount=,Priority=,MemoryLimit=\n"),
+              std::string::npos)
+        << cls.output;
+    Client noDefinition = wbemcli("gc", "TARN_NoSuchClass");
+    EXPECT_NE(noDefinition.status, 0);
+    EXPECT_NE(noDefinition.output.find("(5) CIM_ERR_INVALID_CLASS"), std::string::npos)
+        << noDefinition.output;
 }
 
 TEST_F(InstanceOperationsTest, ACreatedInstanceIsReadModifiedAndDeletedWithWbemcli) {
     startTarnd();
-    // wbemcli's ci first reads the class (GetClass), which tarnd does not
-    // serve yet, so the instance is created with a request of our own. Its
-    // arrays are all set, so that wbemcli can read it whole (mi does).
+    // wbemcli's ci reads the class first (GetClass) to type the values, and
+    // sends only the properties listed, keys included. The arrays are all
+    // set, so that wbemcli can read the instance whole (mi does).
+    Client created =
+        wbemcli("ci", kNewPort,
+                {"Address=\"0.0.0.0\",Port=8080,Transport=6,ElementName=\"test port\","
+                 "Protocols=\"HTTP/1.1\",OperationalStatus=2,StatusDescriptions=\"OK\","
+                 "AvailableRequestedStates=2,3"});
+    EXPECT_EQ(created.status, 0) << created.output;
+
     auto array = [](const std::string& name, const std::string& type,
                     std::initializer_list<const char*> values) {
         std::string s = "<PROPERTY.ARRAY NAME=\"" + name + "\" TYPE=\"" + type + "\"><VALUE.ARRAY>";
@@ -210,20 +231,19 @@ TEST_F(InstanceOperationsTest, ACreatedInstanceIsReadModifiedAndDeletedWithWbemc
         return "<PROPERTY NAME=\"" + name + "\" TYPE=\"" + type + "\"><VALUE>" + value +
                "</VALUE></PROPERTY>";
     };
-    const std::string port =
-        "<INSTANCE CLASSNAME=\"TARN_ListeningPort\">" + scalar("Address", "string", "0.0.0.0") +
-        scalar("Port", "uint16", "8080") + scalar("Transport", "uint16", "6") +
-        scalar("ElementName", "string", "test port") + array("Protocols", "string", {"HTTP/1.1"}) +
-        array("OperationalStatus", "uint16", {"2"}) +
-        array("StatusDescriptions", "string", {"OK"}) +
-        array("AvailableRequestedStates", "uint16", {"2", "3"}) + "</INSTANCE>";
+    const std::string port = "<INSTANCE CLASSNAME=\"TARN_ListeningPort\">" +
+                             scalar("Address", "string", "0.0.0.0") +
+                             scalar("Port", "uint16", "8081") + scalar("Transport", "uint16", "6") +
+                             scalar("ElementName", "string", "second port") +
+                             array("Protocols", "string", {"HTTP/1.1"}) + "</INSTANCE>";
+    // A second one with a request of our own: the whole answer is the new name.
     expectBody(invoke("CreateInstance", iparam("NewInstance", port)),
                answer("CreateInstance",
                       "<IRETURNVALUE><INSTANCENAME CLASSNAME=\"TARN_ListeningPort\">\n"
                       "<KEYBINDING NAME=\"Address\"><KEYVALUE VALUETYPE=\"string\" "
                       "TYPE=\"string\">0.0.0.0</KEYVALUE></KEYBINDING>\n"
                       "<KEYBINDING NAME=\"Port\"><KEYVALUE VALUETYPE=\"numeric\" "
-                      "TYPE=\"uint16\">8080</KEYVALUE></KEYBINDING>\n"
+                      "TYPE=\"uint16\">8081</KEYVALUE></KEYBINDING>\n"
                       "<KEYBINDING NAME=\"Transport\"><KEYVALUE VALUETYPE=\"numeric\" "
                       "TYPE=\"uint16\">6</KEYVALUE></KEYBINDING>\n"
                       "</INSTANCENAME>\n</IRETURNVALUE>"));
@@ -233,7 +253,9 @@ TEST_F(InstanceOperationsTest, ACreatedInstanceIsReadModifiedAndDeletedWithWbemc
         answer("CreateInstance",
                "<ERROR CODE=\"11\" DESCRIPTION=\"The operation cannot be invoked because an "
                "object already exists. (instance TARN_ListeningPort.address=&quot;0.0.0.0&quot;,"
-               "port=8080,transport=6 already exists in namespace root/cimv2)\"/>"));
+               "port=8081,transport=6 already exists in namespace root/cimv2)\"/>"));
+    Client second = wbemcli("di", "TARN_ListeningPort.Address=\"0.0.0.0\",Port=8081,Transport=6");
+    EXPECT_EQ(second.status, 0) << second.output;
 
     const std::string printedPort =
         printed("TARN_ListeningPort.Address=\"0.0.0.0\",Port=\"8080\",Transport=\"6\"");

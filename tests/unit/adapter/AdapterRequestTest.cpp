@@ -41,7 +41,8 @@ TEST_F(AdapterRequestTest, RemoteClientsWaitForTheStartLocalOnesForNothingButShu
                      (c.loopback ? " local" : " remote"));
         context.setState(c.state);
         tarn::LogCapture log;
-        Exchange x("POST", kGetClassHeaders, getClass(), VELHTTPOperation::HTTP_1_1, c.loopback);
+        Exchange x("POST", kEnumerateClassesHeaders, enumerateClasses(), VELHTTPOperation::HTTP_1_1,
+                   c.loopback);
         auto error = x.run(adapter);
         EXPECT_EQ(context.getRegisteredRequests(), ++registered);
         if (!c.refusal) {
@@ -104,9 +105,9 @@ TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
         ScopedConfiguration conf(c.setting ? std::string("[TARN]\nHTTPTransferEncoding = ") +
                                                  c.setting + "\n"
                                            : std::string());
-        VELHTTPRequest::Fields fields = kGetClassHeaders;
+        VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
         fields.insert(fields.end(), c.extra.begin(), c.extra.end());
-        Exchange x("POST", fields, getClass(), c.protocol);
+        Exchange x("POST", fields, enumerateClasses(), c.protocol);
         ASSERT_FALSE(x.run(adapter));
         EXPECT_EQ(x.out.getStreamType(), c.type);
         EXPECT_EQ(x.socket.closeOption, c.closeOption);
@@ -114,10 +115,10 @@ TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
     }
     // A chunked request body asks for chunks too.
     ScopedConfiguration conf("[TARN]\nHTTPTransferEncoding = ConditionalChunked\n");
-    std::string body = getClass();
+    std::string body = enumerateClasses();
     std::string chunked =
         (std::ostringstream() << std::hex << body.size()).str() + "\r\n" + body + "\r\n0\r\n\r\n";
-    VELHTTPRequest::Fields fields = kGetClassHeaders;
+    VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
     fields.emplace_back("Transfer-Encoding", "chunked");
     Exchange x("POST", fields, chunked);
     ASSERT_FALSE(x.run(adapter));
@@ -128,9 +129,9 @@ TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
 TEST_F(AdapterRequestTest, BodyGoesFromTheSocketStraightIntoTheMessage) {
     context.setState(State::STARTED);
     // Nothing of the body came with the head: it arrives in pieces.
-    std::string body = getClass();
+    std::string body = enumerateClasses();
     body.resize(300000, ' ');
-    VELHTTPRequest::Fields fields = kGetClassHeaders;
+    VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
     fields.emplace_back("Content-Length", VELString::valueOf(body.size()));
     Exchange x("POST", fields, "");
     for (std::size_t at = 0; at < body.size(); at += 65536) {
@@ -149,7 +150,7 @@ TEST_F(AdapterRequestTest, BodyGoesFromTheSocketStraightIntoTheMessage) {
 
 TEST_F(AdapterRequestTest, ChunkedBodyStopsAtTheLastChunkOrAnUnreadableSize) {
     context.setState(State::STARTED);
-    const std::string body = getClass("9");
+    const std::string body = enumerateClasses("9");
     struct Case {
         const char* name;
         std::string chunked;
@@ -164,7 +165,7 @@ TEST_F(AdapterRequestTest, ChunkedBodyStopsAtTheLastChunkOrAnUnreadableSize) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        VELHTTPRequest::Fields fields = kGetClassHeaders;
+        VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
         fields.emplace_back("Transfer-Encoding", "chunked");
         Exchange x("POST", fields, c.chunked);
         tarn::LogCapture log;
@@ -199,11 +200,11 @@ TEST_F(AdapterRequestTest, CimHeadersComeFromTheMPostGroupBeforeThePlainOnes) {
 
     // The group's CIMMethod is the one compared with the message.
     VELHTTPRequest::Fields fields = grouped;
-    fields.insert(fields.end(), {{"51-CIMMethod", "GetClass"},
+    fields.insert(fields.end(), {{"51-CIMMethod", "EnumerateClasses"},
                                  {"51-CIMObject", "root"},
                                  {"CIMMethod", "GetInstance"},
                                  {"CIMObject", "root"}});
-    Exchange x("M-POST", fields, getClass());
+    Exchange x("M-POST", fields, enumerateClasses());
     EXPECT_FALSE(x.run(adapter));
     EXPECT_TRUE(x.written().hasHeader("Man: \"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=51"));
     EXPECT_TRUE(x.written().hasHeader("51-CIMOperation: MethodResponse"));
@@ -213,7 +214,7 @@ TEST_F(AdapterRequestTest, CimHeadersComeFromTheMPostGroupBeforeThePlainOnes) {
 
 TEST_F(AdapterRequestTest, RequestsThatFailCanProcessAreRefused) {
     tarn::LogCapture log;
-    Exchange x("POST", {{"Host", "x"}}, getClass());
+    Exchange x("POST", {{"Host", "x"}}, enumerateClasses());
     auto error = x.run(adapter);
     ASSERT_TRUE(error);
     EXPECT_EQ(error->getMessage(), "Input stream may have data remaining");
@@ -227,9 +228,9 @@ TEST_F(AdapterRequestTest, RequestsThatFailCanProcessAreRefused) {
 TEST_F(AdapterRequestTest, RejectionsWriteOnlyTheHeadAndThrow) {
     context.setState(State::STARTED);
     tarn::LogCapture log;
-    VELHTTPRequest::Fields fields = kGetClassHeaders;
+    VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
     fields.emplace_back("CIMProtocolVersion", "0.5");
-    Exchange x("POST", fields, getClass());
+    Exchange x("POST", fields, enumerateClasses());
     auto error = x.run(adapter);
     ASSERT_TRUE(error);
     EXPECT_EQ(error->getType(), "HTTP");
@@ -255,7 +256,7 @@ TEST_F(AdapterRequestTest, ClientGoneWhileTheResponseIsWrittenEndsTheRequest) {
     std::string calls = "<MULTIREQ>";
     for (int i = 0; i < 200; ++i) {
         calls +=
-            "<SIMPLEREQ><IMETHODCALL NAME=\"GetClass\"><LOCALNAMESPACEPATH><NAMESPACE "
+            "<SIMPLEREQ><IMETHODCALL NAME=\"EnumerateClasses\"><LOCALNAMESPACEPATH><NAMESPACE "
             "NAME=\"root\"/></LOCALNAMESPACEPATH></IMETHODCALL></SIMPLEREQ>";
     }
     Exchange x("POST",
@@ -279,12 +280,12 @@ TEST_F(AdapterRequestTest, MethodCallsOfOperationRequestsElseOfExportRequests) {
         bool exported;
     };
     const std::string call =
-        "<IMETHODCALL NAME=\"GetClass\"><LOCALNAMESPACEPATH><NAMESPACE "
+        "<IMETHODCALL NAME=\"EnumerateClasses\"><LOCALNAMESPACEPATH><NAMESPACE "
         "NAME=\"root\"/></LOCALNAMESPACEPATH></IMETHODCALL>";
     const std::string exportCall =
         "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"/></SIMPLEEXPREQ>";
     const Case cases[] = {
-        {"simple", getClass(), 1, true, false},
+        {"simple", enumerateClasses(), 1, true, false},
         {"multi",
          message("<MULTIREQ><SIMPLEREQ>" + call + "</SIMPLEREQ><SIMPLEREQ>" + call +
                  "</SIMPLEREQ></MULTIREQ>"),

@@ -37,9 +37,9 @@ inline std::string message(std::string_view content, std::string_view id = "1001
            "</MESSAGE></CIM>";
 }
 
-inline std::string getClass(std::string_view id = "1001") {
+inline std::string enumerateClasses(std::string_view id = "1001") {
     return message(
-        "<SIMPLEREQ><IMETHODCALL NAME=\"GetClass\"><LOCALNAMESPACEPATH><NAMESPACE "
+        "<SIMPLEREQ><IMETHODCALL NAME=\"EnumerateClasses\"><LOCALNAMESPACEPATH><NAMESPACE "
         "NAME=\"root\"/></LOCALNAMESPACEPATH></IMETHODCALL></SIMPLEREQ>",
         id);
 }
@@ -49,14 +49,15 @@ inline std::string notSupportedResponse(std::string_view id = "1001") {
     return "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
            "DTDVERSION=\"2.0\"><MESSAGE ID=\"" +
            std::string(id) +
-           "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP><IMETHODRESPONSE NAME=\"GetClass\"><ERROR "
+           "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP><IMETHODRESPONSE "
+           "NAME=\"EnumerateClasses\"><ERROR "
            "CODE=\"7\" DESCRIPTION=\"The requested operation is not supported.\" />\n"
            "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>\n";
 }
 
-inline const VELHTTPRequest::Fields kGetClassHeaders = {
+inline const VELHTTPRequest::Fields kEnumerateClassesHeaders = {
     {"Host", "localhost"},          {"Content-Type", "application/xml; charset=\"utf-8\""},
-    {"CIMOperation", "MethodCall"}, {"CIMMethod", "GetClass"},
+    {"CIMOperation", "MethodCall"}, {"CIMMethod", "EnumerateClasses"},
     {"CIMObject", "root"},
 };
 

@@ -17,6 +17,7 @@
 #include "vela/VelaDeleteInstanceOperationBase.h"
 #include "vela/VelaEnumerateInstanceNamesOperationBase.h"
 #include "vela/VelaEnumerateInstancesOperationBase.h"
+#include "vela/VelaGetClassOperationBase.h"
 #include "vela/VelaGetInstanceOperationBase.h"
 
 namespace {
@@ -219,6 +220,23 @@ TEST_F(OperationHandlerTest, UnknownNamespaceAndClassAreReportedWithTheirCodes) 
     handler.processOperation(missing);
     EXPECT_EQ(missing->getErrorCode(), 6);
     EXPECT_EQ(missing->getErrorContext()->getMessage(), VELString("no such thing"));
+}
+
+TEST_F(OperationHandlerTest, GetClassAnswersFromTheSchemaWithoutAProvider) {
+    auto get = make<Op<VelaGetClassOperationBase>>("test_b");
+    handler.processOperation(get);
+    EXPECT_EQ(get->getErrorCode(), 0);
+    ASSERT_FALSE(get->getClass().isNull());
+    EXPECT_EQ(get->getClass()->getName(), VELString("Test_B"));
+    EXPECT_TRUE(repository->calls().empty());
+
+    auto missing = make<Op<VelaGetClassOperationBase>>("Test_Nope");
+    handler.processOperation(missing);
+    EXPECT_EQ(missing->getErrorCode(), 5);
+    EXPECT_TRUE(missing->getClass().isNull());
+    auto nobody = make<Op<VelaGetClassOperationBase>>("Test_B", {});
+    handler.processOperation(nobody);
+    EXPECT_EQ(nobody->getErrorCode(), 2);
 }
 
 TEST_F(OperationHandlerTest, RoutesToTheRegisteredProviderOrTheDefault) {

@@ -1,0 +1,166 @@
+// GetClass: the request reader's defaults and refusals, and the response
+// that writes the class as the flags of the request shape it.
+#include <set>
+#include <sstream>
+
+#include "GetClassOperation.h"
+#include "OperationTestSupport.h"
+#include "tarn/CQualifier.h"
+#include "vela/IVelaGetClassOperation.h"
+
+namespace {
+
+using namespace optest;
+using cimxmlpa::GetClassOperation;
+
+constexpr const char* kWho = "cimxmlpa::GetClassOperation::setRequest";
+
+class GetClassTest : public ::testing::Test {
+  protected:
+    GetClassTest() {
+        // A described subclass, so that every flag changes what is written.
+        auto described = makeVELSmrPtr<CVelaClass>("Test_Described", "Test_Leaf");
+        described->addQualifier(VELSmrPtr<tarn::IQualifier>(new tarn::CQualifier(
+            "Description", CVelaType::string, CVelaValue::makeString("a leaf"), 0)));
+        auto note = makeVELSmrPtr<tarn::CPropertyDef>("Note", CVelaType::string);
+        note->addQualifier(VELSmrPtr<tarn::IQualifier>(new tarn::CQualifier(
+            "Description", CVelaType::string, CVelaValue::makeString("a note"), 0)));
+        described->addProperty(note);
+        context.classes->addClass(kNs, described);
+        context.handler.run = [this](const VELSmrPtr<IVelaOperation>& op) {
+            VELSmrPtr<IVelaClass> cls = context.classes->getClass(kNs, op->getClassName());
+            if (cls.isNull()) {
+                fail(*op, 5, "no such class");
+            } else {
+                dynamic_cast<IVelaGetClassOperation&>(*op).setClass(cls);
+            }
+        };
+    }
+
+    std::unique_ptr<GetClassOperation> read(const std::string& params) {
+        VELSmrPtr<VELCIMMethodCall> call = parseCall("GetClass", params);
+        return std::make_unique<GetClassOperation>(&context, call, nullptr);
+    }
+    std::string respond(const std::string& params) {
+        Body body;
+        operation = run(context, "GetClass", params, body);
+        return body.text();
+    }
+    static std::string classElement(const char* name,
+                                    const VELSmrPtr<VELValSlist<VELString>>& propertyList,
+                                    bool includeQualifiers, bool classOrigin, bool localOnly,
+                                    const tarn::CClassSet& classes) {
+        std::ostringstream os;
+        cimxmlpa::CIMXMLUtil::streamClass(os, classes.getClass(kNs, name), propertyList,
+                                          includeQualifiers, classOrigin, localOnly);
+        return os.str();
+    }
+
+    FakeContext context;
+    OperationFactory::Operation operation;
+    QuietTrace quiet;
+    tarn::LogCapture log;
+};
+
+TEST_F(GetClassTest, TheReaderStoresTheFlagsWithTheirDefaults) {
+    struct Case {
+        std::string params;
+        bool localOnly, includeQualifiers, classOrigin;
+        bool hasPropertyList;
+    };
+    const Case cases[] = {
+        {"", true, true, false, false},
+        {iparam("LocalOnly", value("FALSE")), false, true, false, false},
+        {iparam("IncludeQualifiers", value("false")) + iparam("IncludeClassOrigin", value("True")),
+         true, false, true, false},
+        {iparam("LocalOnly", value("")) + propertyList({"Id"}), true, true, false, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.params);
+        auto op = read(className("Test_Leaf") + c.params);
+        EXPECT_TRUE(op->isValid());
+        EXPECT_EQ(op->getClassName(), "Test_Leaf");
+        EXPECT_EQ(op->getLocalOnly(), c.localOnly);
+        EXPECT_EQ(op->getIncludeQualifiers(), c.includeQualifiers);
+        EXPECT_EQ(op->getClassOrigin(), c.classOrigin);
+        EXPECT_EQ(!op->getPropertyList().isNull(), c.hasPropertyList);
+    }
+}
+
+TEST_F(GetClassTest, BadRequestsAreRefusedWithCodeFour) {
+    struct Case {
+        std::string params;
+        const char* who;
+        const char* message;
+    };
+    constexpr const char* kCheck = "cimxmlpa::CIMXMLUtil::validateParameterNames";
+    const Case cases[] = {
+        {"", kCheck, "Operation 'GetClass' missing required parameter 'ClassName'"},
+        {className("Test_Leaf") + iparam("IncludeQualifiers", value("yes")), kWho,
+         "Invalid value for includeQualifiers: yes"},
+        {className("Test_Leaf") + iparam("IncludeClassOrigin", value("1")), kWho,
+         "Invalid value for includeClassOrigin: 1"},
+        {className("Test_Leaf") + iparam("LocalOnly", value("no")), kWho,
+         "Invalid value for localOnly: no"},
+        // Not a parameter of GetClass.
+        {className("Test_Leaf") + iparam("DeepInheritance", value("true")), kCheck,
+         "Operation 'GetClass' has unsupported parameter 'DeepInheritance'"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.params);
+        log.clear();
+        auto op = read(c.params);
+        EXPECT_FALSE(op->isValid());
+        EXPECT_EQ(op->getErrorCode(), 4);
+        EXPECT_TRUE(log.contains(c.who, c.message, 1));
+    }
+}
+
+TEST_F(GetClassTest, TheClassIsWrittenAsTheFlagsShapeIt) {
+    struct Case {
+        std::string params;
+        VELSmrPtr<VELValSlist<VELString>> propertyList;
+        bool includeQualifiers, classOrigin, localOnly;
+    };
+    auto idAndNote = makeVELSmrPtr<VELValSlist<VELString>>(VELValSlist<VELString>{"Id", "Note"});
+    const Case cases[] = {
+        {"", nullptr, true, false, true},
+        {iparam("LocalOnly", value("false")), nullptr, true, false, false},
+        {iparam("LocalOnly", value("false")) + iparam("IncludeQualifiers", value("false")), nullptr,
+         false, false, false},
+        {iparam("LocalOnly", value("false")) + iparam("IncludeClassOrigin", value("true")), nullptr,
+         true, true, false},
+        {iparam("LocalOnly", value("false")) + propertyList({"Id", "Note"}), idAndNote, true, false,
+         false},
+    };
+    std::set<std::string> distinct;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.params);
+        const std::string expected =
+            classElement("Test_Described", c.propertyList, c.includeQualifiers, c.classOrigin,
+                         c.localOnly, *context.classes);
+        distinct.insert(expected);
+        EXPECT_EQ(respond(className("Test_Described") + c.params),
+                  response("GetClass", "<IRETURNVALUE>" + expected + "</IRETURNVALUE>"));
+    }
+    // Each flag changed the class written, so a flag passed wrongly shows.
+    EXPECT_EQ(distinct.size(), std::size(cases));
+}
+
+TEST_F(GetClassTest, FailuresAnswerWithAnError) {
+    EXPECT_EQ(respond(className("Test_Missing")),
+              response("GetClass",
+                       "<ERROR CODE=\"5\" DESCRIPTION=\"The specified class does not exist. (no "
+                       "such class)\"/>"));
+
+    context.handler.run = [](const VELSmrPtr<IVelaOperation>&) {};
+    EXPECT_EQ(respond(className("Test_Leaf")),
+              response("GetClass",
+                       "<ERROR CODE=\"1\" DESCRIPTION=\"A general error occurred that is not "
+                       "covered by a more specific error code.\"/>"));
+    EXPECT_EQ(operation->getErrorCode(), 1);
+    EXPECT_TRUE(log.contains("cimxmlpa::GetClassOperation::writeResponse",
+                             "CIMOM returned CIM_SUCCESS but failed to supply an instance", 1));
+}
+
+}  // namespace
