@@ -22,22 +22,16 @@
 #include <thread>
 
 #include "../tests/support/HttpTestSupport.h"
+#include "BenchSupport.h"
 
 namespace {
 
 using namespace tarntest;
+using tarnbench::buildDir;
 namespace asio = boost::asio;
 namespace http = boost::beast::http;
 
 constexpr int kRequestsPerRun = 20000;
-
-std::filesystem::path buildDir() {
-    char exe[PATH_MAX] = {};
-    ssize_t n = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
-    return std::filesystem::path(std::string(exe, n > 0 ? static_cast<std::size_t>(n) : 0))
-        .parent_path()
-        .parent_path();
-}
 
 // tarnd as a child process, with the test adapter and quiet logging.
 struct Tarnd {

@@ -28,10 +28,12 @@
 #include <thread>
 
 #include "../tests/support/HttpTestSupport.h"
+#include "BenchSupport.h"
 
 namespace {
 
 using namespace tarntest;
+using tarnbench::buildDir;
 
 constexpr std::size_t kSlowBytesPerSecond = 32u << 20;
 constexpr int kSlowReceiveBuffer = 64 << 10;
@@ -54,14 +56,6 @@ class TARN_BenchItem {
     string Owner;
 };
 )";
-
-std::filesystem::path buildDir() {
-    char exe[PATH_MAX] = {};
-    ssize_t n = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
-    return std::filesystem::path(std::string(exe, n > 0 ? static_cast<std::size_t>(n) : 0))
-        .parent_path()
-        .parent_path();
-}
 
 // A field of /proc/<pid>/status in kB ("VmHWM", "VmRSS").
 long statusKb(pid_t pid, const std::string& field) {

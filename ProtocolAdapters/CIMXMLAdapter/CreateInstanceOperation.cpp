@@ -21,14 +21,7 @@ std::unique_ptr<CIMXMLUtil::ParamNameSet> CreateInstanceOperation::optParamSet;
 
 namespace {
 
-// Built while the library loads, before any request can need them.
-struct ParamSetsAtLoad {
-    ParamSetsAtLoad() {
-        CreateInstanceOperation::buildReqParamSet();
-        CreateInstanceOperation::buildOptParamSet();
-    }
-};
-const ParamSetsAtLoad paramSetsAtLoad;
+const OperationUtil::ParamSetsAtLoad<CreateInstanceOperation> paramSetsAtLoad;
 
 }  // namespace
 

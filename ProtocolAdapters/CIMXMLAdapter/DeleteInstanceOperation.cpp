@@ -20,14 +20,7 @@ std::unique_ptr<CIMXMLUtil::ParamNameSet> DeleteInstanceOperation::optParamSet;
 
 namespace {
 
-// Built while the library loads, before any request can need them.
-struct ParamSetsAtLoad {
-    ParamSetsAtLoad() {
-        DeleteInstanceOperation::buildReqParamSet();
-        DeleteInstanceOperation::buildOptParamSet();
-    }
-};
-const ParamSetsAtLoad paramSetsAtLoad;
+const OperationUtil::ParamSetsAtLoad<DeleteInstanceOperation> paramSetsAtLoad;
 
 }  // namespace
 

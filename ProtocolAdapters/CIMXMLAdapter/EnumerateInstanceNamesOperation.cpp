@@ -21,14 +21,7 @@ std::unique_ptr<CIMXMLUtil::ParamNameSet> EnumerateInstanceNamesOperation::optPa
 
 namespace {
 
-// Built while the library loads, before any request can need them.
-struct ParamSetsAtLoad {
-    ParamSetsAtLoad() {
-        EnumerateInstanceNamesOperation::buildReqParamSet();
-        EnumerateInstanceNamesOperation::buildOptParamSet();
-    }
-};
-const ParamSetsAtLoad paramSetsAtLoad;
+const OperationUtil::ParamSetsAtLoad<EnumerateInstanceNamesOperation> paramSetsAtLoad;
 
 }  // namespace
 

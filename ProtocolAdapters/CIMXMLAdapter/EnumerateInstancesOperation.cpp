@@ -21,14 +21,7 @@ std::unique_ptr<CIMXMLUtil::ParamNameSet> EnumerateInstancesOperation::optParamS
 
 namespace {
 
-// Built while the library loads, before any request can need them.
-struct ParamSetsAtLoad {
-    ParamSetsAtLoad() {
-        EnumerateInstancesOperation::buildReqParamSet();
-        EnumerateInstancesOperation::buildOptParamSet();
-    }
-};
-const ParamSetsAtLoad paramSetsAtLoad;
+const OperationUtil::ParamSetsAtLoad<EnumerateInstancesOperation> paramSetsAtLoad;
 
 }  // namespace
 

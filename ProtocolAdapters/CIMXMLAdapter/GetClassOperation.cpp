@@ -20,14 +20,7 @@ std::unique_ptr<CIMXMLUtil::ParamNameSet> GetClassOperation::optParamSet;
 
 namespace {
 
-// Built while the library loads, before any request can need them.
-struct ParamSetsAtLoad {
-    ParamSetsAtLoad() {
-        GetClassOperation::buildReqParamSet();
-        GetClassOperation::buildOptParamSet();
-    }
-};
-const ParamSetsAtLoad paramSetsAtLoad;
+const OperationUtil::ParamSetsAtLoad<GetClassOperation> paramSetsAtLoad;
 
 }  // namespace
 

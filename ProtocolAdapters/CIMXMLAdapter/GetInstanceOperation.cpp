@@ -20,14 +20,7 @@ std::unique_ptr<CIMXMLUtil::ParamNameSet> GetInstanceOperation::optParamSet;
 
 namespace {
 
-// Built while the library loads, before any request can need them.
-struct ParamSetsAtLoad {
-    ParamSetsAtLoad() {
-        GetInstanceOperation::buildReqParamSet();
-        GetInstanceOperation::buildOptParamSet();
-    }
-};
-const ParamSetsAtLoad paramSetsAtLoad;
+const OperationUtil::ParamSetsAtLoad<GetInstanceOperation> paramSetsAtLoad;
 
 }  // namespace
 

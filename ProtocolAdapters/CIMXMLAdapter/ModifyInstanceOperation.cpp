@@ -20,14 +20,7 @@ std::unique_ptr<CIMXMLUtil::ParamNameSet> ModifyInstanceOperation::optParamSet;
 
 namespace {
 
-// Built while the library loads, before any request can need them.
-struct ParamSetsAtLoad {
-    ParamSetsAtLoad() {
-        ModifyInstanceOperation::buildReqParamSet();
-        ModifyInstanceOperation::buildOptParamSet();
-    }
-};
-const ParamSetsAtLoad paramSetsAtLoad;
+const OperationUtil::ParamSetsAtLoad<ModifyInstanceOperation> paramSetsAtLoad;
 
 }  // namespace
 

@@ -20,6 +20,17 @@ namespace cimxmlpa {
 
 class OperationUtil {
   public:
+    // Builds Op's required and optional parameter-name sets when a static
+    // instance is constructed, that is while the library loads, before any
+    // request can need them.
+    template <class Op>
+    struct ParamSetsAtLoad {
+        ParamSetsAtLoad() {
+            Op::buildReqParamSet();
+            Op::buildOptParamSet();
+        }
+    };
+
     // A boolean parameter. An absent or empty value gives defaultValue; else
     // the text must be "true" or "false" in any mixture of case. Any other
     // text is logged under who as "Invalid value for <label>: <text>" and the
