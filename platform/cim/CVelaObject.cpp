@@ -11,7 +11,7 @@ void CVelaObject::addProperty(VELSmrPtr<IVelaProperty> property) {
 }
 
 void CVelaObject::addProperty(const VELString& name, VELSmrPtr<IVelaValue> value) {
-    _properties.push_back(VELSmrPtr<IVelaProperty>(new CVelaProperty(name, std::move(value))));
+    _properties.push_back(makeVELSmrPtr<CVelaProperty>(name, std::move(value)));
 }
 
 void CVelaObject::setProperty(VELSmrPtr<IVelaProperty> property) {

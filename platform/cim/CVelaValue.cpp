@@ -336,7 +336,7 @@ CVelaValue::CVelaValue(const VELSmrPtr<ValueList>& list, const VELSmrPtr<IVelaTy
 }
 
 VELSmrPtr<IVelaValue> CVelaValue::makeNull(const VELSmrPtr<IVelaType>& type) {
-    return VELSmrPtr<IVelaValue>(new CVelaValue(type));
+    return makeVELSmrPtr<CVelaValue>(type);
 }
 
 VELSmrPtr<IVelaValue> CVelaValue::makeBoolean(bool b) {

@@ -860,8 +860,8 @@ VELSmrPtr<IVelaObject> CIMXMLReader::readInstance(pugi::xml_node element,
             fail(p, "property " + quoted(parts.name.view()) + " appears twice in an instance of " +
                         instance->getClassName());
         }
-        instance->addProperty(VELSmrPtr<IVelaProperty>(new CVelaProperty(
-            std::move(parts.name), std::move(parts.type), std::move(parts.value))));
+        instance->addProperty(makeVELSmrPtr<CVelaProperty>(
+            std::move(parts.name), std::move(parts.type), std::move(parts.value)));
         element.remove_child(p);
     }
     children.end();

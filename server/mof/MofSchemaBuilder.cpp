@@ -947,8 +947,7 @@ void MofSchemaBuilder::finishInstance(std::size_t index) {
         if (value.isNull()) {
             value = CVelaValue::makeNull(def->getType());
         }
-        obj->addProperty(
-            VELSmrPtr<IVelaProperty>(new CVelaProperty(def->getName(), def->getType(), value)));
+        obj->addProperty(makeVELSmrPtr<CVelaProperty>(def->getName(), def->getType(), value));
     }
     _out[s.nameSpace].instances.push_back(obj);
 }

@@ -53,8 +53,7 @@ ClassLayout::ClassLayout(VELSmrPtr<CVelaClass> cls, std::int64_t id)
             _keys.push_back(pos);
         }
         auto null = CVelaValue::makeNull(type);
-        _nullProperties.push_back(
-            VELSmrPtr<IVelaProperty>(new CVelaProperty(def->getName(), type, null)));
+        _nullProperties.push_back(makeVELSmrPtr<CVelaProperty>(def->getName(), type, null));
         _nullValues.push_back(std::move(null));
         _properties.push_back(std::move(def));
         _types.push_back(std::move(type));

@@ -299,8 +299,8 @@ VELSmrPtr<CVelaObject> InstanceChecker::makeInstance(
         if (v.isNull() || !v->isSet()) {
             obj->addProperty(layout.nullProperty(i));
         } else {
-            obj->addProperty(VELSmrPtr<IVelaProperty>(
-                new CVelaProperty(layout.property(i)->getName(), layout.storedType(i), v)));
+            obj->addProperty(makeVELSmrPtr<CVelaProperty>(layout.property(i)->getName(),
+                                                          layout.storedType(i), v));
         }
     }
     return obj;

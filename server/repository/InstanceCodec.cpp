@@ -86,8 +86,8 @@ VELSmrPtr<CVelaObject> InstanceCodec::decode(std::string_view data, const ClassL
         if (values[i].isNull()) {
             obj->addProperty(layout.nullProperty(i));
         } else {
-            obj->addProperty(VELSmrPtr<IVelaProperty>(new CVelaProperty(
-                layout.property(i)->getName(), layout.storedType(i), std::move(values[i]))));
+            obj->addProperty(makeVELSmrPtr<CVelaProperty>(
+                layout.property(i)->getName(), layout.storedType(i), std::move(values[i])));
         }
     }
     return obj;
