@@ -16,7 +16,7 @@
 #include "CIMXMLUtil.h"
 #include "tarn/CClassSet.h"
 #include "tarn/CQualifier.h"
-#include "tarn/ClassLookup.h"
+#include "tarn/ISchemaCatalog.h"
 #include "tarn/QualifierFlavor.h"
 #include "vela/CVelaInstanceName.h"
 #include "vela/CVelaNameSpacePath.h"
@@ -74,7 +74,7 @@ void installDiskClass() {
         cls->addProperty(p);
     }
     set->addClass(kNameSpace, cls);
-    tarn::ClassLookup::install(set);
+    tarn::ISchemaCatalog::install(set);
 }
 
 // Ten properties: four strings (two of them need escapes in two instances of
@@ -142,7 +142,8 @@ const std::string& output(const VELSmrPtr<IVelaClass>& cls, bool classOrigin) {
 
 void namedInstances(benchmark::State& state, bool classOrigin) {
     VELSmrPtr<IVelaClass> cls =
-        classOrigin ? tarn::ClassLookup::getClass(kNameSpace, "TARN_Disk") : nullptr;
+        classOrigin ? tarn::ISchemaCatalog::installed()->getClass(kNameSpace, "TARN_Disk")
+                    : nullptr;
     const std::size_t bytes = output(cls, classOrigin).size();
     FixedBuffer buf(bytes + 4096);
     std::ostream os(&buf);

@@ -14,17 +14,15 @@
 #include "core/ObjectManagerContext.h"
 #include "core/SignalWaiter.h"
 #include "core/StateDirectory.h"
+#include "core/WorkerPool.h"
 #include "handler/OperationHandler.h"
-#include "handler/ProviderRegistry.h"
-#include "handler/RepositoryCatalog.h"
 #include "http/HTTPServer.h"
-#include "http/WorkerPool.h"
+#include "providers/ProviderRegistry.h"
 #include "providers/RepositoryInstanceProvider.h"
 #include "repository/DefaultSchema.h"
 #include "repository/Repository.h"
 #include "security/TLSCertificate.h"
 #include "security/UsersFile.h"
-#include "tarn/ClassLookup.h"
 #include "tarn/TraceLog.h"
 #include "vela/AdapterUtils.h"
 #include "vela/AuthenticationHelper.h"
@@ -87,12 +85,14 @@ VELString configuredFile(const tarn::StateDirectory& state, const char* section,
 
 // Opens the repository of the state directory, building it from the schema
 // directory's MOF when it is new (all or nothing: an interrupted first start
-// builds it again on the next), and makes its classes the process's class lookup.
+// builds it again on the next), and makes its catalog the process's catalog.
 std::unique_ptr<tarn::Repository> openRepository(const tarn::StateDirectory& state,
                                                  const tarn::CommandLine& options,
-                                                 tarn::ObjectManagerContext& context) {
+                                                 std::shared_ptr<tarn::SchemaCatalog> catalog) {
     VELString path = state.path(tarn::Repository::FILE_NAME);
-    auto repository = std::make_unique<tarn::Repository>(path);
+    tarn::Repository::Options repositoryOptions;
+    repositoryOptions.catalog = std::move(catalog);
+    auto repository = std::make_unique<tarn::Repository>(path, repositoryOptions);
     VELString configured = options.schemaDir;
     if (configured.isNull()) {
         TARNConfigManager::getInstance().getString("Repository", "SchemaDir", configured);
@@ -102,12 +102,8 @@ std::unique_ptr<tarn::Repository> openRepository(const tarn::StateDirectory& sta
         AdapterUtils::log(WHO, "Repository " + path + " created from the schema in " + schemaDir,
                           3);
     }
-    std::shared_ptr<tarn::SchemaCache> schema = repository->getSchemaCache();
-    tarn::ClassLookup::install(schema);
-    context.setClassLookup([schema](const VELString& nameSpace, const VELString& className) {
-        return schema->getClass(nameSpace, className);
-    });
-    auto current = schema->current();
+    tarn::ISchemaCatalog::install(repository->catalog());
+    auto current = repository->catalog()->current();
     AdapterUtils::log(WHO,
                       "Repository " + path + ": " +
                           VELString::valueOf(current->nameSpaceNames().size()) + " namespaces, " +
@@ -139,9 +135,10 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     portInfo->setPortData(ports);
     state.ensurePortSettings(portPath, *portInfo);
 
-    tarn::ObjectManagerContext context(portInfo);
+    auto catalog = std::make_shared<tarn::SchemaCatalog>(state.path(tarn::Repository::FILE_NAME));
+    tarn::ObjectManagerContext context(portInfo, *catalog);
     context.setState(IVelaOperationHandlerContext::STARTING);
-    std::unique_ptr<tarn::Repository> repository = openRepository(state, options, context);
+    std::unique_ptr<tarn::Repository> repository = openRepository(state, options, catalog);
 
     // Providers: the repository serves every class no provider module claims.
     tarn::ProviderRegistry providers;
@@ -153,8 +150,7 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     std::uint32_t providerThreads = tarn::HTTPServerConfig::fromConfiguration().workerThreads;
     TARNConfigManager::getInstance().getUint32("TARN", "ProviderThreads", providerThreads);
     tarn::WorkerPool providerPool(std::clamp<std::uint32_t>(providerThreads, 1, 1024));
-    tarn::RepositoryCatalog catalog(*repository);
-    tarn::OperationHandler handler(catalog, providers, providerPool);
+    tarn::OperationHandler handler(*catalog, providers, providerPool);
     context.setOperationHandler(&handler);
 
     std::uint32_t cacheSeconds = 300;

@@ -179,7 +179,7 @@ int main(int argc, char** argv) {
     }
 
     tarn::MofCompiler compiler(std::move(options),
-                               repository ? repository->getSchemaCache().get() : nullptr);
+                               repository ? repository->catalog().get() : nullptr);
     for (const auto& f : files) {
         compiler.compileFile(f);
     }

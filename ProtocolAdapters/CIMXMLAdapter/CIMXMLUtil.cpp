@@ -7,7 +7,7 @@
 #include <typeinfo>
 #include <unordered_set>
 
-#include "tarn/ClassLookup.h"
+#include "tarn/ISchemaCatalog.h"
 #include "tarn/QualifierFlavor.h"
 #include "tarn/VELRegExp.h"
 #include "vela/AdapterException.h"
@@ -730,7 +730,8 @@ VELSmrPtr<IVelaClass> CIMXMLUtil::getVelaClass(const IVelaObject& obj) {
     try {
         nameSpace = classNamespaceOf(obj);
         className = obj.getClassName();
-        return tarn::ClassLookup::getClass(nameSpace, className);
+        const tarn::ISchemaCatalog* catalog = tarn::ISchemaCatalog::installed();
+        return catalog ? catalog->getClass(nameSpace, className) : VELSmrPtr<IVelaClass>();
     } catch (const VelaBaseException& e) {
         AdapterUtils::log(
             source,

@@ -1,7 +1,8 @@
-// tarn::CClassSet: an in-memory set of namespaces, qualifier declarations and
-// classes, with inheritance resolved as classes are added. The MOF compiler
-// fills one; tests use one as the class lookup. Not synchronised: fill it on
-// one thread, then share it read-only.
+// tarn::CClassSet: an in-memory schema catalog: namespaces, qualifier
+// declarations and classes, with inheritance resolved as classes are added.
+// The MOF compiler fills one when it writes into no repository; tests use one
+// as their catalog. Not synchronised: fill it on one thread, then share it
+// read-only.
 #pragma once
 
 #include <map>
@@ -9,25 +10,27 @@
 #include <unordered_map>
 #include <vector>
 
-#include "tarn/IClassLookup.h"
-#include "tarn/IQualifierDef.h"
+#include "tarn/ISchemaCatalog.h"
 #include "vela/CVelaClass.h"
 
 namespace tarn {
 
-class CClassSet : public IClassLookup {
+class CClassSet : public ISchemaCatalog {
   public:
     CClassSet() = default;
 
+    std::uint64_t generation() const override { return _generation; }
+
     void addNameSpace(const VELString& nameSpace);
-    bool hasNameSpace(const VELString& nameSpace) const;
-    std::vector<VELString> getNameSpaces() const;
+    bool hasNameSpace(const VELString& nameSpace) const override;
+    std::vector<VELString> getNameSpaces() const override;
 
     // Adds or replaces a qualifier declaration (creating the namespace).
     void addQualifierDef(const VELString& nameSpace, const VELSmrPtr<IQualifierDef>& def);
     VELSmrPtr<IQualifierDef> getQualifierDef(const VELString& nameSpace,
-                                             const VELString& name) const;
-    std::vector<VELSmrPtr<IQualifierDef>> getQualifierDefs(const VELString& nameSpace) const;
+                                             const VELString& name) const override;
+    std::vector<VELSmrPtr<IQualifierDef>> getQualifierDefs(
+        const VELString& nameSpace) const override;
 
     // Resolves the class against its superclass, which must already be in
     // the namespace, and adds it (creating the namespace). Throws
@@ -43,12 +46,9 @@ class CClassSet : public IClassLookup {
 
     VELSmrPtr<IVelaClass> getClass(const VELString& nameSpace,
                                    const VELString& className) const override;
-    // All classes of the namespace, superclasses before subclasses.
-    std::vector<VELSmrPtr<IVelaClass>> getClasses(const VELString& nameSpace) const;
-    // Names of the direct (or, with deep, all) subclasses; with an empty
-    // className, the root classes (or all classes).
-    std::vector<VELString> getSubclassNames(const VELString& nameSpace, const VELString& className,
-                                            bool deep) const;
+    std::vector<VELSmrPtr<IVelaClass>> getSubclasses(const VELString& nameSpace,
+                                                     const VELString& className,
+                                                     bool deep) const override;
     std::size_t classCount() const;
 
   private:
@@ -72,6 +72,7 @@ class CClassSet : public IClassLookup {
     const NameSpace* find(const VELString& nameSpace) const;
 
     std::map<VELString, NameSpace, VELStringLessIgnoreCase> _nameSpaces;
+    std::uint64_t _generation = 1;
 };
 
 }  // namespace tarn

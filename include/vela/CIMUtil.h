@@ -28,7 +28,7 @@ class CIMUtil {
     // True when xmlEncode would change the text.
     static bool needsXmlEncoding(std::string_view text);
 
-    // True when the class (looked up through tarn::ClassLookup) declares the
+    // True when the class (looked up in the installed tarn::ISchemaCatalog) declares the
     // property as a string key marked with REFERENCE_KEY_QUALIFIER.
     static bool isReferenceQualified(const VELString& nameSpace, const VELString& className,
                                      const VELString& propertyName);

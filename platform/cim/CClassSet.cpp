@@ -9,6 +9,7 @@ CClassSet::NameSpace& CClassSet::ensure(const VELString& nameSpace) {
     if (it == _nameSpaces.end()) {
         it = _nameSpaces.emplace(nameSpace, NameSpace{}).first;
         it->second.name = nameSpace;
+        ++_generation;
     }
     return it->second;
 }
@@ -36,6 +37,7 @@ std::vector<VELString> CClassSet::getNameSpaces() const {
 
 void CClassSet::addQualifierDef(const VELString& nameSpace, const VELSmrPtr<IQualifierDef>& def) {
     NameSpace& ns = ensure(nameSpace);
+    ++_generation;
     auto it = ns.qualifierIndex.find(def->getName());
     if (it != ns.qualifierIndex.end()) {
         ns.qualifiers[it->second] = def;
@@ -104,6 +106,7 @@ VELSmrPtr<IVelaClass> CClassSet::checkNewClass(const NameSpace& ns, const CVelaC
 
 void CClassSet::insert(NameSpace& ns, const VELSmrPtr<CVelaClass>& cls) {
     std::size_t pos = ns.classes.size();
+    ++_generation;
     ns.classes.push_back(cls);
     ns.classIndex.emplace(cls->getName(), pos);
     ns.children[cls->getSuperClassName()].push_back(pos);
@@ -119,14 +122,10 @@ VELSmrPtr<IVelaClass> CClassSet::getClass(const VELString& nameSpace,
     return it == ns->classIndex.end() ? VELSmrPtr<IVelaClass>() : ns->classes[it->second];
 }
 
-std::vector<VELSmrPtr<IVelaClass>> CClassSet::getClasses(const VELString& nameSpace) const {
-    const NameSpace* ns = find(nameSpace);
-    return ns ? ns->classes : std::vector<VELSmrPtr<IVelaClass>>();
-}
-
-std::vector<VELString> CClassSet::getSubclassNames(const VELString& nameSpace,
-                                                   const VELString& className, bool deep) const {
-    std::vector<VELString> out;
+std::vector<VELSmrPtr<IVelaClass>> CClassSet::getSubclasses(const VELString& nameSpace,
+                                                            const VELString& className,
+                                                            bool deep) const {
+    std::vector<VELSmrPtr<IVelaClass>> out;
     const NameSpace* ns = find(nameSpace);
     if (!ns) {
         return out;
@@ -139,10 +138,9 @@ std::vector<VELString> CClassSet::getSubclassNames(const VELString& nameSpace,
             continue;
         }
         for (std::size_t pos : it->second) {
-            const VELString& name = ns->classes[pos]->getName();
-            out.push_back(name);
+            out.push_back(ns->classes[pos]);
             if (deep) {
-                queue.push_back(name);
+                queue.push_back(ns->classes[pos]->getName());
             }
         }
     }

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "tarn/ClassLookup.h"
+#include "tarn/ISchemaCatalog.h"
 #include "tarn/QualifierList.h"
 
 const VELString CIMUtil::REFERENCE_KEY_QUALIFIER = "TARN_ReferenceKey";
@@ -164,6 +164,7 @@ namespace {
 // The last class looked up by this thread: writing many instances of one
 // class asks about the same class again and again.
 struct ClassCache {
+    const tarn::ISchemaCatalog* catalog = nullptr;
     std::uint64_t generation = 0;
     VELString nameSpace;
     VELString className;
@@ -173,14 +174,17 @@ struct ClassCache {
 
 const ClassCache& cachedClass(const VELString& nameSpace, const VELString& className) {
     thread_local ClassCache cache;
-    std::uint64_t gen = tarn::ClassLookup::generation();
-    if (cache.generation == gen && cache.className == className && cache.nameSpace == nameSpace) {
+    const tarn::ISchemaCatalog* catalog = tarn::ISchemaCatalog::installed();
+    std::uint64_t gen = catalog ? catalog->generation() : 0;
+    if (cache.catalog == catalog && cache.generation == gen && cache.className == className &&
+        cache.nameSpace == nameSpace) {
         return cache;
     }
+    cache.catalog = catalog;
     cache.generation = gen;
     cache.nameSpace = nameSpace;
     cache.className = className;
-    cache.cls = tarn::ClassLookup::getClass(nameSpace, className);
+    cache.cls = catalog ? catalog->getClass(nameSpace, className) : VELSmrPtr<IVelaClass>();
     cache.hasReferenceKeys = false;
     if (!cache.cls.isNull()) {
         for (const VELString& key : cache.cls->getKeyNames()) {

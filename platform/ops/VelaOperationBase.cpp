@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "tarn/CIMStatus.h"
 #include "tarn/IOperationHandler.h"
 #include "tarn/security/ISecurityToken.h"
 #include "vela/AdapterUtils.h"
@@ -112,19 +113,20 @@ void VelaOperationBase::process(VELGenericHTTPOStream& out, const VELSmrPtr<IVel
             _handlerContext ? _handlerContext->getOperationHandler() : nullptr;
         if (handler == nullptr) {
             setErrorContext(VELSmrPtr<VelaBaseException>(new VelaBaseException(
-                "CIM", _operationName, "process", "no operation handler is available", 7)));
-            setErrorCode(7);
+                "CIM", _operationName, "process", "no operation handler is available",
+                tarn::CIM_ERR_NOT_SUPPORTED)));
+            setErrorCode(tarn::CIM_ERR_NOT_SUPPORTED);
         } else {
             try {
                 handler->processOperation(self);
             } catch (const VelaBaseException& e) {
                 // The handler reports failures on the operation; this is a last guard.
                 setErrorContext(VELSmrPtr<VelaBaseException>(new VelaBaseException(e)));
-                setErrorCode(e.getCode() == 0 ? 1 : e.getCode());
+                setErrorCode(e.getCode() == 0 ? tarn::CIM_ERR_FAILED : e.getCode());
             } catch (const std::exception& e) {
-                setErrorContext(VELSmrPtr<VelaBaseException>(
-                    new VelaBaseException("CIM", _operationName, "process", e.what(), 1)));
-                setErrorCode(1);
+                setErrorContext(VELSmrPtr<VelaBaseException>(new VelaBaseException(
+                    "CIM", _operationName, "process", e.what(), tarn::CIM_ERR_FAILED)));
+                setErrorCode(tarn::CIM_ERR_FAILED);
             }
         }
     }

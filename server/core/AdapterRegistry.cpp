@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/VelaBaseException.h"
 
@@ -36,7 +37,7 @@ void AdapterRegistry::load(const VELString& path) {
         ::dlclose(library);
         throw VelaBaseException(
             "Plugin", WHO, "load",
-            "'" + path + "' does not export " + VELA_PROTOCOL_ADAPTER_ENTRY_POINT, 1);
+            "'" + path + "' does not export " + VELA_PROTOCOL_ADAPTER_ENTRY_POINT, CIM_ERR_FAILED);
     }
     auto create = reinterpret_cast<GetVelaProtocolAdapterFunction>(symbol);
     IVelaProtocolAdapter* adapter = nullptr;
@@ -50,12 +51,14 @@ void AdapterRegistry::load(const VELString& path) {
     } catch (const std::exception& e) {
         ::dlclose(library);
         throw VelaBaseException("Plugin", WHO, "load",
-                                "the adapter of '" + path + "' failed to start: " + e.what(), 1);
+                                "the adapter of '" + path + "' failed to start: " + e.what(),
+                                CIM_ERR_FAILED);
     }
     if (!adapter) {
         ::dlclose(library);
         throw VelaBaseException("Plugin", WHO, "load",
-                                "the entry point of '" + path + "' returned no adapter", 1);
+                                "the entry point of '" + path + "' returned no adapter",
+                                CIM_ERR_FAILED);
     }
     _entries.push_back(Entry{adapter, library, path});
     AdapterUtils::log(WHO,

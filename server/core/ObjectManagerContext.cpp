@@ -9,8 +9,9 @@ namespace {
 const char* const WHO = "tarn::ObjectManagerContext";
 }
 
-ObjectManagerContext::ObjectManagerContext(VELSmrPtr<PortInfo> portInfo)
-    : _portInfo(portInfo ? portInfo : makeVELSmrPtr<PortInfo>()) {}
+ObjectManagerContext::ObjectManagerContext(VELSmrPtr<PortInfo> portInfo,
+                                           const ISchemaCatalog& schema)
+    : _portInfo(portInfo ? portInfo : makeVELSmrPtr<PortInfo>()), _schema(schema) {}
 
 IVelaOperationHandlerContext::CIMOMState ObjectManagerContext::getCurrentState() const {
     return _state.load();
@@ -65,21 +66,7 @@ VELString ObjectManagerContext::getHostName() const {
 
 VELSmrPtr<IVelaClass> ObjectManagerContext::getClass(const VELString& nameSpace,
                                                      const VELString& className) {
-    std::shared_ptr<const ClassLookup> lookup;
-    {
-        std::lock_guard<std::mutex> lock(_m);
-        lookup = _classLookup;
-    }
-    if (!lookup || !*lookup) {
-        return nullptr;
-    }
-    return (*lookup)(nameSpace, className);
-}
-
-void ObjectManagerContext::setClassLookup(ClassLookup lookup) {
-    auto p = lookup ? std::make_shared<const ClassLookup>(std::move(lookup)) : nullptr;
-    std::lock_guard<std::mutex> lock(_m);
-    _classLookup = std::move(p);
+    return _schema.getClass(nameSpace, className);
 }
 
 IOperationHandler* ObjectManagerContext::getOperationHandler() {

@@ -1,26 +1,20 @@
 // tarn::ObjectManagerContext: tarnd's operation-handler context, the one
-// object through which protocol adapters reach the object manager.
-//
-// Class lookup goes through a replaceable hook; until the repository installs
-// one, getClass answers null (no class is known).
+// object through which protocol adapters reach the object manager. Classes
+// come from the schema catalog it is built with.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
-#include <memory>
-#include <mutex>
 
+#include "tarn/ISchemaCatalog.h"
 #include "vela/IVelaOperationHandlerContext.h"
 
 namespace tarn {
 
 class ObjectManagerContext : public IVelaOperationHandlerContext {
   public:
-    using ClassLookup = std::function<VELSmrPtr<IVelaClass>(const VELString& nameSpace,
-                                                            const VELString& className)>;
-
-    explicit ObjectManagerContext(VELSmrPtr<PortInfo> portInfo);
+    // The catalog must outlive the context.
+    ObjectManagerContext(VELSmrPtr<PortInfo> portInfo, const ISchemaCatalog& schema);
 
     CIMOMState getCurrentState() const override;
     // Changes the state and logs "Object manager state: " + name (severity 3).
@@ -34,8 +28,6 @@ class ObjectManagerContext : public IVelaOperationHandlerContext {
     VELString getHostName() const override;
 
     VELSmrPtr<IVelaClass> getClass(const VELString& nameSpace, const VELString& className) override;
-    // Installs the class lookup (null removes it). Thread-safe.
-    void setClassLookup(ClassLookup lookup);
 
     IOperationHandler* getOperationHandler() override;
     // Installs the operation handler before the server starts; it must
@@ -46,8 +38,7 @@ class ObjectManagerContext : public IVelaOperationHandlerContext {
     std::atomic<CIMOMState> _state{STARTING};
     std::atomic<std::uint64_t> _requests{0};
     VELSmrPtr<PortInfo> _portInfo;
-    mutable std::mutex _m;
-    std::shared_ptr<const ClassLookup> _classLookup;
+    const ISchemaCatalog& _schema;
     std::atomic<IOperationHandler*> _handler{nullptr};
 };
 

@@ -11,6 +11,7 @@
 #include "security/PasswordHash.h"
 #include "security/TLSCertificate.h"
 #include "security/UsersFile.h"
+#include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/VelaBaseException.h"
 
@@ -71,7 +72,8 @@ void StateDirectory::prepare() const {
     if (ec) {
         throw VelaBaseException(
             "IO", WHO, "prepare",
-            "cannot create state directory '" + _dir + "': " + VELString(ec.message()), 1);
+            "cannot create state directory '" + _dir + "': " + VELString(ec.message()),
+            CIM_ERR_FAILED);
     }
     ::chmod(_dir.c_str(), 0700);
 }
@@ -92,7 +94,8 @@ void StateDirectory::writeFile(const VELString& path, const VELString& content, 
             ::close(fd);
         }
         ::unlink(tmp.c_str());
-        throw VelaBaseException("IO", WHO, "writeFile", "cannot write '" + path + "': " + why, 1);
+        throw VelaBaseException("IO", WHO, "writeFile", "cannot write '" + path + "': " + why,
+                                CIM_ERR_FAILED);
     };
     if (fd < 0) {
         fail();

@@ -11,6 +11,7 @@
 #include <span>
 
 #include "http/HTTPServer.h"
+#include "tarn/CIMStatus.h"
 #include "tarn/security/SecurityToken.h"
 #include "vela/AdapterUtils.h"
 #include "vela/VELGenericHTTPIStream.h"
@@ -440,8 +441,9 @@ void HTTPConnection::writeAll(const std::string_view* parts, std::size_t count) 
 void HTTPConnection::fail(const char* what, const error_code& ec) {
     VELString why =
         ec == asio::error::timed_out ? VELString("the deadline passed") : VELString(ec.message());
-    throw VELNetException(
-        WHO, VELString("Connection failed while ") + what + " " + _peer + ": " + why, 1);
+    throw VELNetException(WHO,
+                          VELString("Connection failed while ") + what + " " + _peer + ": " + why,
+                          CIM_ERR_FAILED);
 }
 
 void HTTPConnection::serve() {

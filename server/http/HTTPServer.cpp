@@ -5,6 +5,7 @@
 #include <future>
 
 #include "http/HTTPConnection.h"
+#include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/VelaBaseException.h"
 
@@ -32,7 +33,8 @@ HTTPServer::~HTTPServer() {
 
 std::uint16_t HTTPServer::listen(const VELString& address, std::uint16_t port, bool secure) {
     if (secure && !_tls) {
-        throw VelaBaseException("Network", WHO, "listen", "a secure port needs a TLS context", 1);
+        throw VelaBaseException("Network", WHO, "listen", "a secure port needs a TLS context",
+                                CIM_ERR_FAILED);
     }
     try {
         asio::ip::tcp::endpoint endpoint(asio::ip::make_address(address.str()), port);

@@ -25,8 +25,8 @@
 
 #include "core/AdapterRegistry.h"
 #include "core/ObjectManagerContext.h"
+#include "core/WorkerPool.h"
 #include "http/HTTPServerConfig.h"
-#include "http/WorkerPool.h"
 
 namespace tarn {
 

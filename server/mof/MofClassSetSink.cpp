@@ -56,16 +56,6 @@ void MofClassSetSink::abort() noexcept {
     _pending.clear();
 }
 
-VELSmrPtr<IQualifierDef> MofClassSetSink::getQualifierDef(const VELString& nameSpace,
-                                                          const VELString& name) const {
-    return _set->getQualifierDef(nameSpace, name);
-}
-
-VELSmrPtr<IVelaClass> MofClassSetSink::getClass(const VELString& nameSpace,
-                                                const VELString& className) const {
-    return _set->getClass(nameSpace, className);
-}
-
 std::vector<VELSmrPtr<IVelaObject>> MofClassSetSink::getInstances(
     const VELString& nameSpace) const {
     auto it = _instances.find(nameSpace);

@@ -1,7 +1,7 @@
 // tarn::MofClassSetSink: keeps the result of MOF compilations in memory, in a
 // tarn::CClassSet (qualifier declarations and classes) and a list of
-// instances per namespace. It is also the context of later compilations, so
-// that a schema can be compiled in several steps. A compilation's result is
+// instances per namespace. Its class set can be the catalog of later
+// compilations, so that a schema can be compiled in several steps. A compilation's result is
 // applied at commit only, and only when all its classes can be added.
 #pragma once
 
@@ -9,13 +9,12 @@
 #include <memory>
 #include <vector>
 
-#include "mof/IMofContext.h"
 #include "mof/IMofSink.h"
 #include "tarn/CClassSet.h"
 
 namespace tarn {
 
-class MofClassSetSink : public IMofSink, public IMofContext {
+class MofClassSetSink : public IMofSink {
   public:
     explicit MofClassSetSink(std::shared_ptr<CClassSet> set = std::make_shared<CClassSet>());
 
@@ -27,11 +26,6 @@ class MofClassSetSink : public IMofSink, public IMofContext {
     // Throws VelaBaseException (code 11) when a class already exists; then nothing is applied.
     void commit() override;
     void abort() noexcept override;
-
-    VELSmrPtr<IQualifierDef> getQualifierDef(const VELString& nameSpace,
-                                             const VELString& name) const override;
-    VELSmrPtr<IVelaClass> getClass(const VELString& nameSpace,
-                                   const VELString& className) const override;
 
     const std::shared_ptr<CClassSet>& classSet() const { return _set; }
     // The instances of a namespace, in the order they were compiled.

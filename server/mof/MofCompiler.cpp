@@ -82,7 +82,7 @@ std::string trimSlashes(const std::string& s) {
 
 }  // namespace
 
-MofCompiler::MofCompiler(MofOptions options, const IMofContext* context)
+MofCompiler::MofCompiler(MofOptions options, const ISchemaCatalog* context)
     : _options(std::move(options)),
       _context(context),
       _diag(_options.limits.maxErrors, _options.onDiagnostic) {

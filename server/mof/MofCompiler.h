@@ -19,13 +19,13 @@
 #include <string_view>
 #include <vector>
 
-#include "mof/IMofContext.h"
 #include "mof/IMofSink.h"
 #include "mof/MofDiagnostics.h"
 #include "mof/MofOptions.h"
 #include "mof/MofParser.h"
 #include "mof/MofSchemaBuilder.h"
 #include "mof/MofSyntax.h"
+#include "tarn/ISchemaCatalog.h"
 
 namespace tarn {
 
@@ -43,7 +43,7 @@ class MofCompiler : private MofParser::Host {
 
     // context (may be null) holds the qualifiers and classes the MOF may use
     // without declaring them; it must outlive the compiler.
-    explicit MofCompiler(MofOptions options = {}, const IMofContext* context = nullptr);
+    explicit MofCompiler(MofOptions options = {}, const ISchemaCatalog* context = nullptr);
     ~MofCompiler() override;
     MofCompiler(const MofCompiler&) = delete;
     MofCompiler& operator=(const MofCompiler&) = delete;
@@ -82,7 +82,7 @@ class MofCompiler : private MofParser::Host {
     void reportProgress();
 
     MofOptions _options;
-    const IMofContext* _context;
+    const ISchemaCatalog* _context;
     MofDiagnostics _diag;
     MofSyntaxTree _tree;
     std::vector<std::string> _nameSpaces;

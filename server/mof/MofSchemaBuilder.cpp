@@ -108,7 +108,7 @@ const VELString& stringValue(const VELSmrPtr<IQualifier>& q) {
 
 }  // namespace
 
-MofSchemaBuilder::MofSchemaBuilder(MofDiagnostics& diag, const IMofContext* context,
+MofSchemaBuilder::MofSchemaBuilder(MofDiagnostics& diag, const ISchemaCatalog* context,
                                    const MofLimits& limits,
                                    std::function<void(const MofProgress&)> progress)
     : _diag(diag), _context(context), _limits(limits), _progress(std::move(progress)) {}

@@ -10,12 +10,12 @@
 #include <unordered_map>
 #include <vector>
 
-#include "mof/IMofContext.h"
 #include "mof/MofDiagnostics.h"
 #include "mof/MofOptions.h"
 #include "mof/MofSyntax.h"
 #include "mof/MofValueConverter.h"
 #include "tarn/CQualifierDef.h"
+#include "tarn/ISchemaCatalog.h"
 #include "vela/CVelaClass.h"
 #include "vela/CVelaInstanceName.h"
 #include "vela/IVelaObject.h"
@@ -35,7 +35,7 @@ class MofSchemaBuilder {
         std::vector<VELSmrPtr<IVelaObject>> instances;
     };
 
-    MofSchemaBuilder(MofDiagnostics& diag, const IMofContext* context, const MofLimits& limits,
+    MofSchemaBuilder(MofDiagnostics& diag, const ISchemaCatalog* context, const MofLimits& limits,
                      std::function<void(const MofProgress&)> progress);
 
     // Builds and checks everything in the tree, whose literals are consumed.
@@ -138,7 +138,7 @@ class MofSchemaBuilder {
     void progress(MofProgress::Stage stage);
 
     MofDiagnostics& _diag;
-    const IMofContext* _context;
+    const ISchemaCatalog* _context;
     const MofLimits& _limits;
     std::function<void(const MofProgress&)> _progress;
 

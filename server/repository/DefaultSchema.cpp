@@ -8,6 +8,7 @@
 
 #include "mof/MofCompiler.h"
 #include "repository/RepositoryMofSink.h"
+#include "tarn/CIMStatus.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
@@ -40,7 +41,7 @@ bool DefaultSchema::ensure(Repository& repository, const VELString& schemaDir) {
     std::filesystem::path entry = std::filesystem::path(schemaDir.str()) / ENTRY_FILE;
     MofOptions options;
     options.defaultNameSpace = "root/cimv2";
-    MofCompiler compiler(options, repository.getSchemaCache().get());
+    MofCompiler compiler(options, repository.catalog().get());
     compiler.compileFile(entry.string());
     RepositoryMofSink sink(repository);
     char when[32] = {};
@@ -62,7 +63,8 @@ bool DefaultSchema::ensure(Repository& repository, const VELString& schemaDir) {
             }
             message += " " + d.toString() + ";";
         }
-        throw VelaBaseException("Repository", "tarn::DefaultSchema", "ensure", message, 1);
+        throw VelaBaseException("Repository", "tarn::DefaultSchema", "ensure", message,
+                                CIM_ERR_FAILED);
     }
     return true;
 }

@@ -5,6 +5,7 @@
 
 #include "repository/RepositoryError.h"
 #include "repository/ValueCodec.h"
+#include "tarn/CIMStatus.h"
 #include "vela/CVelaInstanceName.h"
 #include "vela/CVelaProperty.h"
 #include "vela/CVelaType.h"
@@ -70,7 +71,7 @@ VELSmrPtr<IVelaInstanceName> InstanceChecker::typeReference(const VELSmrPtr<IVel
                                                             const VELString& expectedClass,
                                                             std::size_t depth) const {
     if (depth > ValueCodec::MAX_DEPTH) {
-        E::raise(E::INVALID_PARAMETER, "typeReference",
+        E::raise(CIM_ERR_INVALID_PARAMETER, "typeReference",
                  "references nest more than " + VELString::valueOf(ValueCodec::MAX_DEPTH) +
                      " levels deep");
     }
@@ -91,7 +92,7 @@ VELSmrPtr<IVelaInstanceName> InstanceChecker::typeReference(const VELSmrPtr<IVel
     }
     if (!expectedClass.isNull() && !target->cls()->isA(expectedClass)) {
         E::raise(
-            E::TYPE_MISMATCH, "typeReference",
+            CIM_ERR_TYPE_MISMATCH, "typeReference",
             "the reference names class " + target->name() + ", which is not a " + expectedClass);
     }
     auto typed = makeVELSmrPtr<CVelaInstanceName>(target->name(), path);
@@ -101,13 +102,13 @@ VELSmrPtr<IVelaInstanceName> InstanceChecker::typeReference(const VELSmrPtr<IVel
         auto kb = ref->getKeyBinding(i);
         long pos = target->indexOf(kb->getPropertyName());
         if (pos < 0 || !target->isKey(static_cast<std::size_t>(pos))) {
-            E::raise(E::INVALID_PARAMETER, "typeReference",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "typeReference",
                      kb->getPropertyName() + " is not a key property of class " + target->name());
         }
         auto p = static_cast<std::size_t>(pos);
         if (seen[p]) {
             E::raise(
-                E::INVALID_PARAMETER, "typeReference",
+                CIM_ERR_INVALID_PARAMETER, "typeReference",
                 "key " + kb->getPropertyName() + " of class " + target->name() + " is given twice");
         }
         seen[p] = true;
@@ -116,7 +117,7 @@ VELSmrPtr<IVelaInstanceName> InstanceChecker::typeReference(const VELSmrPtr<IVel
     }
     for (std::size_t k : target->keys()) {
         if (!seen[k]) {
-            E::raise(E::INVALID_PARAMETER, "typeReference",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "typeReference",
                      "the reference lacks key " + target->property(k)->getName() + " of class " +
                          target->name());
         }
@@ -133,14 +134,14 @@ VELSmrPtr<IVelaValue> InstanceChecker::toEmbedded(const ClassLayout& layout, std
             return CVelaValue::Scalar();
         }
         if (v.getType()->getTypeId() != CIMTypeId::Object || v.isUntyped()) {
-            E::raise(E::TYPE_MISMATCH, "typeValue",
+            E::raise(CIM_ERR_TYPE_MISMATCH, "typeValue",
                      isText(v)
                          ? VELString("embedded instances must be given as instances, not "
                                      "as text")
                          : "a " + v.getType()->getName() + " value cannot be an embedded instance");
         }
         if (v.getType()->isClass()) {
-            E::raise(E::NOT_SUPPORTED, "typeValue",
+            E::raise(CIM_ERR_NOT_SUPPORTED, "typeValue",
                      "the repository does not store embedded classes");
         }
         VELSmrPtr<IVelaObject> obj = v.getObject();
@@ -148,7 +149,7 @@ VELSmrPtr<IVelaValue> InstanceChecker::toEmbedded(const ClassLayout& layout, std
             const ClassLayout* c = _ns.findClass(obj->getClassName());
             if (!c || !c->cls()->isA(required)) {
                 E::raise(
-                    E::TYPE_MISMATCH, "typeValue",
+                    CIM_ERR_TYPE_MISMATCH, "typeValue",
                     "the embedded instance of " + obj->getClassName() + " is not a " + required);
             }
         }
@@ -156,12 +157,13 @@ VELSmrPtr<IVelaValue> InstanceChecker::toEmbedded(const ClassLayout& layout, std
     };
     if (!target->isArray()) {
         if (value->getType()->isArray()) {
-            E::raise(E::TYPE_MISMATCH, "typeValue", "an array given where one value is expected");
+            E::raise(CIM_ERR_TYPE_MISMATCH, "typeValue",
+                     "an array given where one value is expected");
         }
         return makeVELSmrPtr<CVelaValue>(target, one(*value));
     }
     if (!value->getType()->isArray()) {
-        E::raise(E::TYPE_MISMATCH, "typeValue", "one value given where an array is expected");
+        E::raise(CIM_ERR_TYPE_MISMATCH, "typeValue", "one value given where an array is expected");
     }
     auto elements = std::make_shared<CVelaValue::ScalarArray>();
     auto list = value->getArray();
@@ -191,7 +193,7 @@ VELSmrPtr<IVelaValue> InstanceChecker::typeFor(const ClassLayout& layout, std::s
             case ClassLayout::Kind::ReferenceKey: {
                 VELSmrPtr<IVelaInstanceName> ref;
                 if (value->getType()->isArray()) {
-                    E::raise(E::TYPE_MISMATCH, "typeValue",
+                    E::raise(CIM_ERR_TYPE_MISMATCH, "typeValue",
                              "an array given where one reference is expected");
                 }
                 if (!value->isUntyped() && value->getType()->isReference()) {
@@ -200,10 +202,10 @@ VELSmrPtr<IVelaValue> InstanceChecker::typeFor(const ClassLayout& layout, std::s
                     try {
                         ref = CVelaInstanceName::parse(value->getString());
                     } catch (const VelaBaseException& e) {
-                        E::raise(E::TYPE_MISMATCH, "typeValue", e.getMessage());
+                        E::raise(CIM_ERR_TYPE_MISMATCH, "typeValue", e.getMessage());
                     }
                 } else {
-                    E::raise(E::TYPE_MISMATCH, "typeValue",
+                    E::raise(CIM_ERR_TYPE_MISMATCH, "typeValue",
                              "a " + value->getType()->getName() + " value cannot be a reference");
                 }
                 typed = makeVELSmrPtr<CVelaValue>(
@@ -233,16 +235,16 @@ VELSmrPtr<IVelaValue> InstanceChecker::typeFor(const ClassLayout& layout, std::s
                 break;
         }
     } catch (const VelaBaseException& e) {
-        int code = e.getCode();
-        if (code != E::INVALID_PARAMETER && code != E::NOT_SUPPORTED) {
-            code = E::TYPE_MISMATCH;
+        CIMStatus code = CIM_ERR_TYPE_MISMATCH;
+        if (e.getCode() == CIM_ERR_INVALID_PARAMETER || e.getCode() == CIM_ERR_NOT_SUPPORTED) {
+            code = static_cast<CIMStatus>(e.getCode());
         }
         E::raise(
             code, "typeValue",
             "property " + def.getName() + " of class " + layout.name() + ": " + e.getMessage());
     }
     if (def.getArraySize() > 0 && typed->isSet() && typed->getArraySize() > def.getArraySize()) {
-        E::raise(E::TYPE_MISMATCH, "typeValue",
+        E::raise(CIM_ERR_TYPE_MISMATCH, "typeValue",
                  "property " + def.getName() + " of class " + layout.name() + " holds at most " +
                      VELString::valueOf(def.getArraySize()) + " elements, not " +
                      VELString::valueOf(typed->getArraySize()));
@@ -309,7 +311,7 @@ VELSmrPtr<CVelaObject> InstanceChecker::makeInstance(
 InstanceChecker::NewInstance InstanceChecker::checkNew(const ClassLayout& layout,
                                                        const IVelaObject& given) const {
     if (layout.cls()->isAbstract()) {
-        E::raise(E::INVALID_PARAMETER, "createInstance",
+        E::raise(CIM_ERR_INVALID_PARAMETER, "createInstance",
                  "class " + layout.name() + " is abstract and cannot have instances");
     }
     std::vector<VELSmrPtr<IVelaValue>> values(layout.size());
@@ -319,12 +321,12 @@ InstanceChecker::NewInstance InstanceChecker::checkNew(const ClassLayout& layout
         const auto& p = given.getProperty(k);
         long pos = layout.indexOf(p->getName(), hint);
         if (pos < 0) {
-            E::raise(E::INVALID_PARAMETER, "createInstance",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "createInstance",
                      "class " + layout.name() + " has no property " + p->getName());
         }
         auto i = static_cast<std::size_t>(pos);
         if (set[i]) {
-            E::raise(E::INVALID_PARAMETER, "createInstance",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "createInstance",
                      "property " + p->getName() + " is given twice");
         }
         set[i] = true;
@@ -358,14 +360,14 @@ InstanceChecker::NewInstance InstanceChecker::checkNew(const ClassLayout& layout
                 writeKeyValue(a, *values[k], _ns.name);
                 writeKeyValue(b, *fromPath, _ns.name);
                 if (a.view() != b.view()) {
-                    E::raise(E::INVALID_PARAMETER, "createInstance",
+                    E::raise(CIM_ERR_INVALID_PARAMETER, "createInstance",
                              "the path and the properties of the new instance give key " + keyName +
                                  " different values");
                 }
             }
         }
         if (!values[k]->isSet()) {
-            E::raise(E::INVALID_PARAMETER, "createInstance",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "createInstance",
                      "key property " + keyName + " of class " + layout.name() + " has no value");
         }
     }
@@ -383,23 +385,23 @@ VELString InstanceChecker::checkName(const ClassLayout& layout,
         auto kb = name.getKeyBinding(b);
         long pos = layout.indexOf(kb->getPropertyName());
         if (pos < 0 || !layout.isKey(static_cast<std::size_t>(pos))) {
-            E::raise(E::INVALID_PARAMETER, "checkName",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "checkName",
                      kb->getPropertyName() + " is not a key property of class " + layout.name());
         }
         auto i = static_cast<std::size_t>(pos);
         if (!values[i].isNull()) {
-            E::raise(E::INVALID_PARAMETER, "checkName",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "checkName",
                      "key " + kb->getPropertyName() + " is given twice");
         }
         try {
             values[i] = typeValue(layout, i, kb->getValue());
         } catch (const VelaBaseException& e) {
-            E::raise(E::INVALID_PARAMETER, "checkName", e.getMessage());
+            E::raise(CIM_ERR_INVALID_PARAMETER, "checkName", e.getMessage());
         }
     }
     for (std::size_t k : layout.keys()) {
         if (values[k].isNull() || !values[k]->isSet()) {
-            E::raise(E::INVALID_PARAMETER, "checkName",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "checkName",
                      "the instance name lacks key " + layout.property(k)->getName() + " of class " +
                          layout.name());
         }

@@ -6,7 +6,7 @@
 #include "repository/RepositorySql.h"
 #include "repository/SchemaCodec.h"
 #include "repository/StorageSchema.h"
-#include "tarn/ClassLookup.h"
+#include "tarn/CIMStatus.h"
 
 namespace tarn {
 
@@ -34,18 +34,25 @@ const char* const Repository::FILE_NAME = "repository.db";
 Repository::Repository(const VELString& path) : Repository(path, Options()) {}
 
 Repository::Repository(const VELString& path, Options options)
-    : _path(path), _options(options), _cache(std::make_shared<SchemaCache>()) {
+    : _path(path),
+      _options(options),
+      _catalog(options.catalog ? options.catalog : std::make_shared<SchemaCatalog>(path)) {
+    _options.catalog.reset();
     _writer = std::make_unique<SqliteConnection>(path, options.busyTimeoutMs);
     _created = StorageSchema::prepare(*_writer);
     _pool = std::make_unique<ConnectionPool>(path, options.idleConnections, options.busyTimeoutMs);
-    load();
+    _catalog->attach([this] {
+        auto lease = _pool->acquire();
+        return loadSchema(*lease);
+    });
 }
 
-Repository::~Repository() = default;
+Repository::~Repository() {
+    _catalog->attach(nullptr);
+}
 
-void Repository::load() {
+std::shared_ptr<const SchemaSnapshot> Repository::loadSchema(SqliteConnection& db) {
     auto schema = std::make_shared<SchemaSnapshot>();
-    SqliteConnection& db = *_writer;
     ReadTransaction read(db);
     std::unordered_map<std::int64_t, VELString> names;
     {
@@ -60,7 +67,7 @@ void Repository::load() {
     auto nameOf = [&](std::int64_t id) -> const VELString& {
         auto it = names.find(id);
         if (it == names.end()) {
-            E::raise(E::FAILED, "load",
+            E::raise(CIM_ERR_FAILED, "load",
                      "the repository is damaged: a row names namespace " + VELString::valueOf(id) +
                          ", which does not exist");
         }
@@ -96,7 +103,7 @@ void Repository::load() {
             p.cls->resolve(super);
         } catch (const VelaBaseException& e) {
             E::raise(
-                E::FAILED, "load",
+                CIM_ERR_FAILED, "load",
                 "the repository is damaged: class " + p.cls->getName() + ": " + e.getMessage());
         }
         schema->addClass(p.nameSpace, p.cls, p.id);
@@ -117,15 +124,14 @@ void Repository::load() {
         std::size_t before = pending.size();
         std::erase_if(pending, [&](const Pending& p) { return tryAdd(p); });
         if (pending.size() == before) {
-            E::raise(E::FAILED, "load",
+            E::raise(CIM_ERR_FAILED, "load",
                      "the repository is damaged: the superclass " +
                          pending.front().cls->getSuperClassName() + " of class " +
                          pending.front().cls->getName() + " in namespace " +
                          pending.front().nameSpace + " is missing");
         }
     }
-    _cache->publish(std::move(schema));
-    ClassLookup::invalidate();
+    return schema;
 }
 
 VELString Repository::getInfo(const VELString& name) const {
@@ -140,7 +146,8 @@ const SchemaSnapshot::NameSpace& Repository::nameSpaceOf(const SchemaSnapshot& s
                                                          const VELString& nameSpace) {
     const SchemaSnapshot::NameSpace* ns = schema.find(nameSpace);
     if (!ns) {
-        E::raise(E::INVALID_NAMESPACE, "nameSpace", "namespace " + nameSpace + " does not exist");
+        E::raise(CIM_ERR_INVALID_NAMESPACE, "nameSpace",
+                 "namespace " + nameSpace + " does not exist");
     }
     return *ns;
 }
@@ -149,86 +156,16 @@ const ClassLayout& Repository::classOf(const SchemaSnapshot::NameSpace& ns,
                                        const VELString& className) {
     const ClassLayout* c = ns.findClass(className);
     if (!c) {
-        E::raise(E::INVALID_CLASS, "class",
+        E::raise(CIM_ERR_INVALID_CLASS, "class",
                  "class " + className + " does not exist in namespace " + ns.name);
     }
     return *c;
-}
-
-// Namespaces ---------------------------------------------------------------
-
-std::vector<VELString> Repository::getNameSpaces() const {
-    return _cache->current()->nameSpaceNames();
-}
-
-bool Repository::hasNameSpace(const VELString& nameSpace) const {
-    return _cache->current()->find(nameSpace) != nullptr;
 }
 
 void Repository::createNameSpace(const VELString& nameSpace) {
     RepositoryTransaction t = beginTransaction();
     t.createNameSpace(nameSpace);
     t.commit();
-}
-
-// Qualifiers and classes -----------------------------------------------------
-
-VELSmrPtr<IQualifierDef> Repository::getQualifier(const VELString& nameSpace,
-                                                  const VELString& name) const {
-    auto schema = _cache->current();
-    auto q = nameSpaceOf(*schema, nameSpace).findQualifier(name);
-    if (q.isNull()) {
-        E::raise(E::NOT_FOUND, "getQualifier",
-                 "qualifier " + name + " is not declared in namespace " + nameSpace);
-    }
-    return q;
-}
-
-std::vector<VELSmrPtr<IQualifierDef>> Repository::enumerateQualifiers(
-    const VELString& nameSpace) const {
-    auto schema = _cache->current();
-    return nameSpaceOf(*schema, nameSpace).qualifiers;
-}
-
-VELSmrPtr<IVelaClass> Repository::getClass(const VELString& nameSpace,
-                                           const VELString& className) const {
-    auto schema = _cache->current();
-    const ClassLayout* c = nameSpaceOf(*schema, nameSpace).findClass(className);
-    if (!c) {
-        E::raise(E::NOT_FOUND, "getClass",
-                 "class " + className + " does not exist in namespace " + nameSpace);
-    }
-    return c->cls();
-}
-
-std::vector<VELSmrPtr<IVelaClass>> Repository::enumerateClasses(const VELString& nameSpace,
-                                                                const VELString& className,
-                                                                bool deep) const {
-    auto schema = _cache->current();
-    const auto& ns = nameSpaceOf(*schema, nameSpace);
-    if (!className.isNull()) {
-        classOf(ns, className);
-    }
-    std::vector<VELSmrPtr<IVelaClass>> out;
-    for (const ClassLayout* c : ns.subclasses(className, deep)) {
-        out.push_back(c->cls());
-    }
-    return out;
-}
-
-std::vector<VELString> Repository::enumerateClassNames(const VELString& nameSpace,
-                                                       const VELString& className,
-                                                       bool deep) const {
-    auto schema = _cache->current();
-    const auto& ns = nameSpaceOf(*schema, nameSpace);
-    if (!className.isNull()) {
-        classOf(ns, className);
-    }
-    std::vector<VELString> out;
-    for (const ClassLayout* c : ns.subclasses(className, deep)) {
-        out.push_back(c->name());
-    }
-    return out;
 }
 
 // Instances ------------------------------------------------------------------
@@ -257,13 +194,13 @@ VELSmrPtr<CVelaObject> Repository::fetch(SqliteConnection& db, const SchemaSnaps
 
 VELSmrPtr<IVelaObject> Repository::getInstance(const VELString& nameSpace,
                                                const IVelaInstanceName& name) const {
-    auto schema = _cache->current();
+    auto schema = _catalog->current();
     auto lease = _pool->acquire();
     const ClassLayout* layout = nullptr;
     VELString keys;
     auto found = fetch(*lease, *schema, nameSpace, name, &layout, &keys);
     if (found.isNull()) {
-        E::raise(E::NOT_FOUND, "getInstance",
+        E::raise(CIM_ERR_NOT_FOUND, "getInstance",
                  "instance " + layout->name() + "." + keys + " does not exist in namespace " +
                      nameSpace);
     }
@@ -273,7 +210,7 @@ VELSmrPtr<IVelaObject> Repository::getInstance(const VELString& nameSpace,
 template <class Each>
 void Repository::scan(const VELString& nameSpace, const VELString& className, bool deep,
                       const Each& each) const {
-    auto schema = _cache->current();
+    auto schema = _catalog->current();
     const auto& ns = nameSpaceOf(*schema, nameSpace);
     std::vector<const ClassLayout*> classes{&classOf(ns, className)};
     if (deep) {
@@ -313,7 +250,7 @@ void Repository::enumerateInstanceNames(const VELString& nameSpace, const VELStr
 
 std::uint64_t Repository::countInstances(const VELString& nameSpace, const VELString& className,
                                          bool deep) const {
-    auto schema = _cache->current();
+    auto schema = _catalog->current();
     const auto& ns = nameSpaceOf(*schema, nameSpace);
     std::vector<const ClassLayout*> classes{&classOf(ns, className)};
     if (deep) {

@@ -3,12 +3,14 @@
 // (<state-dir>/repository.db).
 //
 // Schema: every class of every namespace is loaded at open, resolved, and
-// kept in memory (tarn::SchemaCache) for the life of the process; class and
-// qualifier reads never touch the database and take no lock in the steady
-// state. Schema changes (new namespaces, qualifier declarations, classes)
-// are written through a transaction and become visible to readers when it
-// commits. A class is never changed or removed once stored; declaring it
-// again is accepted only when the definition is identical.
+// kept in memory; the repository's catalog (tarn::SchemaCatalog, the one way
+// to read namespaces, qualifier declarations and classes) serves it without
+// touching the database and, in the steady state, without a lock. Schema
+// changes (new namespaces, qualifier declarations, classes) are written
+// through a transaction and become visible to readers when it commits, also
+// to the readers of other processes that have the repository open. A class
+// is never changed or removed once stored; declaring it again is accepted
+// only when the definition is identical.
 //
 // Instances are stored per class, keyed by their canonical key text (see
 // tarn::InstanceChecker), in a compact binary form. Reads run on a pool of
@@ -23,9 +25,8 @@
 //   4  CIM_ERR_INVALID_PARAMETER  bad instance name or instance (a property
 //                                 the class lacks, a key missing or changed,
 //                                 an abstract class), bad namespace name
-//   5  CIM_ERR_INVALID_CLASS      the class does not exist (instance and
-//                                 class enumerations)
-//   6  CIM_ERR_NOT_FOUND          no such instance, class or qualifier
+//   5  CIM_ERR_INVALID_CLASS      the class does not exist
+//   6  CIM_ERR_NOT_FOUND          no such instance
 //   7  CIM_ERR_NOT_SUPPORTED      an embedded class as a property value
 //   10 CIM_ERR_INVALID_SUPERCLASS a new class's superclass does not exist
 //   11 CIM_ERR_ALREADY_EXISTS     instance, namespace, or a different
@@ -42,7 +43,7 @@
 
 #include "repository/ConnectionPool.h"
 #include "repository/RepositoryTransaction.h"
-#include "repository/SchemaCache.h"
+#include "repository/SchemaCatalog.h"
 #include "vela/CVelaObject.h"
 #include "vela/VELValSlist.h"
 
@@ -63,6 +64,9 @@ class Repository {
         // How long a write waits for a lock held by another process (such as
         // tarn-mof writing into the repository of a running server).
         std::uint32_t busyTimeoutMs = 30000;
+        // The catalog to serve the schema through, made before the repository
+        // opens (for the object manager's context); null: one of its own.
+        std::shared_ptr<SchemaCatalog> catalog;
     };
 
     // "repository.db", the file's name in the state directory.
@@ -80,32 +84,14 @@ class Repository {
     const VELString& getPath() const { return _path; }
     // True when this open created the database.
     bool wasCreated() const { return _created; }
-    // The class lookup and MOF context served from memory. It stays valid,
-    // with the last schema, after the repository is closed.
-    const std::shared_ptr<SchemaCache>& getSchemaCache() const { return _cache; }
+    // The schema. The catalog stays valid, with the last schema, after the
+    // repository is closed.
+    const std::shared_ptr<SchemaCatalog>& catalog() const { return _catalog; }
     // A value of the repository's own bookkeeping (repository_meta), or empty.
     VELString getInfo(const VELString& name) const;
 
-    // Namespaces.
-    std::vector<VELString> getNameSpaces() const;
-    bool hasNameSpace(const VELString& nameSpace) const;
     // Names are components of letters, digits and "_" separated by "/". 11, 4.
     void createNameSpace(const VELString& nameSpace);
-
-    // Qualifier declarations. 3, 6.
-    VELSmrPtr<IQualifierDef> getQualifier(const VELString& nameSpace, const VELString& name) const;
-    std::vector<VELSmrPtr<IQualifierDef>> enumerateQualifiers(const VELString& nameSpace) const;
-
-    // Classes, resolved. getClass: 3, 6. The enumerations give the subclasses
-    // of className (the root classes when it is empty): the direct ones, or
-    // with deep all of them, superclasses before subclasses; 3, and 5 for an
-    // unknown className.
-    VELSmrPtr<IVelaClass> getClass(const VELString& nameSpace, const VELString& className) const;
-    std::vector<VELSmrPtr<IVelaClass>> enumerateClasses(const VELString& nameSpace,
-                                                        const VELString& className,
-                                                        bool deep) const;
-    std::vector<VELString> enumerateClassNames(const VELString& nameSpace,
-                                               const VELString& className, bool deep) const;
 
     // Instances. Each returned instance carries its path (namespace, class
     // and keys) and every property of its class, in class order.
@@ -153,7 +139,8 @@ class Repository {
     static VELSmrPtr<CVelaObject> fetch(SqliteConnection& db, const SchemaSnapshot& schema,
                                         const VELString& nameSpace, const IVelaInstanceName& name,
                                         const ClassLayout** layout, VELString* keys);
-    void load();
+    // The whole schema as the database holds it.
+    static std::shared_ptr<const SchemaSnapshot> loadSchema(SqliteConnection& db);
     template <class Each>
     void scan(const VELString& nameSpace, const VELString& className, bool deep,
               const Each& each) const;
@@ -163,7 +150,7 @@ class Repository {
     bool _created = false;
     std::unique_ptr<SqliteConnection> _writer;
     std::unique_ptr<ConnectionPool> _pool;
-    std::shared_ptr<SchemaCache> _cache;
+    std::shared_ptr<SchemaCatalog> _catalog;
     std::mutex _writeMutex;
     std::atomic<std::thread::id> _writerThread{};
 };

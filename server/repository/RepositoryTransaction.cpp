@@ -6,7 +6,7 @@
 #include "repository/RepositoryError.h"
 #include "repository/RepositorySql.h"
 #include "repository/SchemaCodec.h"
-#include "tarn/ClassLookup.h"
+#include "tarn/CIMStatus.h"
 
 namespace tarn {
 
@@ -35,7 +35,7 @@ bool validNameSpaceName(const VELString& name) {
 
 RepositoryTransaction::RepositoryTransaction(Repository& repository) : _repo(&repository) {
     if (_repo->_writerThread.load() == std::this_thread::get_id()) {
-        E::raise(E::FAILED, "beginTransaction",
+        E::raise(CIM_ERR_FAILED, "beginTransaction",
                  "this thread already holds a write transaction of the repository");
     }
     // Writers take turns; a transaction is short, except a bulk load, which
@@ -49,7 +49,7 @@ RepositoryTransaction::RepositoryTransaction(Repository& repository) : _repo(&re
         throw;
     }
     // Schema changes are published under the writer lock, so this is the latest.
-    _base = _repo->_cache->current();
+    _base = _repo->_catalog->current();
     _open = true;
 }
 
@@ -70,7 +70,7 @@ SqliteConnection& RepositoryTransaction::db() const {
 
 void RepositoryTransaction::checkOpen() const {
     if (!_open) {
-        E::raise(E::FAILED, "transaction", "the transaction has ended");
+        E::raise(CIM_ERR_FAILED, "transaction", "the transaction has ended");
     }
 }
 
@@ -100,8 +100,7 @@ void RepositoryTransaction::commit() {
         throw;
     }
     if (_working) {
-        _repo->_cache->publish(std::move(_working));
-        ClassLookup::invalidate();
+        _repo->_catalog->publish(std::move(_working));
     }
     end();
 }
@@ -130,19 +129,19 @@ bool RepositoryTransaction::hasNameSpace(const VELString& nameSpace) const {
 void RepositoryTransaction::createNameSpace(const VELString& nameSpace) {
     checkOpen();
     if (!validNameSpaceName(nameSpace)) {
-        E::raise(E::INVALID_PARAMETER, "createNameSpace",
+        E::raise(CIM_ERR_INVALID_PARAMETER, "createNameSpace",
                  "'" + nameSpace +
                      "' is not a namespace name (names of letters, digits and _ separated by /)");
     }
     if (hasNameSpace(nameSpace)) {
-        E::raise(E::ALREADY_EXISTS, "createNameSpace",
+        E::raise(CIM_ERR_ALREADY_EXISTS, "createNameSpace",
                  "namespace " + nameSpace + " already exists");
     }
     auto& st = db().statement(Sql::INSERT_NAMESPACE);
     SqliteStatement::Scope scope(st);
     st.bindText(1, nameSpace.view()).run();
     if (db().changes() == 0) {
-        E::raise(E::ALREADY_EXISTS, "createNameSpace",
+        E::raise(CIM_ERR_ALREADY_EXISTS, "createNameSpace",
                  "namespace " + nameSpace + " already exists");
     }
     editSchema().addNameSpace(db().lastInsertId(), nameSpace);
@@ -158,7 +157,7 @@ bool RepositoryTransaction::addQualifierDecl(const VELString& nameSpace,
         if (SchemaCodec::encodeQualifierDecl(*existing) == data) {
             return false;
         }
-        E::raise(E::ALREADY_EXISTS, "addQualifierDecl",
+        E::raise(CIM_ERR_ALREADY_EXISTS, "addQualifierDecl",
                  "qualifier " + decl->getName() + " is already declared differently in namespace " +
                      ns.name);
     }
@@ -182,7 +181,7 @@ bool RepositoryTransaction::addClass(const VELString& nameSpace, const VELSmrPtr
         if (st.step() && st.columnBlob(0) == data) {
             return false;
         }
-        E::raise(E::ALREADY_EXISTS, "addClass",
+        E::raise(CIM_ERR_ALREADY_EXISTS, "addClass",
                  "class " + cls->getName() + " already exists in namespace " + ns.name +
                      " with a different definition");
     }
@@ -190,7 +189,7 @@ bool RepositoryTransaction::addClass(const VELString& nameSpace, const VELSmrPtr
     if (!cls->getSuperClassName().isNull()) {
         const ClassLayout* s = ns.findClass(cls->getSuperClassName());
         if (!s) {
-            E::raise(E::INVALID_SUPERCLASS, "addClass",
+            E::raise(CIM_ERR_INVALID_SUPERCLASS, "addClass",
                      "superclass " + cls->getSuperClassName() + " of class " + cls->getName() +
                          " does not exist in namespace " + ns.name);
         }
@@ -202,7 +201,7 @@ bool RepositoryTransaction::addClass(const VELString& nameSpace, const VELSmrPtr
     try {
         stored->resolve(super);
     } catch (const VelaBaseException& e) {
-        E::raise(E::INVALID_PARAMETER, "addClass",
+        E::raise(CIM_ERR_INVALID_PARAMETER, "addClass",
                  "class " + cls->getName() + ": " + e.getMessage());
     }
     auto& st = db().statement(Sql::INSERT_CLASS);
@@ -242,7 +241,7 @@ VELSmrPtr<IVelaInstanceName> RepositoryTransaction::createInstance(const VELStri
                 return checked.path;
             }
         }
-        E::raise(E::ALREADY_EXISTS, "createInstance",
+        E::raise(CIM_ERR_ALREADY_EXISTS, "createInstance",
                  "instance " + layout.name() + "." + checked.keys +
                      " already exists in namespace " + ns.name);
     }
@@ -259,7 +258,7 @@ VELSmrPtr<IVelaObject> RepositoryTransaction::getInstance(const VELString& nameS
     VELString keys;
     auto found = Repository::fetch(db(), schema(), nameSpace, name, &layout, &keys);
     if (found.isNull()) {
-        E::raise(E::NOT_FOUND, "getInstance",
+        E::raise(CIM_ERR_NOT_FOUND, "getInstance",
                  "instance " + layout->name() + "." + keys + " does not exist in namespace " +
                      nameSpace);
     }
@@ -292,12 +291,12 @@ void RepositoryTransaction::modifyInstance(const VELString& nameSpace,
     VELSmrPtr<CVelaObject> current = Repository::fetch(db(), s, nameSpace, *name, &layout, &keys);
     if (!modified.getClassName().isNull() &&
         !modified.getClassName().equalsIgnoreCase(layout->name())) {
-        E::raise(E::INVALID_PARAMETER, "modifyInstance",
+        E::raise(CIM_ERR_INVALID_PARAMETER, "modifyInstance",
                  "the modified instance is of class " + modified.getClassName() +
                      ", its name of class " + layout->name());
     }
     if (current.isNull()) {
-        E::raise(E::NOT_FOUND, "modifyInstance",
+        E::raise(CIM_ERR_NOT_FOUND, "modifyInstance",
                  "instance " + layout->name() + "." + keys + " does not exist in namespace " +
                      nameSpace);
     }
@@ -308,7 +307,7 @@ void RepositoryTransaction::modifyInstance(const VELString& nameSpace,
     auto position = [&](const VELString& property) {
         long pos = layout->indexOf(property);
         if (pos < 0) {
-            E::raise(E::INVALID_PARAMETER, "modifyInstance",
+            E::raise(CIM_ERR_INVALID_PARAMETER, "modifyInstance",
                      "class " + layout->name() + " has no property " + property);
         }
         return static_cast<std::size_t>(pos);
@@ -329,7 +328,7 @@ void RepositoryTransaction::modifyInstance(const VELString& nameSpace,
     }
     if (checker.canonicalKeys(*layout, values) != keys) {
         E::raise(
-            E::INVALID_PARAMETER, "modifyInstance",
+            CIM_ERR_INVALID_PARAMETER, "modifyInstance",
             "the key properties of instance " + layout->name() + "." + keys + " cannot be changed");
     }
     std::string data =
@@ -351,7 +350,7 @@ void RepositoryTransaction::deleteInstance(const VELString& nameSpace,
     st.bind(1, layout.id()).bindText(2, keys.view()).run();
     if (db().changes() == 0) {
         E::raise(
-            E::NOT_FOUND, "deleteInstance",
+            CIM_ERR_NOT_FOUND, "deleteInstance",
             "instance " + layout.name() + "." + keys + " does not exist in namespace " + ns.name);
     }
 }

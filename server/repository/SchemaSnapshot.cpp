@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tarn/CIMStatus.h"
 #include "vela/CVelaNameSpacePath.h"
 #include "vela/VelaBaseException.h"
 
@@ -64,7 +65,8 @@ SchemaSnapshot::NameSpace& SchemaSnapshot::edit(const VELString& nameSpace) {
     auto it = _nameSpaces.find(nameSpace);
     if (it == _nameSpaces.end()) {
         throw VelaBaseException("InvalidNamespace", "tarn::SchemaSnapshot", "edit",
-                                "namespace " + nameSpace + " does not exist", 3);
+                                "namespace " + nameSpace + " does not exist",
+                                CIM_ERR_INVALID_NAMESPACE);
     }
     if (!_owned.count(it->second.get())) {
         it->second = std::make_shared<NameSpace>(*it->second);

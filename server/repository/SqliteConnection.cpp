@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include "tarn/CIMStatus.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
@@ -16,7 +17,8 @@ SqliteConnection::SqliteConnection(const VELString& path, std::uint32_t busyTime
                             (_db ? sqlite3_errmsg(_db) : "out of memory");
         sqlite3_close(_db);
         _db = nullptr;
-        throw VelaBaseException("Repository", "tarn::SqliteConnection", "open", message, 1);
+        throw VelaBaseException("Repository", "tarn::SqliteConnection", "open", message,
+                                CIM_ERR_FAILED);
     }
     sqlite3_extended_result_codes(_db, 1);
     sqlite3_busy_timeout(_db, static_cast<int>(busyTimeoutMs));
@@ -25,7 +27,8 @@ SqliteConnection::SqliteConnection(const VELString& path, std::uint32_t busyTime
         SqliteStatement mode(_db, "PRAGMA journal_mode=WAL");
         if (!mode.step() || VELString(mode.columnText(0)).toLower() != "wal") {
             throw VelaBaseException("Repository", "tarn::SqliteConnection", "open",
-                                    "cannot switch " + path + " to write-ahead logging", 1);
+                                    "cannot switch " + path + " to write-ahead logging",
+                                    CIM_ERR_FAILED);
         }
         exec("PRAGMA synchronous=FULL; PRAGMA foreign_keys=OFF; PRAGMA trusted_schema=OFF");
     } catch (...) {
@@ -50,7 +53,7 @@ void SqliteConnection::exec(const char* sql) {
         }
         sqlite3_free(error);
         throw VelaBaseException("Repository", "tarn::SqliteConnection", "exec",
-                                message + " (" + _path + ")", 1);
+                                message + " (" + _path + ")", CIM_ERR_FAILED);
     }
 }
 

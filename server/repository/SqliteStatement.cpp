@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include "tarn/CIMStatus.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
@@ -22,7 +23,7 @@ void SqliteStatement::fail(const char* where, int rc) const {
     if ((rc & 0xFF) == SQLITE_BUSY || (rc & 0xFF) == SQLITE_LOCKED) {
         message += " (another process holds the repository's lock)";
     }
-    throw VelaBaseException("Repository", "tarn::SqliteStatement", where, message, 1);
+    throw VelaBaseException("Repository", "tarn::SqliteStatement", where, message, CIM_ERR_FAILED);
 }
 
 SqliteStatement& SqliteStatement::bind(int index, std::int64_t value) {

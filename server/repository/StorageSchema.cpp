@@ -1,5 +1,6 @@
 #include "repository/StorageSchema.h"
 
+#include "tarn/CIMStatus.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
@@ -9,7 +10,7 @@ namespace {
 const char* const WHO = "tarn::StorageSchema";
 
 [[noreturn]] void refuse(const VELString& message) {
-    throw VelaBaseException("Repository", WHO, "prepare", message, 1);
+    throw VelaBaseException("Repository", WHO, "prepare", message, CIM_ERR_FAILED);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "repository/ValueCodec.h"
 
+#include "tarn/CIMStatus.h"
 #include "vela/CVelaInstanceName.h"
 #include "vela/CVelaNameSpacePath.h"
 #include "vela/CVelaObject.h"
@@ -102,7 +103,8 @@ VELSmrPtr<IVelaType> typeOf(const Header& h, const VELSmrPtr<IVelaType>* preferr
 
 [[noreturn]] void unsupported(const char* what) {
     throw VelaBaseException("NotSupported", "tarn::ValueCodec", "writeValue",
-                            VELString("the repository cannot store ") + what, 7);
+                            VELString("the repository cannot store ") + what,
+                            CIM_ERR_NOT_SUPPORTED);
 }
 
 void checkDepth(std::size_t depth, BinaryReader* r) {
@@ -189,7 +191,8 @@ void writeScalar(BinaryWriter& w, CIMTypeId id, const Scalar& s, std::size_t dep
             return;
     }
     throw VelaBaseException("InvalidData", "tarn::ValueCodec", "writeValue",
-                            "a " + CVelaType::nameOf(id) + " value holds data of another kind", 13);
+                            "a " + CVelaType::nameOf(id) + " value holds data of another kind",
+                            CIM_ERR_TYPE_MISMATCH);
 }
 
 // The same through the value interface, for values of other implementations.

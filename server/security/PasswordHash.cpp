@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tarn/CIMStatus.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VelaBaseException.h"
 
@@ -88,11 +89,12 @@ bool derive(const VELString& password, const std::vector<unsigned char>& salt,
 VELString PasswordHash::hash(const VELString& password, std::uint32_t iterations) {
     std::vector<unsigned char> salt(kSaltBytes);
     if (RAND_bytes(salt.data(), static_cast<int>(salt.size())) != 1) {
-        throw VelaBaseException("Security", WHO, "hash", "no random bytes for a salt", 1);
+        throw VelaBaseException("Security", WHO, "hash", "no random bytes for a salt",
+                                CIM_ERR_FAILED);
     }
     unsigned char out[kHashBytes];
     if (!derive(password, salt, iterations, out)) {
-        throw VelaBaseException("Security", WHO, "hash", "PBKDF2 failed", 1);
+        throw VelaBaseException("Security", WHO, "hash", "PBKDF2 failed", CIM_ERR_FAILED);
     }
     std::string text = std::string(SCHEME) + "$" + std::to_string(iterations) + "$" +
                        encode64(salt.data(), salt.size()) + "$" + encode64(out, kHashBytes);
@@ -126,7 +128,8 @@ VELString PasswordHash::randomPassword(std::size_t length) {
     while (out.length() < length) {
         unsigned char bytes[64];
         if (RAND_bytes(bytes, sizeof bytes) != 1) {
-            throw VelaBaseException("Security", WHO, "randomPassword", "no random bytes", 1);
+            throw VelaBaseException("Security", WHO, "randomPassword", "no random bytes",
+                                    CIM_ERR_FAILED);
         }
         for (unsigned char b : bytes) {
             // Rejection sampling keeps every character equally likely.

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "tarn/CIMStatus.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
@@ -31,7 +32,7 @@ const char* const WHO = "tarn::TLSCertificate";
         detail = VELString(" (") + text + ")";
     }
     ERR_clear_error();
-    throw VelaBaseException("Security", WHO, where, why + detail, 1);
+    throw VelaBaseException("Security", WHO, where, why + detail, CIM_ERR_FAILED);
 }
 
 struct Deleter {

@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "security/PasswordHash.h"
+#include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/VelaBaseException.h"
 
@@ -26,7 +27,7 @@ constexpr std::size_t kMaxCacheEntries = 1024;
 constexpr std::size_t kMaxFileSize = 16 * 1024 * 1024;
 
 [[noreturn]] void fail(const char* where, const VELString& why) {
-    throw VelaBaseException("Security", WHO, where, why, 1);
+    throw VelaBaseException("Security", WHO, where, why, CIM_ERR_FAILED);
 }
 
 VELString errnoText() {

@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return tarn::MofOptions::ReadStatus::Ok;
     };
     tarn::MofClassSetSink sink;
-    tarn::MofCompiler compiler(options, &sink);
+    tarn::MofCompiler compiler(options, sink.classSet().get());
     compiler.compileFile("qualifiers.mof");
     compiler.compileFile("input.mof");
     compiler.commit(sink);

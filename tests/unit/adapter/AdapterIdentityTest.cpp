@@ -23,7 +23,7 @@ PortData::InterfaceList interfaces(std::initializer_list<const char*> names) {
 }
 
 TEST(CIMXMLAdapter, EntryPointMakesTheAdapterWhichLogsItsStart) {
-    tarn::ObjectManagerContext context(portInfo());
+    tarn::ObjectManagerContext context(portInfo(), noClasses());
     tarn::LogCapture log;
     std::unique_ptr<IVelaProtocolAdapter> adapter(getVelaProtocolAdapter(context));
     ASSERT_NE(dynamic_cast<CIMXMLAdapter*>(adapter.get()), nullptr);
@@ -33,7 +33,7 @@ TEST(CIMXMLAdapter, EntryPointMakesTheAdapterWhichLogsItsStart) {
 }
 
 TEST(CIMXMLAdapter, IdentityIsTheCimXmlCommunicationMechanism) {
-    tarn::ObjectManagerContext context(portInfo());
+    tarn::ObjectManagerContext context(portInfo(), noClasses());
     CIMXMLAdapter adapter(context);
     EXPECT_EQ(adapter.getProtocol(), "cim-xml");
     EXPECT_EQ(adapter.getAdapterName(), "cim-xml Adapter");
@@ -103,7 +103,7 @@ TEST(CIMXMLAdapter, UrlsOfAdvertisedPortsWithTheInterfaceFilter) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        tarn::ObjectManagerContext context(portInfo(c.ports, c.filter));
+        tarn::ObjectManagerContext context(portInfo(c.ports, c.filter), noClasses());
         CIMXMLAdapter adapter(context);
         tarn::LogCapture log;
         auto urls = adapter.getURL();
@@ -124,7 +124,7 @@ TEST(CIMXMLAdapter, UrlsOfAdvertisedPortsWithTheInterfaceFilter) {
 }
 
 TEST(CIMXMLAdapter, IndicationSlotsDeliverNothingYetAndSaySo) {
-    tarn::ObjectManagerContext context(portInfo());
+    tarn::ObjectManagerContext context(portInfo(), noClasses());
     CIMXMLAdapter adapter(context);
     tarn::LogCapture log;
     EXPECT_FALSE(adapter.canDeliverIndication(nullptr));
@@ -137,7 +137,7 @@ TEST(CIMXMLAdapter, IndicationSlotsDeliverNothingYetAndSaySo) {
 }
 
 TEST(CIMIndicationDeliveryService, ReadsTheOutboundPortsOfTheConfiguration) {
-    tarn::ObjectManagerContext context(portInfo());
+    tarn::ObjectManagerContext context(portInfo(), noClasses());
     {
         ScopedConfiguration conf("[Indication]\nOutboundConnectionPorts = 6000,6010-6012\n");
         cimxmlpa::CIMIndicationDeliveryService service(context);

@@ -17,7 +17,7 @@ const char* const kProcessOperation = "cimxmlpa::CIMXMLAdapter::processOperation
 
 class AdapterRequestTest : public ::testing::Test {
   protected:
-    tarn::ObjectManagerContext context{portInfo()};
+    tarn::ObjectManagerContext context{portInfo(), noClasses()};
     CIMXMLAdapter adapter{context};
 };
 

@@ -11,6 +11,7 @@
 #include "CIMXMLAdapter.h"
 #include "FakeSocket.h"
 #include "core/ObjectManagerContext.h"
+#include "tarn/CClassSet.h"
 #include "tarn/TraceLog.h"
 #include "tarn/security/SecurityToken.h"
 #include "vela/TARNConfigManager.h"
@@ -28,6 +29,12 @@ inline VELSmrPtr<tarn::PortInfo> portInfo(const tarn::PortInfo::PortDataList& po
     info->setPortData(ports);
     info->setIpV4InterfaceList(interfaces);
     return info;
+}
+
+// The schema of contexts that need none.
+inline const tarn::CClassSet& noClasses() {
+    static const tarn::CClassSet empty;
+    return empty;
 }
 
 inline std::string message(std::string_view content, std::string_view id = "1001") {

@@ -4,7 +4,7 @@
 
 #include "tarn/CClassSet.h"
 #include "tarn/CQualifier.h"
-#include "tarn/ClassLookup.h"
+#include "tarn/ISchemaCatalog.h"
 #include "tarn/QualifierFlavor.h"
 #include "vela/AdapterUtils.h"
 #include "vela/CIMUtil.h"
@@ -142,9 +142,9 @@ class QualifiedKeys : public ::testing::Test {
             "EmbeddedInstance", CVelaType::string, CVelaValue::makeString("CIM_Foo"), 0)));
         cls->addProperty(plain);
         set->addClass("root/cimv2", cls);
-        tarn::ClassLookup::install(set);
+        tarn::ISchemaCatalog::install(set);
     }
-    void TearDown() override { tarn::ClassLookup::install(nullptr); }
+    void TearDown() override { tarn::ISchemaCatalog::install(nullptr); }
 };
 
 TEST_F(QualifiedKeys, ReferenceAndEmbeddedQualifiersAreFoundThroughTheLookup) {
@@ -155,7 +155,7 @@ TEST_F(QualifiedKeys, ReferenceAndEmbeddedQualifiersAreFoundThroughTheLookup) {
     EXPECT_TRUE(CIMUtil::isEmbeddedQualified("root/cimv2", "TARN_Holder", "Other"));
     EXPECT_FALSE(CIMUtil::isEmbeddedQualified("root/cimv2", "TARN_Holder", "Target"));
     // A new lookup is seen at once, despite the per-thread cache.
-    tarn::ClassLookup::install(std::make_shared<tarn::CClassSet>());
+    tarn::ISchemaCatalog::install(std::make_shared<tarn::CClassSet>());
     EXPECT_FALSE(CIMUtil::isReferenceQualified("root/cimv2", "TARN_Holder", "Target"));
 }
 

@@ -13,7 +13,7 @@
 #include "CIMXMLUtil.h"
 #include "tarn/CClassSet.h"
 #include "tarn/CQualifier.h"
-#include "tarn/ClassLookup.h"
+#include "tarn/ISchemaCatalog.h"
 #include "tarn/LogCapture.h"
 #include "vela/AdapterException.h"
 #include "vela/CIMUtil.h"
@@ -175,9 +175,9 @@ inline VELSmrPtr<tarn::IQualifier> qualifier(const char* name, Value value,
 class ScopedClasses {
   public:
     explicit ScopedClasses(std::shared_ptr<tarn::CClassSet> set) {
-        tarn::ClassLookup::install(std::move(set));
+        tarn::ISchemaCatalog::install(std::move(set));
     }
-    ~ScopedClasses() { tarn::ClassLookup::install(nullptr); }
+    ~ScopedClasses() { tarn::ISchemaCatalog::install(nullptr); }
     ScopedClasses(const ScopedClasses&) = delete;
     ScopedClasses& operator=(const ScopedClasses&) = delete;
 };

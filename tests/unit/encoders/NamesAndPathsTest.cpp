@@ -284,7 +284,7 @@ TEST_F(NamesAndPaths, FailedKeyReadsAreReportedInPlaceOrPassedOn) {
                  VelaBaseException);
 }
 
-class ThrowingLookup : public tarn::IClassLookup {
+class ThrowingLookup : public tarn::CClassSet {
   public:
     VELSmrPtr<IVelaClass> getClass(const VELString&, const VELString&) const override {
         throw VelaBaseException("Database", "Repository", "getClass", "locked", 1);
@@ -305,10 +305,10 @@ TEST_F(NamesAndPaths, ClassNamespaceAndClassLookup) {
         EXPECT_EQ(cls->getName(), VELString("TEST_Thing"));
         EXPECT_TRUE(CIMXMLUtil::getVelaClass(bare).isNull());
     }
-    tarn::ClassLookup::install(std::make_shared<ThrowingLookup>());
+    tarn::ISchemaCatalog::install(std::make_shared<ThrowingLookup>());
     tarn::LogCapture log;
     EXPECT_TRUE(CIMXMLUtil::getVelaClass(placed).isNull());
-    tarn::ClassLookup::install(nullptr);
+    tarn::ISchemaCatalog::install(nullptr);
     EXPECT_TRUE(log.contains("cimxmlpa::CIMXMLUtil::getVelaClass",
                              "Database Exception thrown in 'Repository::getClass': locked, "
                              "classNamespace=root/cimv2, className=TEST_Thing",

@@ -320,7 +320,7 @@ TEST_F(Properties, ReferenceQualifiedPropertiesAreStringsHoldingEscapedPaths) {
 }
 
 TEST_F(Properties, ClassOriginsComeFromTheDictionary) {
-    auto cls = tarn::ClassLookup::getClass("root/cimv2", "TEST_Thing");
+    auto cls = tarn::ISchemaCatalog::installed()->getClass("root/cimv2", "TEST_Thing");
     cimxmlpa::ClassOriginDictionary origins(cls);
     EXPECT_EQ(
         property(*thing, prop("Name", str("t")), false, &origins),
@@ -371,7 +371,7 @@ TEST_F(Instances, AllPropertiesOrTheListedOnesWithExactNames) {
     EXPECT_TRUE(log.contains(source, "Unable to find property with name=Missing", 4));
     EXPECT_TRUE(log.contains(source, "Unable to find property with name=caption", 4));
     EXPECT_EQ(log.lines().size(), 2u);
-    auto cls = tarn::ClassLookup::getClass("root/cimv2", "TEST_Thing");
+    auto cls = tarn::ISchemaCatalog::installed()->getClass("root/cimv2", "TEST_Thing");
     EXPECT_EQ(out([&](std::ostream& os) {
                   CIMXMLUtil::streamInstance(os, thing, nullptr, true, cls, true, true);
               }),

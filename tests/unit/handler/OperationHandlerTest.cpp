@@ -27,23 +27,14 @@ using namespace tarn;
 const char* const NS = "root/test";
 
 // The schema of the tests: Test_A <- Test_B <- Test_C, and Test_Other.
-class Catalog : public ISchemaCatalog {
+class Catalog : public CClassSet {
   public:
     Catalog() {
-        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_A", ""));
-        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_B", "Test_A"));
-        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_C", "Test_B"));
-        set.addClass(NS, makeVELSmrPtr<CVelaClass>("Test_Other", ""));
+        addClass(NS, makeVELSmrPtr<CVelaClass>("Test_A", ""));
+        addClass(NS, makeVELSmrPtr<CVelaClass>("Test_B", "Test_A"));
+        addClass(NS, makeVELSmrPtr<CVelaClass>("Test_C", "Test_B"));
+        addClass(NS, makeVELSmrPtr<CVelaClass>("Test_Other", ""));
     }
-    bool hasNameSpace(const VELString& ns) const override { return set.hasNameSpace(ns); }
-    VELSmrPtr<IVelaClass> getClass(const VELString& ns, const VELString& cls) const override {
-        return set.getClass(ns, cls);
-    }
-    std::vector<VELString> getSubclassNames(const VELString& ns,
-                                            const VELString& cls) const override {
-        return set.getSubclassNames(ns, cls, true);
-    }
-    CClassSet set;
 };
 
 VELSmrPtr<IVelaInstanceName> nameOf(const VELString& cls, int id) {

@@ -12,6 +12,7 @@
 #include "core/ObjectManagerContext.h"
 #include "http/HTTPServer.h"
 #include "security/UsersFile.h"
+#include "tarn/CClassSet.h"
 #include "vela/AuthenticationHelper.h"
 
 namespace {
@@ -65,7 +66,8 @@ class HTTPServerConcurrencyTest : public ::testing::Test {
 
     static TempDir* usersDir;
     static std::shared_ptr<tarn::UsersFile> users;
-    tarn::ObjectManagerContext context{makeVELSmrPtr<tarn::PortInfo>()};
+    tarn::CClassSet schema;
+    tarn::ObjectManagerContext context{makeVELSmrPtr<tarn::PortInfo>(), schema};
     tarn::AdapterRegistry adapters{context};
     std::unique_ptr<tarn::HTTPServer> server;
     std::uint16_t port = 0;

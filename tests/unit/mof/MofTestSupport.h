@@ -80,7 +80,7 @@ inline tarn::MofOptions::FileReader memoryReader(std::map<std::string, std::stri
 inline Result compileInto(tarn::MofClassSetSink& sink, std::map<std::string, std::string> files,
                           tarn::MofOptions options = {}) {
     options.readFile = memoryReader(std::move(files));
-    tarn::MofCompiler compiler(std::move(options), &sink);
+    tarn::MofCompiler compiler(std::move(options), sink.classSet().get());
     compiler.compileFile("main.mof");
     Result r;
     r.ok = compiler.commit(sink);

@@ -6,7 +6,7 @@
 
 #include "RepositoryTestSupport.h"
 #include "repository/DefaultSchema.h"
-#include "tarn/ClassLookup.h"
+#include "tarn/ISchemaCatalog.h"
 #include "tarn/QualifierFlavor.h"
 
 namespace repotest {
@@ -33,7 +33,7 @@ class DefaultSchema : public ::testing::Test {
 };
 
 TEST_F(DefaultSchema, LoadsOnceIntoTheInteropAndCimv2Namespaces) {
-    EXPECT_EQ(repo->getNameSpaces(), (std::vector<VELString>{"interop", "root/cimv2"}));
+    EXPECT_EQ(repo->catalog()->getNameSpaces(), (std::vector<VELString>{"interop", "root/cimv2"}));
     EXPECT_FALSE(tarn::DefaultSchema::ensure(*repo, schemaDir()));
     EXPECT_NE(repo->getInfo("default_schema").find(" from " + schemaDir()), VELString::npos);
     repo.reset();
@@ -65,12 +65,13 @@ TEST_F(DefaultSchema, InteropHoldsTheClassesOfTheObjectManagerAndOfIndications) 
              {"CIM_Error", "CIM_Error"},
          }) {
         VELSmrPtr<IVelaClass> cls;
-        ASSERT_EQ(codeOf([&] { cls = repo->getClass(ns, c.cls); }), 0) << c.cls;
+        cls = repo->catalog()->getClass(ns, c.cls);
+        ASSERT_FALSE(cls.isNull()) << c.cls;
         EXPECT_TRUE(cls->isA(c.ancestor)) << c.cls << " is a " << c.ancestor;
     }
     auto keys = [&](const char* cls) {
         std::vector<std::string> out;
-        for (const auto& k : repo->getClass(ns, cls)->getKeyNames()) {
+        for (const auto& k : repo->catalog()->getClass(ns, cls)->getKeyNames()) {
             out.push_back(k.str());
         }
         return out;
@@ -87,18 +88,20 @@ TEST_F(DefaultSchema, InteropHoldsTheClassesOfTheObjectManagerAndOfIndications) 
     EXPECT_EQ(keys("CIM_IndicationSubscription"), (V{"Filter", "Handler"}));
     EXPECT_EQ(keys("CIM_RegisteredProfile"), V{"InstanceID"});
 
-    auto subscription = repo->getClass(ns, "CIM_IndicationSubscription");
+    auto subscription = repo->catalog()->getClass(ns, "CIM_IndicationSubscription");
     EXPECT_TRUE(subscription->isAssociation());
     EXPECT_EQ(subscription->getPropertyDef("Filter")->getType()->getReferenceClassName(),
               "CIM_IndicationFilter");
     EXPECT_EQ(subscription->getPropertyDef("Handler")->getType()->getReferenceClassName(),
               "CIM_ListenerDestination");
-    EXPECT_TRUE(repo->getClass(ns, "CIM_InstCreation")->isIndication());
-    EXPECT_TRUE(repo->getClass(ns, "CIM_Indication")->isAbstract());
-    EXPECT_FALSE(repo->getClass(ns, "CIM_InstCreation")->isAbstract());
-    auto previous = repo->getClass(ns, "CIM_InstModification")->getPropertyDef("PreviousInstance");
+    EXPECT_TRUE(repo->catalog()->getClass(ns, "CIM_InstCreation")->isIndication());
+    EXPECT_TRUE(repo->catalog()->getClass(ns, "CIM_Indication")->isAbstract());
+    EXPECT_FALSE(repo->catalog()->getClass(ns, "CIM_InstCreation")->isAbstract());
+    auto previous =
+        repo->catalog()->getClass(ns, "CIM_InstModification")->getPropertyDef("PreviousInstance");
     EXPECT_FALSE(previous->getQualifier("EmbeddedObject").isNull());
-    EXPECT_EQ(repo->getClass(ns, "CIM_ListenerDestinationCIMXML")
+    EXPECT_EQ(repo->catalog()
+                  ->getClass(ns, "CIM_ListenerDestinationCIMXML")
                   ->getPropertyDef("Destination")
                   ->getOriginClassName(),
               "CIM_ListenerDestinationCIMXML");
@@ -115,7 +118,7 @@ TEST_F(DefaultSchema, InteropHoldsTheClassesOfTheObjectManagerAndOfIndications) 
 
     // The qualifier TARN declares for reference-qualified string keys.
     for (const char* n : {"interop", "root/cimv2"}) {
-        auto q = repo->getQualifier(n, "tarn_referencekey");
+        auto q = repo->catalog()->getQualifierDef(n, "tarn_referencekey");
         EXPECT_EQ(q->getName(), "TARN_ReferenceKey");
         EXPECT_EQ(q->getType()->getTypeId(), CIMTypeId::Boolean);
         EXPECT_EQ(q->getScope(), tarn::QualifierScope::Property);
@@ -123,17 +126,19 @@ TEST_F(DefaultSchema, InteropHoldsTheClassesOfTheObjectManagerAndOfIndications) 
     }
 
     // Installed as the process's class lookup, the schema serves the encoders.
-    tarn::ClassLookup::install(repo->getSchemaCache());
-    EXPECT_FALSE(tarn::ClassLookup::getClass("interop", "cim_listenerdestinationcimxml").isNull());
-    EXPECT_TRUE(tarn::ClassLookup::getClass("interop", "TARN_Service").isNull());
+    tarn::ISchemaCatalog::install(repo->catalog());
+    EXPECT_FALSE(tarn::ISchemaCatalog::installed()
+                     ->getClass("interop", "cim_listenerdestinationcimxml")
+                     .isNull());
+    EXPECT_TRUE(tarn::ISchemaCatalog::installed()->getClass("interop", "TARN_Service").isNull());
 }
 
 TEST_F(DefaultSchema, Cimv2HoldsTarnsModelWithExampleInstances) {
     const char* ns = "root/cimv2";
-    EXPECT_TRUE(repo->getClass(ns, "TARN_ComputerSystem")->isA("CIM_ComputerSystem"));
-    EXPECT_TRUE(repo->getClass(ns, "TARN_Service")->isA("CIM_Service"));
-    EXPECT_TRUE(repo->getClass(ns, "TARN_HostedService")->isA("CIM_HostedService"));
-    auto port = repo->getClass(ns, "TARN_ListeningPort");
+    EXPECT_TRUE(repo->catalog()->getClass(ns, "TARN_ComputerSystem")->isA("CIM_ComputerSystem"));
+    EXPECT_TRUE(repo->catalog()->getClass(ns, "TARN_Service")->isA("CIM_Service"));
+    EXPECT_TRUE(repo->catalog()->getClass(ns, "TARN_HostedService")->isA("CIM_HostedService"));
+    auto port = repo->catalog()->getClass(ns, "TARN_ListeningPort");
     std::vector<CIMTypeId> keyTypes;
     for (const auto& k : port->getKeyNames()) {
         keyTypes.push_back(port->getPropertyDef(k)->getType()->getTypeId());
@@ -208,7 +213,7 @@ TEST(DefaultSchemaLoad, IsAllOrNothing) {
     EXPECT_NE(message.find("tarn.mof:5:11: error: unknown superclass Missing of class B"),
               std::string::npos)
         << message;
-    EXPECT_TRUE(repo.getNameSpaces().empty());
+    EXPECT_TRUE(repo.catalog()->getNameSpaces().empty());
     EXPECT_TRUE(repo.getInfo("default_schema").isNull());
     // A missing schema directory says which file it looked for.
     EXPECT_EQ(codeOf([&] { tarn::DefaultSchema::ensure(repo, (dir.path() / "none").string()); },

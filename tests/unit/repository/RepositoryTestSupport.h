@@ -87,7 +87,7 @@ inline std::string loadMof(tarn::Repository& repo, const std::string& mof,
                            tarn::RepositoryMofSink::Counts* counts = nullptr) {
     tarn::MofOptions options;
     options.defaultNameSpace = defaultNameSpace;
-    tarn::MofCompiler compiler(options, repo.getSchemaCache().get());
+    tarn::MofCompiler compiler(options, repo.catalog().get());
     compiler.compileText(mof, "test.mof");
     tarn::RepositoryMofSink sink(repo);
     std::string out;
@@ -127,6 +127,16 @@ inline VELSmrPtr<CVelaInstanceName> name(
 }
 
 // The CIM status code an operation raises; 0 when it raises none.
+// The names of the subclasses of a class (the roots for ""), from the catalog.
+inline std::vector<VELString> classNames(const tarn::Repository& repo, const VELString& ns,
+                                         const VELString& cls, bool deep) {
+    std::vector<VELString> names;
+    for (const auto& c : repo.catalog()->getSubclasses(ns, cls, deep)) {
+        names.push_back(c->getName());
+    }
+    return names;
+}
+
 inline int codeOf(const std::function<void()>& op, std::string* message = nullptr) {
     try {
         op();

@@ -78,21 +78,21 @@ class Storage : public RepositoryTest {};
 
 TEST_F(Storage, ReopeningGivesBackTheSchemaAndTheInstances) {
     std::map<std::string, std::string> classes;
-    for (const auto& c : repo->enumerateClasses(kNs, "", true)) {
+    for (const auto& c : repo->catalog()->getSubclasses(kNs, "", true)) {
         classes[c->getName().str()] = describe(*c);
     }
-    auto qualifiers = repo->enumerateQualifiers(kNs);
+    auto qualifiers = repo->catalog()->getQualifierDefs(kNs);
     repo->createInstance(kNs, *instance("T_Level3", {{"Id", text("x")}, {"Ratio", text("0.25")}}));
     EXPECT_TRUE(repo->wasCreated());
     reopen();
     EXPECT_FALSE(repo->wasCreated());
-    EXPECT_EQ(repo->getNameSpaces(), std::vector<VELString>{"root/test"});
+    EXPECT_EQ(repo->catalog()->getNameSpaces(), std::vector<VELString>{"root/test"});
     std::map<std::string, std::string> again;
-    for (const auto& c : repo->enumerateClasses(kNs, "", true)) {
+    for (const auto& c : repo->catalog()->getSubclasses(kNs, "", true)) {
         again[c->getName().str()] = describe(*c);
     }
     EXPECT_EQ(again, classes);
-    auto q2 = repo->enumerateQualifiers(kNs);
+    auto q2 = repo->catalog()->getQualifierDefs(kNs);
     ASSERT_EQ(q2.size(), qualifiers.size());
     for (std::size_t i = 0; i < q2.size(); ++i) {
         EXPECT_EQ(q2[i]->getName(), qualifiers[i]->getName());
@@ -130,7 +130,7 @@ TEST_F(Storage, ANewerFormatOrAForeignFileIsRefusedWithAClearMessage) {
     // A new file is created, and says so.
     tarn::Repository fresh((dir.path() / "fresh.db").string());
     EXPECT_TRUE(fresh.wasCreated());
-    EXPECT_TRUE(fresh.getNameSpaces().empty());
+    EXPECT_TRUE(fresh.catalog()->getNameSpaces().empty());
 }
 
 TEST_F(Storage, DamagedInstanceDataIsReportedNotReadPastItsEnd) {
@@ -138,7 +138,7 @@ TEST_F(Storage, DamagedInstanceDataIsReportedNotReadPastItsEnd) {
         kNs,
         *instance("T_AllTypes", {{"Id", text("d")}, {"S", text("some text")}, {"U32", text("7")}}));
     // Every cut of a valid stored instance decodes or fails cleanly.
-    auto schema = repo->getSchemaCache()->current();
+    auto schema = repo->catalog()->current();
     const auto* ns = schema->find(kNs);
     const auto* layout = ns->findClass("T_AllTypes");
     auto full = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text("d")}}));
@@ -185,7 +185,7 @@ TEST_F(Storage, IdenticalDeclarationsAreKeptAndDifferentOnesFailTheWholeCompilat
                        "definition"),
               std::string::npos)
         << out;
-    EXPECT_EQ(codeOf([&] { repo->getClass(kNs, "T_New"); }), 6);
+    EXPECT_TRUE(repo->catalog()->getClass(kNs, "T_New").isNull());
     EXPECT_EQ(repo->countInstances(kNs, "T_Level1", false), 0u);
 
     // Instances: the same one again is kept, a different one refused.
@@ -206,10 +206,10 @@ TEST_F(Storage, IdenticalDeclarationsAreKeptAndDifferentOnesFailTheWholeCompilat
 
     // New classes build on the stored ones, in a namespace of their own too.
     ASSERT_EQ(loadMof(*repo, "class T_Level4 : T_Level3 { string More; };\n"), "");
-    EXPECT_EQ(repo->enumerateClassNames(kNs, "T_Level1", true).back(), "T_Level4");
+    EXPECT_EQ(classNames(*repo, kNs, "T_Level1", true).back(), "T_Level4");
     ASSERT_EQ(loadMof(*repo, "#pragma namespace(\"root/second\")\nclass S { };\n"), "");
-    EXPECT_TRUE(repo->hasNameSpace("root/second"));
-    EXPECT_EQ(codeOf([&] { repo->getClass("root/second", "S"); }), 0);
+    EXPECT_TRUE(repo->catalog()->hasNameSpace("root/second"));
+    EXPECT_FALSE(repo->catalog()->getClass("root/second", "S").isNull());
 }
 
 TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
@@ -231,19 +231,19 @@ TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
         ASSERT_TRUE(compiler.commit(memory));
     }
     {
-        tarn::MofCompiler compiler(options, repo->getSchemaCache().get());
+        tarn::MofCompiler compiler(options, repo->catalog().get());
         compiler.compileFile(entry);
         tarn::RepositoryMofSink sink(*repo);
         ASSERT_TRUE(compiler.commit(sink));
     }
     reopen();
-    auto expected = memory.classSet()->getClasses("root/dmtf");
+    auto expected = memory.classSet()->getSubclasses("root/dmtf", "", true);
     ASSERT_GT(expected.size(), 1000u);
-    EXPECT_EQ(repo->enumerateClasses("root/dmtf", "", true).size(), expected.size());
+    EXPECT_EQ(repo->catalog()->getSubclasses("root/dmtf", "", true).size(), expected.size());
     std::size_t differing = 0;
     for (const auto& c : expected) {
         std::string want = describe(*c);
-        std::string got = describe(*repo->getClass("root/dmtf", c->getName()));
+        std::string got = describe(*repo->catalog()->getClass("root/dmtf", c->getName()));
         if (got != want && ++differing <= 3) {
             ADD_FAILURE() << "class " << c->getName() << " differs:\n"
                           << got << "\nexpected\n"
@@ -251,7 +251,7 @@ TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
         }
     }
     EXPECT_EQ(differing, 0u);
-    EXPECT_EQ(repo->enumerateQualifiers("root/dmtf").size(),
+    EXPECT_EQ(repo->catalog()->getQualifierDefs("root/dmtf").size(),
               memory.classSet()->getQualifierDefs("root/dmtf").size());
 }
 

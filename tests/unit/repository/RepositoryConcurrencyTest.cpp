@@ -5,7 +5,7 @@
 #include <map>
 #include <thread>
 
-#include "../repository/RepositoryTestSupport.h"
+#include "RepositoryTestSupport.h"
 
 namespace repotest {
 namespace {
@@ -71,7 +71,7 @@ TEST_F(RepositoryConcurrency, WritersReadersAndSchemaChangesRunSideBySide) {
         }
     });
     threads.emplace_back([&] {
-        auto cache = repo->getSchemaCache();
+        auto cache = repo->catalog();
         do {
             int k = published.load(std::memory_order_acquire);
             if (k >= 0 && cache->getClass(kNs, "T_New" + std::to_string(k)).isNull()) {
@@ -93,7 +93,7 @@ TEST_F(RepositoryConcurrency, WritersReadersAndSchemaChangesRunSideBySide) {
     EXPECT_EQ(readerErrors.load(), 0);
     EXPECT_EQ(repo->countInstances(kNs, "T_Base", true),
               static_cast<std::uint64_t>(kWriters * kEach));
-    EXPECT_EQ(repo->enumerateClassNames(kNs, "T_Level1", false).size(), 21u);
+    EXPECT_EQ(classNames(*repo, kNs, "T_Level1", false).size(), 21u);
     EXPECT_EQ(repo->checkIntegrity(), "ok");
 }
 

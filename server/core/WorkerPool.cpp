@@ -1,4 +1,4 @@
-#include "http/WorkerPool.h"
+#include "core/WorkerPool.h"
 
 #include "vela/AdapterUtils.h"
 

@@ -1,10 +1,11 @@
-#include "handler/ProviderRegistry.h"
+#include "providers/ProviderRegistry.h"
 
 #include <dlfcn.h>
 
 #include "vela/AdapterUtils.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VelaBaseException.h"
+#include "tarn/CIMStatus.h"
 
 namespace tarn {
 
@@ -32,12 +33,12 @@ void ProviderRegistry::registerInstanceProvider(const VELString& nameSpace,
                                                 std::shared_ptr<IInstanceProvider> provider) {
     if (!provider) {
         throw VelaBaseException("InvalidData", WHO, "registerInstanceProvider",
-                                "no provider given for " + nameSpace + ":" + className, 4);
+                                "no provider given for " + nameSpace + ":" + className, CIM_ERR_INVALID_PARAMETER);
     }
     if (!_instanceProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
         throw VelaBaseException(
             "InvalidData", WHO, "registerInstanceProvider",
-            "a provider is already registered for " + nameSpace + ":" + className, 11);
+            "a provider is already registered for " + nameSpace + ":" + className, CIM_ERR_ALREADY_EXISTS);
     }
     AdapterUtils::log(WHO, "Instance provider registered for " + nameSpace + ":" + className, 3);
 }
@@ -84,7 +85,7 @@ void ProviderRegistry::loadModule(const VELString& path) {
         const char* why = ::dlerror();
         throw VelaBaseException(
             "Configuration", WHO, "loadModule",
-            "cannot load provider module '" + path + "': " + (why ? why : "unknown error"), 1);
+            "cannot load provider module '" + path + "': " + (why ? why : "unknown error"), CIM_ERR_FAILED);
     }
     auto entry =
         reinterpret_cast<RegisterProvidersFunction>(::dlsym(handle, REGISTER_PROVIDERS_SYMBOL));
@@ -92,7 +93,7 @@ void ProviderRegistry::loadModule(const VELString& path) {
         ::dlclose(handle);
         throw VelaBaseException(
             "Configuration", WHO, "loadModule",
-            "provider module '" + path + "' does not export " + REGISTER_PROVIDERS_SYMBOL, 1);
+            "provider module '" + path + "' does not export " + REGISTER_PROVIDERS_SYMBOL, CIM_ERR_FAILED);
     }
     _modules.push_back(handle);
     entry(*this);
