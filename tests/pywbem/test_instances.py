@@ -1,0 +1,144 @@
+"""Instance operations through pywbem, across every CIM type."""
+import pytest
+
+from conftest import cim_error, pywbem
+
+SCHEMA = [("types.mof", "root/cimv2")]
+
+if pywbem:
+    from pywbem import (CIMDateTime, CIMInstance, CIMInstanceName, Char16, Real32, Real64,
+                        Sint8, Sint16, Sint32, Sint64, Uint8, Uint16, Uint32, Uint64)
+
+NS = "root/cimv2"
+
+
+def part(pid, size):
+    return CIMInstance("TEST_Part", properties={"Id": pid, "Size": Uint32(size)})
+
+
+def full_instance(key):
+    """An instance with a value in every property, at the edges of each type."""
+    return CIMInstance("TEST_AllTypes", properties=[
+        ("Id", key),
+        ("Flag", True),
+        ("Text", "caf\u00e9 <&> \"quoted\" \u4e2d"),
+        ("Letter", Char16("\u00e9")),
+        ("When", CIMDateTime("20261123101112.123456+060")),
+        ("HowLong", CIMDateTime("00000001020304.000005:000")),
+        ("U8", Uint8(255)), ("S8", Sint8(-128)),
+        ("U16", Uint16(65535)), ("S16", Sint16(-32768)),
+        ("U32", Uint32(4294967295)), ("S32", Sint32(-2147483648)),
+        ("U64", Uint64(18446744073709551615)), ("S64", Sint64(-9223372036854775808)),
+        ("R32", Real32(1.5)), ("R64", Real64(0.1)),
+        ("Flags", [True, False]),
+        ("Texts", ["a", "c d"]),
+        ("Bytes", [Uint8(0), Uint8(7)]),
+        ("Longs", [Sint64(-1), Sint64(9223372036854775807)]),
+        ("Reals", [Real64(1e300), Real64(-2.5e-300)]),
+        ("Times", [CIMDateTime("20000101000000.000000+000")]),
+        ("Letters", [Char16("x"), Char16("y")]),
+        ("Part", part("p1", 10)),
+        ("Parts", [part("p2", 20), part("p3", 30)]),
+        ("Anything", part("p4", 40)),
+    ])
+
+
+def name_of(key, cls="TEST_AllTypes"):
+    return CIMInstanceName(cls, keybindings={"Id": key}, namespace=NS)
+
+
+def test_every_type_survives_a_round_trip(conn):
+    sent = full_instance("full")
+    path = conn.CreateInstance(sent)
+    assert path.classname.lower() == "test_alltypes"
+    assert path.keybindings["Id"] == "full"
+    got = conn.GetInstance(path)
+    for name, prop in sent.properties.items():
+        value = got[name]
+        if name in ("Part", "Parts", "Anything"):
+            parts = value if isinstance(value, list) else [value]
+            expected = prop.value if isinstance(prop.value, list) else [prop.value]
+            assert [(p["Id"], p["Size"]) for p in parts] == \
+                [(p["Id"], p["Size"]) for p in expected], name
+            continue
+        assert value == prop.value, name
+        assert got.properties[name].type == prop.type, name
+    assert got["Counter"] == 7  # the class default
+
+
+def test_properties_without_a_value_are_null(conn):
+    path = conn.CreateInstance(CIMInstance("TEST_AllTypes", properties={"Id": "sparse"}))
+    got = conn.GetInstance(path)
+    for name in ("Flag", "Text", "Letter", "When", "U64", "R32", "Part", "Anything"):
+        assert got[name] is None, name
+    assert got["Counter"] == 7
+
+
+def test_enumerations_cover_subclasses_and_property_lists(conn):
+    conn.CreateInstance(CIMInstance("TEST_MoreTypes",
+                                    properties={"Id": "sub", "Extra": "x", "U8": Uint8(1)}))
+    conn.CreateInstance(full_instance("enum"))
+    names = {(n.classname.lower(), n["Id"]) for n in conn.EnumerateInstanceNames("TEST_AllTypes")}
+    assert {("test_alltypes", "enum"), ("test_moretypes", "sub")} <= names
+    shallow = conn.EnumerateInstances("TEST_AllTypes", DeepInheritance=False,
+                                      PropertyList=["Id", "U8"])
+    sub = [i for i in shallow if i["Id"] == "sub"]
+    assert sub and set(sub[0].keys()) == {"Id", "U8"}
+    deep = conn.EnumerateInstances("TEST_AllTypes", DeepInheritance=True)
+    assert [i["Extra"] for i in deep if i["Id"] == "sub"] == ["x"]
+    assert all(i.path is not None and i.path.namespace == NS for i in deep)
+
+
+def test_modify_changes_only_the_listed_properties(conn):
+    path = conn.CreateInstance(full_instance("mod"))
+    change = CIMInstance("TEST_AllTypes", path=path,
+                         properties={"Id": "mod", "Text": "new", "U8": Uint8(1),
+                                     "Longs": [Sint64(5)]})
+    conn.ModifyInstance(change, PropertyList=["Text", "Longs"])
+    got = conn.GetInstance(path)
+    assert (got["Text"], got["U8"], got["Longs"]) == ("new", 255, [5])
+
+
+def test_delete_then_the_instance_is_gone(conn):
+    path = conn.CreateInstance(CIMInstance("TEST_AllTypes", properties={"Id": "gone"}))
+    conn.DeleteInstance(path)
+    with cim_error(pywbem.CIM_ERR_NOT_FOUND):
+        conn.GetInstance(path)
+    with cim_error(pywbem.CIM_ERR_NOT_FOUND):
+        conn.DeleteInstance(path)
+
+
+@pytest.mark.parametrize("what,call,status", [
+    ("an instance that exists",
+     lambda c: c.CreateInstance(CIMInstance("TEST_AllTypes", properties={"Id": "twice"})),
+     pywbem.CIM_ERR_ALREADY_EXISTS if pywbem else 0),
+    ("an unknown class",
+     lambda c: c.GetInstance(CIMInstanceName("TEST_Nothing", keybindings={"Id": "x"})),
+     pywbem.CIM_ERR_INVALID_CLASS if pywbem else 0),
+    ("an unknown namespace",
+     lambda c: c.EnumerateInstanceNames("TEST_AllTypes", namespace="root/nowhere"),
+     pywbem.CIM_ERR_INVALID_NAMESPACE if pywbem else 0),
+    ("a property the class lacks",
+     lambda c: c.CreateInstance(CIMInstance("TEST_AllTypes",
+                                            properties={"Id": "bad", "Nope": "x"})),
+     pywbem.CIM_ERR_INVALID_PARAMETER if pywbem else 0),
+    ("a value of another type",
+     lambda c: c.CreateInstance(CIMInstance("TEST_AllTypes",
+                                            properties={"Id": "bad", "U8": "many"})),
+     pywbem.CIM_ERR_TYPE_MISMATCH if pywbem else 0),
+])
+def test_errors_carry_their_status(conn, what, call, status):
+    if what == "an instance that exists":
+        conn.CreateInstance(CIMInstance("TEST_AllTypes", properties={"Id": "twice"}))
+    with cim_error(status):
+        call(conn)
+
+
+def test_a_reader_reads_but_does_not_write(tarnd, conn):
+    conn.CreateInstance(CIMInstance("TEST_AllTypes", properties={"Id": "read-me"}))
+    reader = tarnd.connection("viewer", tarnd.add_user("viewer", "reader"))
+    assert reader.GetInstance(name_of("read-me"))["Id"] == "read-me"
+    with cim_error(pywbem.CIM_ERR_ACCESS_DENIED):
+        reader.DeleteInstance(name_of("read-me"))
+    with pytest.raises(pywbem.AuthError):
+        tarnd.connection("viewer", "wrong").GetInstance(name_of("read-me"))
