@@ -19,6 +19,7 @@
 #include "http/HTTPServer.h"
 #include "providers/ProviderRegistry.h"
 #include "providers/RepositoryInstanceProvider.h"
+#include "pull/EnumerationRegistry.h"
 #include "repository/DefaultSchema.h"
 #include "repository/Repository.h"
 #include "security/TLSCertificate.h"
@@ -150,7 +151,8 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     std::uint32_t providerThreads = tarn::HTTPServerConfig::fromConfiguration().workerThreads;
     TARNConfigManager::getInstance().getUint32("TARN", "ProviderThreads", providerThreads);
     tarn::WorkerPool providerPool(std::clamp<std::uint32_t>(providerThreads, 1, 1024));
-    tarn::OperationHandler handler(*catalog, providers, providerPool);
+    tarn::EnumerationRegistry enumerations(tarn::PullSettings::fromConfiguration());
+    tarn::OperationHandler handler({*catalog, providers, providerPool, &enumerations});
     context.setOperationHandler(&handler);
 
     std::uint32_t cacheSeconds = 300;

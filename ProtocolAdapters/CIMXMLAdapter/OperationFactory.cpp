@@ -1,5 +1,6 @@
 #include "OperationFactory.h"
 
+#include "CloseEnumerationOperation.h"
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
 #include "EnumerateInstanceNamesOperation.h"
@@ -7,6 +8,11 @@
 #include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
 #include "ModifyInstanceOperation.h"
+#include "OpenEnumerateInstancePathsOperation.h"
+#include "OpenEnumerateInstancesOperation.h"
+#include "PullInstancePathsOperation.h"
+#include "PullInstancesOperation.h"
+#include "PullInstancesWithPathOperation.h"
 #include "vela/VELCIMStrings.h"
 
 namespace cimxmlpa {
@@ -35,18 +41,19 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::ENUMERATECLASSES, nullptr},
     {&S::GETQUALIFIER, nullptr},
     {&S::ENUMERATEQUALIFIERS, nullptr},
-    {&S::OPENENUMERATEINSTANCES, nullptr},
-    {&S::CLOSEENUMERATION, nullptr},
-    {&S::PULLINSTANCESWITHPATH, nullptr},
-    {&S::OPENENUMERATEINSTANCEPATHS, nullptr},
+    {&S::OPENENUMERATEINSTANCES, &OperationFactory::create<OpenEnumerateInstancesOperation>},
+    {&S::CLOSEENUMERATION, &OperationFactory::create<CloseEnumerationOperation>},
+    {&S::PULLINSTANCESWITHPATH, &OperationFactory::create<PullInstancesWithPathOperation>},
+    {&S::OPENENUMERATEINSTANCEPATHS,
+     &OperationFactory::create<OpenEnumerateInstancePathsOperation>},
     {&S::OPENREFERENCEINSTANCES, nullptr},
     {&S::OPENASSOCIATORINSTANCES, nullptr},
     {&S::OPENREFERENCEINSTANCEPATHS, nullptr},
     {&S::OPENASSOCIATORINSTANCEPATHS, nullptr},
-    {&S::PULLINSTANCEPATHS, nullptr},
+    {&S::PULLINSTANCEPATHS, &OperationFactory::create<PullInstancePathsOperation>},
     {&S::EXECQUERY, nullptr},
     {&S::OPENQUERYINSTANCES, nullptr},
-    {&S::PULLINSTANCES, nullptr},
+    {&S::PULLINSTANCES, &OperationFactory::create<PullInstancesOperation>},
 };
 
 // The class of every extrinsic call (InvokeMethodOperation once it exists).

@@ -1,5 +1,8 @@
 #include "OperationUtil.h"
 
+#include "vela/IMaxObjectCount.h"
+#include "vela/IOpenOperation.h"
+#include "vela/IVelaOperationHandlerContext.h"
 #include "vela/VELCIMParamValue.h"
 #include "vela/VELCIMStrings.h"
 
@@ -32,6 +35,129 @@ VELSmrPtr<VELValSlist<VELString>> OperationUtil::readPropertyList(const VELCIMMe
         return nullptr;
     }
     return AdapterUtils::convert(parameter->getValue(), true);
+}
+
+namespace {
+
+// A count parameter: absent or empty gives true and leaves value; else it
+// must be numeric and not negative, and is cut to 32 bits.
+bool readCount(const VELCIMMethodCall& call, const VELString& parameter, std::string_view label,
+               std::string_view who, bool& present, std::int32_t& value) {
+    const VELString text = call.getParameterValueByName(parameter);
+    present = !text.isNull();
+    if (!present) {
+        return true;
+    }
+    if (!text.isNumeric() || text.atol() < 0) {
+        AdapterUtils::log(who, "Invalid value for " + VELString(label) + ": " + text, 1);
+        return false;
+    }
+    value = static_cast<std::int32_t>(text.atol());
+    return true;
+}
+
+}  // namespace
+
+int OperationUtil::readMaxObjectCount(const VELCIMMethodCall& call, IMaxObjectCount& op,
+                                      std::string_view who) {
+    bool present = false;
+    std::int32_t value = 0;
+    if (!readCount(call, VELCIMStrings::MAXOBJECTCOUNT, "maxObjectCount", who, present, value)) {
+        return 4;
+    }
+    if (present) {
+        op.setMaxObjectCount(value);
+    }
+    return 0;
+}
+
+int OperationUtil::readOpenParameters(const VELCIMMethodCall& call, IOpenOperation& open,
+                                      IMaxObjectCount& count, std::string_view who,
+                                      std::string_view maxObjectCountWho) {
+    if (!call.getParameterValueByName(VELCIMStrings::FILTERQUERYLANGUAGE).isNull()) {
+        AdapterUtils::log(who, "QueryLanguage paramert is not supported", 1);
+        return 25;
+    }
+    if (!call.getParameterValueByName(VELCIMStrings::FILTERQUERY).isNull()) {
+        AdapterUtils::log(who, "Query paramerter is not supported", 1);
+        return 25;
+    }
+    if (int code = readMaxObjectCount(call, count, maxObjectCountWho); code != 0) {
+        return code;
+    }
+    bool present = false;
+    std::int32_t timeout = 0;
+    if (!readCount(call, VELCIMStrings::OPERATIONTIMEOUT, "operationTimeout", who, present,
+                   timeout)) {
+        return 4;
+    }
+    if (present) {
+        open.setOperationTimeout(timeout);
+    }
+    const VELString continueOnError = call.getParameterValueByName(VELCIMStrings::CONTINUEONERROR);
+    if (!continueOnError.isNull()) {
+        if (continueOnError.equalsIgnoreCase("FALSE")) {
+            open.setContinueOnError(false);
+        } else if (continueOnError.equalsIgnoreCase("true")) {
+            AdapterUtils::log(who, "ContinueOnError=true is not supported: " + continueOnError, 1);
+            return 26;
+        } else {
+            AdapterUtils::log(who, "Invalid value for continueOnError: " + continueOnError, 1);
+            return 4;
+        }
+    }
+    return 0;
+}
+
+VELSmrPtr<IVelaClass> OperationUtil::findOriginClass(IVelaOperationHandlerContext* context,
+                                                     const VELString& nameSpace,
+                                                     const IVelaObject& instance,
+                                                     const VELString& requestedClass,
+                                                     bool deepInheritance, std::string_view who) {
+    VELSmrPtr<IVelaClass> cls;
+    if (context != nullptr) {
+        cls = context->getClass(nameSpace, instance.getClassName());
+    }
+    if (cls.isNull()) {
+        AdapterUtils::log(who,
+                          "Unable to find metadata for class '" + instance.getClassName() + "'", 1);
+        return nullptr;
+    }
+    if (deepInheritance) {
+        return cls;
+    }
+    for (VELSmrPtr<IVelaClass> c = cls; !c.isNull(); c = c->getSuperClass()) {
+        if (c->getName() == requestedClass) {
+            return c;
+        }
+    }
+    AdapterUtils::log(who,
+                      "Unable to find requested parent class '" + requestedClass +
+                          "' as ancestor of current instance of '" + instance.getClassName() + "'",
+                      1);
+    return nullptr;
+}
+
+VELSmrPtr<VELValSlist<VELString>> OperationUtil::buildDeepInheritancePropertyList(
+    const IVelaObject& instance, const VELSmrPtr<IVelaClass>& originClass,
+    const VELSmrPtr<VELValSlist<VELString>>& requested) {
+    if (originClass.isNull() || (!requested.isNull() && requested->entries() == 0)) {
+        return requested;
+    }
+    auto list = makeVELSmrPtr<VELValSlist<VELString>>();
+    for (VELSmrPtr<IVelaClass> c = originClass; !c.isNull(); c = c->getSuperClass()) {
+        VELSmrPtr<tarn::Iterator<VELString>> names = c->getOwnPropertyNames();
+        while (!names.isNull() && names->hasNext()) {
+            VELString name = names->next();
+            if (list->contains(name) || instance.getProperty(name).isNull()) {
+                continue;
+            }
+            if (requested.isNull() || requested->contains(name)) {
+                list->append(std::move(name));
+            }
+        }
+    }
+    return list;
 }
 
 void OperationUtil::logCaught(std::string_view source, const VelaBaseException& e) {

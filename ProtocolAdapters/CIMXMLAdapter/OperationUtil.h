@@ -16,6 +16,10 @@
 #include "vela/VelaBaseException.h"
 #include "vela/VelaMultiResponseOperationBase.h"
 
+class IMaxObjectCount;
+class IOpenOperation;
+class IVelaOperationHandlerContext;
+
 namespace cimxmlpa {
 
 class OperationUtil {
@@ -43,6 +47,34 @@ class OperationUtil {
     // else its names; an empty list asks for no properties.
     static VELSmrPtr<VELValSlist<VELString>> readPropertyList(const VELCIMMethodCall& call);
 
+    // MaxObjectCount of an open or pull: absent or empty keeps the default;
+    // else it must be a number that is not negative ("Invalid value for
+    // maxObjectCount: <text>" under who otherwise). Returns 0 or the error code.
+    static int readMaxObjectCount(const VELCIMMethodCall& call, IMaxObjectCount& op,
+                                  std::string_view who);
+    // FilterQueryLanguage, FilterQuery, MaxObjectCount, OperationTimeout and
+    // ContinueOnError of an open, in that order, logged under who (a bad
+    // MaxObjectCount under maxObjectCountWho). Returns 0 or the error code of
+    // the first bad one.
+    static int readOpenParameters(const VELCIMMethodCall& call, IOpenOperation& open,
+                                  IMaxObjectCount& count, std::string_view who,
+                                  std::string_view maxObjectCountWho);
+
+    // The class whose definition governs how an enumerated instance is
+    // written: its own class, or without deepInheritance the requested class
+    // found (by exact name) among its ancestors. Null, logged under who, when
+    // there is no metadata or no such ancestor.
+    static VELSmrPtr<IVelaClass> findOriginClass(IVelaOperationHandlerContext* context,
+                                                 const VELString& nameSpace,
+                                                 const IVelaObject& instance,
+                                                 const VELString& requestedClass,
+                                                 bool deepInheritance, std::string_view who);
+    // The properties of originClass and its ancestors that the instance has,
+    // each once, from originClass upward, limited by the requested list.
+    static VELSmrPtr<VELValSlist<VELString>> buildDeepInheritancePropertyList(
+        const IVelaObject& instance, const VELSmrPtr<IVelaClass>& originClass,
+        const VELSmrPtr<VELValSlist<VELString>>& requested);
+
     // "Caught <who>; Code: <code>; Msg: <message>" at severity 1 under source.
     static void logCaught(std::string_view source, const VelaBaseException& e);
 
@@ -55,10 +87,12 @@ class OperationUtil {
     // encode as soon as it arrives. A failure while writing ends the results
     // (those already sent stand), is recorded on the operation and logged
     // under who; the elements are closed in every case.
-    template <class T, class Encode>
-    static void writeStreamingResponse(VELGenericHTTPOStream& out,
-                                       VelaMultiResponseOperationBase<T>& operation,
-                                       std::string_view who, Encode&& encode) {
+    // trailer writes what follows IRETURNVALUE (the parameters of pulled
+    // enumerations); it is not called when the operation failed before.
+    template <class T, class Encode, class Trailer = void (*)()>
+    static void writeStreamingResponse(
+        VELGenericHTTPOStream& out, VelaMultiResponseOperationBase<T>& operation,
+        std::string_view who, Encode&& encode, Trailer&& trailer = [] {}) {
         beginResponse(out, operation.getOperationName());
         const int code = operation.response->waitForResponse();
         if (code != 0) {
@@ -83,6 +117,7 @@ class OperationUtil {
                 who, "Exception while writing response. err=" + VELString::valueOf(failure), 1);
         }
         out << "</IRETURNVALUE>";
+        trailer();
         endResponse(out);
     }
 };

@@ -16,7 +16,7 @@ class PullOperationBase : public virtual IPullOperation {
         _maxObjectCount = count;
         _maxObjectCountPresent = true;
     }
-    bool isMaxObjectCountPresent() const { return _maxObjectCountPresent; }
+    bool isMaxObjectCountPresent() const override { return _maxObjectCountPresent; }
 
   private:
     VELString _context;

@@ -45,27 +45,12 @@ void deleteInstance(OperationCall& call, IVelaDeleteInstanceOperation& op) {
     call.instanceProvider(name->getClassName()).deleteInstance(call.context, name);
 }
 
-// One producer per class of the enumeration, each asking the class's provider.
-template <class T, class Enumerate>
-std::vector<OperationCall::Producer<T>> perClass(OperationCall& call, Enumerate enumerate) {
-    std::vector<OperationCall::Producer<T>> producers;
-    for (const auto& cls : call.withSubclasses(call.requireClass(call.operation->getClassName()))) {
-        IInstanceProvider* provider = &call.instanceProvider(cls->getName());
-        producers.push_back(
-            [provider, cls, context = call.context, enumerate](IMultiResponse<T>& out) {
-                (provider->*enumerate)(context, cls, out);
-            });
-    }
-    return producers;
-}
-
 void enumerateInstances(OperationCall& call, IVelaEnumerateInstancesOperation& op) {
-    call.stream(op, perClass<VELSmrPtr<IVelaObject>>(call, &IInstanceProvider::enumerateInstances));
+    call.stream(op, call.instanceProducers(op.getClassName()));
 }
 
 void enumerateInstanceNames(OperationCall& call, IVelaEnumerateInstanceNamesOperation& op) {
-    call.stream(op, perClass<VELSmrPtr<IVelaInstanceName>>(
-                        call, &IInstanceProvider::enumerateInstanceNames));
+    call.stream(op, call.instanceNameProducers(op.getClassName()));
 }
 
 const Route kRoutes[] = {

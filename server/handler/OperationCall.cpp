@@ -61,6 +61,30 @@ IInstanceProvider& OperationCall::instanceProvider(const VELString& className) c
     return *p;
 }
 
+template <class T, class Enumerate>
+std::vector<OperationCall::Producer<T>> OperationCall::perClass(const VELString& className,
+                                                                Enumerate enumerate) const {
+    std::vector<Producer<T>> producers;
+    for (const auto& cls : withSubclasses(requireClass(className))) {
+        IInstanceProvider* provider = &instanceProvider(cls->getName());
+        producers.push_back([provider, cls, context = context, enumerate](IMultiResponse<T>& out) {
+            (provider->*enumerate)(context, cls, out);
+        });
+    }
+    return producers;
+}
+
+std::vector<OperationCall::Producer<VELSmrPtr<IVelaObject>>> OperationCall::instanceProducers(
+    const VELString& className) const {
+    return perClass<VELSmrPtr<IVelaObject>>(className, &IInstanceProvider::enumerateInstances);
+}
+
+std::vector<OperationCall::Producer<VELSmrPtr<IVelaInstanceName>>>
+OperationCall::instanceNameProducers(const VELString& className) const {
+    return perClass<VELSmrPtr<IVelaInstanceName>>(className,
+                                                  &IInstanceProvider::enumerateInstanceNames);
+}
+
 bool OperationCall::post(std::function<void()> task) const {
     return services.pool.post(std::move(task));
 }

@@ -9,6 +9,7 @@
 
 #include "core/WorkerPool.h"
 #include "providers/ProviderRegistry.h"
+#include "pull/EnumerationRegistry.h"
 #include "tarn/CIMStatus.h"
 #include "tarn/ISchemaCatalog.h"
 #include "tarn/MultiResponseWriter.h"
@@ -21,6 +22,8 @@ struct HandlerServices {
     const ISchemaCatalog& schema;
     const ProviderRegistry& providers;
     WorkerPool& pool;
+    // Pulled enumerations; null where they are not offered.
+    EnumerationRegistry* enumerations = nullptr;
 };
 
 class OperationCall {
@@ -48,6 +51,13 @@ class OperationCall {
     template <class T>
     using Producer = std::function<void(IMultiResponse<T>&)>;
 
+    // The producers of an instance enumeration: one per class of className
+    // and its subclasses, each asking the class's provider.
+    std::vector<Producer<VELSmrPtr<IVelaObject>>> instanceProducers(
+        const VELString& className) const;
+    std::vector<Producer<VELSmrPtr<IVelaInstanceName>>> instanceNameProducers(
+        const VELString& className) const;
+
     // Runs the producers of a streaming operation one after the other on the
     // provider pool, each with its own writer, all taken before this returns.
     // A failure is reported on the operation and ends the run; the writers of
@@ -57,6 +67,8 @@ class OperationCall {
 
   private:
     bool post(std::function<void()> task) const;
+    template <class T, class Enumerate>
+    std::vector<Producer<T>> perClass(const VELString& className, Enumerate enumerate) const;
 };
 
 // Makes the failure being handled (call it from a catch block) the

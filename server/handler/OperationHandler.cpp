@@ -19,10 +19,8 @@ const char* accessName(Access a) {
 
 }  // namespace
 
-OperationHandler::OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
-                                   WorkerPool& providerPool)
-    : _services{schema, providers, providerPool} {
-    for (std::span<const Route> family : {instanceRoutes(), classRoutes()}) {
+OperationHandler::OperationHandler(const HandlerServices& services) : _services(services) {
+    for (std::span<const Route> family : {instanceRoutes(), classRoutes(), pullRoutes()}) {
         for (const Route& r : family) {
             _routes.emplace(r.operation, &r);
         }

@@ -17,8 +17,7 @@ namespace tarn {
 
 class OperationHandler : public IOperationHandler {
   public:
-    OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
-                     WorkerPool& providerPool);
+    explicit OperationHandler(const HandlerServices& services);
 
     void processOperation(const VELSmrPtr<IVelaOperation>& operation) override;
 

@@ -136,6 +136,8 @@ def cim_error(status):
             return self.info
 
         def __exit__(self, *exc):
+            if exc[0] is None:
+                pytest.fail(f"no CIMError raised; expected CIM status {status}")
             suppressed = self._raises.__exit__(*exc)
             assert self.info.value.status_code == status, (
                 f"expected CIM status {status}, got {self.info.value}")

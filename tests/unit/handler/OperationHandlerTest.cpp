@@ -128,7 +128,7 @@ VELSmrPtr<TARNClientInfo> client(const char* user, std::initializer_list<VELStri
 
 class OperationHandlerTest : public ::testing::Test {
   protected:
-    OperationHandlerTest() : pool(2), handler(catalog, providers, pool) {
+    OperationHandlerTest() : pool(2), handler({catalog, providers, pool, &enumerations}) {
         providers.setDefaultInstanceProvider(repository);
         providers.registerInstanceProvider(NS, "Test_C", special);
     }
@@ -164,6 +164,7 @@ class OperationHandlerTest : public ::testing::Test {
     std::shared_ptr<FakeProvider> special = std::make_shared<FakeProvider>(1);
     ProviderRegistry providers;
     WorkerPool pool;
+    EnumerationRegistry enumerations{PullSettings{}};
     OperationHandler handler;
 };
 
