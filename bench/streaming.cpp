@@ -15,6 +15,11 @@
 //    not grow with the size of the result.
 //
 // Peak memory is VmHWM of /proc/<pid>/status after both enumerations.
+//
+// The same instances read as a pulled enumeration (OpenEnumerateInstances,
+// then PullInstancesWithPath in batches of 1,000) beside EnumerateInstances
+// in the same run, with the latency of one pull; and tarnd's memory with 100
+// enumerations left open, each paused after its first batch.
 // tarnd, tarn-mof and the plug-ins are taken from the build tree next to
 // this program (../bin, ../lib).
 #include <benchmark/benchmark.h>
@@ -97,7 +102,7 @@ struct StreamingTarnd {
         std::ofstream(dir.path() / "tarn.conf")
             << "[Log]\nLevel = 1\nTraceFile = trace.log\n[Providers]\nModules = "
             << (buildDir() / "lib" / "libtarn_bench_GeneratorProvider.so").string()
-            << "\n[BenchGenerator]\nCount = " << count << "\n";
+            << "\n[BenchGenerator]\nCount = " << count << "\n[Pull]\nMaxOpenPerUser = 200\n";
         std::ofstream(dir.path() / "benchitem.mof") << kBenchItemMof;
         ChildProcess mof;
         mof.start({(bin / "tarn-mof").string(), "--state-dir", dir.path().string(), "-n",
@@ -271,6 +276,138 @@ Outcome enumerate(const StreamingTarnd& server, bool slow) {
     }
     return o;
 }
+
+// One intrinsic call on a new connection, its whole answer.
+Response call(const StreamingTarnd& server, const std::string& method, const std::string& params) {
+    const std::string body =
+        "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
+        "DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><IMETHODCALL "
+        "NAME=\"" +
+        method +
+        "\"><LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"/><NAMESPACE "
+        "NAME=\"cimv2\"/></LOCALNAMESPACEPATH>" +
+        params + "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+    Socket s = Socket::connect(server.port);
+    s.send(server.post(method, body));
+    ResponseReader reader(s);
+    Response r = reader.read(in(120s));
+    if (r.status != 200 || r.body.find("<ERROR") != std::string::npos) {
+        throw std::runtime_error(method + " failed: " + r.body.substr(0, 2000));
+    }
+    return r;
+}
+
+struct Batch {
+    std::uint64_t instances = 0;
+    std::string context;
+    bool end = false;
+};
+
+Batch batchOf(const Response& r) {
+    Batch b;
+    const std::string tag = "<VALUE.INSTANCEWITHPATH>";
+    for (std::size_t at = r.body.find(tag); at != std::string::npos;
+         at = r.body.find(tag, at + tag.size())) {
+        ++b.instances;
+    }
+    const std::string ctx = "<PARAMVALUE NAME=\"EnumerationContext\" TYPE=\"string\">\n<VALUE>";
+    std::size_t at = r.body.find(ctx);
+    if (at != std::string::npos) {
+        at += ctx.size();
+        b.context = r.body.substr(at, r.body.find("</VALUE>", at) - at);
+    }
+    b.end = r.body.find("<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>TRUE") !=
+            std::string::npos;
+    return b;
+}
+
+Batch open(const StreamingTarnd& server, std::uint32_t first) {
+    return batchOf(call(server, "OpenEnumerateInstances",
+                        "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"TARN_BenchItem\"/>"
+                        "</IPARAMVALUE><IPARAMVALUE NAME=\"MaxObjectCount\"><VALUE>" +
+                            std::to_string(first) + "</VALUE></IPARAMVALUE>"));
+}
+
+Batch pull(const StreamingTarnd& server, const std::string& context, std::uint32_t count) {
+    return batchOf(call(server, "PullInstancesWithPath",
+                        "<IPARAMVALUE NAME=\"EnumerationContext\"><VALUE>" + context +
+                            "</VALUE></IPARAMVALUE><IPARAMVALUE NAME=\"MaxObjectCount\"><VALUE>" +
+                            std::to_string(count) + "</VALUE></IPARAMVALUE>"));
+}
+
+void BM_PulledEnumeration(benchmark::State& state) {
+    const auto count = static_cast<std::uint32_t>(state.range(0));
+    constexpr std::uint32_t kBatch = 1000;
+    StreamingTarnd server(count);
+    server.warmUp();
+    Outcome whole;
+    std::uint64_t pulled = 0;
+    double seconds = 0;
+    std::vector<double> latenciesMs;
+    for (auto _ : state) {
+        whole = enumerate(server, false);
+        const auto start = Clock::now();
+        Batch b = open(server, kBatch);
+        pulled = b.instances;
+        while (!b.end) {
+            const auto before = Clock::now();
+            b = pull(server, b.context, kBatch);
+            latenciesMs.push_back(
+                std::chrono::duration<double, std::milli>(Clock::now() - before).count());
+            pulled += b.instances;
+        }
+        seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        state.SetIterationTime(seconds);
+    }
+    if (pulled != count || whole.instances != count) {
+        state.SkipWithError("not every instance arrived");
+        return;
+    }
+    std::sort(latenciesMs.begin(), latenciesMs.end());
+    auto at = [&](double q) {
+        return latenciesMs.empty() ? 0.0
+                                   : latenciesMs[static_cast<std::size_t>(
+                                         q * static_cast<double>(latenciesMs.size() - 1))];
+    };
+    const double pulledPerS = static_cast<double>(count) / seconds;
+    const double wholePerS = static_cast<double>(count) / whole.totalSeconds;
+    state.counters["pulled_per_s"] = pulledPerS;
+    state.counters["enumerate_per_s"] = wholePerS;
+    state.counters["ratio_to_enumerate"] = pulledPerS / wholePerS;
+    state.counters["pull_p50_ms"] = at(0.5);
+    state.counters["pull_p99_ms"] = at(0.99);
+}
+
+BENCHMARK(BM_PulledEnumeration)
+    ->Arg(1000000)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+// tarnd's memory with enumerations left open after their first batch: each
+// holds its paused producer and a bounded queue, not its result.
+void BM_PausedEnumerations(benchmark::State& state) {
+    const auto contexts = static_cast<int>(state.range(0));
+    StreamingTarnd server(1000000);
+    server.warmUp();
+    const long idleKb = statusKb(server.process.pid(), "VmRSS");
+    long pausedKb = 0;
+    for (auto _ : state) {
+        for (int i = 0; i < contexts; ++i) {
+            if (open(server, 1000).end) {
+                state.SkipWithError("an enumeration ended in its first batch");
+                return;
+            }
+        }
+        std::this_thread::sleep_for(500ms);  // let the producers fill their queues
+        pausedKb = statusKb(server.process.pid(), "VmRSS");
+    }
+    state.counters["idle_rss_MB"] = static_cast<double>(idleKb) / 1024.0;
+    state.counters["paused_rss_MB"] = static_cast<double>(pausedKb) / 1024.0;
+    state.counters["over_idle_MB"] = static_cast<double>(pausedKb - idleKb) / 1024.0;
+}
+
+BENCHMARK(BM_PausedEnumerations)->Arg(100)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 std::map<std::int64_t, double> peakMb;
 

@@ -61,7 +61,20 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     "[Repository]\n"
     "; The MOF a new repository is built from (entry file tarn.mof); empty for\n"
     "; the schema installed with TARN.\n"
-    ";SchemaDir =\n";
+    ";SchemaDir =\n"
+    "\n"
+    "[Pull]\n"
+    "; Pulled enumerations: batch sizes, how long an open one may stay idle\n"
+    "; (seconds), how many may be open.\n"
+    ";MaxObjectCount = 10000\n"
+    ";DefaultObjectCount = 100\n"
+    ";DefaultOperationTimeout = 60\n"
+    ";MaxOperationTimeout = 3600\n"
+    ";AllowUnlimitedTimeout = false\n"
+    ";BatchWaitMs = 3000\n"
+    ";QueueCapacity = 64\n"
+    ";MaxOpen = 256\n"
+    ";MaxOpenPerUser = 64\n";
 
 void StateDirectory::prepare() const {
     if (exists(_dir)) {

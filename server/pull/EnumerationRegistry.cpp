@@ -35,11 +35,9 @@ EnumerationRegistry::~EnumerationRegistry() {
     }
     // Producers stop at their next result; one that never returns from its
     // provider is left behind rather than hanging the shutdown.
-    Producers& p = *_producers;
-    std::unique_lock<std::mutex> lock(p.m);
-    if (!p.ended.wait_for(lock, std::chrono::seconds(10), [&p] { return p.running == 0; })) {
+    if (!waitForProducers(std::chrono::seconds(10))) {
         AdapterUtils::log(WHO,
-                          VELString::valueOf(static_cast<unsigned long>(p.running)) +
+                          VELString::valueOf(static_cast<unsigned long>(runningProducers())) +
                               " enumeration producers did not stop",
                           1);
     }
@@ -182,6 +180,12 @@ std::size_t EnumerationRegistry::openCount() const {
 std::size_t EnumerationRegistry::runningProducers() const {
     std::lock_guard<std::mutex> lock(_producers->m);
     return _producers->running;
+}
+
+bool EnumerationRegistry::waitForProducers(std::chrono::milliseconds timeout) const {
+    Producers& p = *_producers;
+    std::unique_lock<std::mutex> lock(p.m);
+    return p.ended.wait_for(lock, timeout, [&p] { return p.running == 0; });
 }
 
 void EnumerationRegistry::reap() {

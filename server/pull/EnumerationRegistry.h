@@ -60,6 +60,8 @@ class EnumerationRegistry {
     std::size_t openCount() const;
     // Producer threads still running.
     std::size_t runningProducers() const;
+    // Waits until no producer runs, at most timeout; true when none does.
+    bool waitForProducers(std::chrono::milliseconds timeout) const;
 
   private:
     VELString newId() const;

@@ -19,7 +19,7 @@ struct PullSettings {
     // How long a response waits for its batch before it answers with what it has.
     std::uint32_t batchWaitMs = 3000;
     // Results an open enumeration holds between its paused producer and the next pull.
-    std::uint32_t queueCapacity = 256;
+    std::uint32_t queueCapacity = 64;
     // Open enumerations in all and per user.
     std::uint32_t maxOpen = 256;
     std::uint32_t maxOpenPerUser = 64;

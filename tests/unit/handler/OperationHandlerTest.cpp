@@ -19,6 +19,9 @@
 #include "vela/VelaEnumerateInstancesOperationBase.h"
 #include "vela/VelaGetClassOperationBase.h"
 #include "vela/VelaGetInstanceOperationBase.h"
+#include "vela/CloseEnumerationOperationBase.h"
+#include "vela/OpenEnumerateInstancesOperationBase.h"
+#include "vela/PullInstancesWithPathOperationBase.h"
 
 namespace {
 
@@ -302,3 +305,55 @@ TEST_F(OperationHandlerTest, AStoppedPoolAnswersShuttingDown) {
 }
 
 }  // namespace
+
+// Many enumerations opened, pulled and closed at once by several users, each
+// with an endless producer: every batch is whole, the producers pause while
+// their contexts are open and all stop once they are closed.
+TEST_F(OperationHandlerTest, ManyOpenEnumerationsPauseTheirProducersAndStopAtClose) {
+    repository->count = -1;  // endless: only back-pressure and close stop it
+    constexpr int kUsers = 8;
+    constexpr int kEach = 25;
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    std::mutex m;
+    std::vector<std::pair<std::string, VELString>> open;  // user, context
+    for (int u = 0; u < kUsers; ++u) {
+        threads.emplace_back([&, u] {
+            std::string user = "user" + std::to_string(u);
+            for (int i = 0; i < kEach; ++i) {
+                auto op = make<Op<OpenEnumerateInstancesOperationBase>>("Test_Other");
+                op->setClientInfo(client(user.c_str(), {"reader"}));
+                op->setMaxObjectCount(3);
+                handler.processOperation(op);
+                auto first = drain<VELSmrPtr<IVelaObject>>(*op);
+                auto pull = make<Op<PullInstancesWithPathOperationBase>>("");
+                pull->setClientInfo(client(user.c_str(), {"reader"}));
+                pull->setEnumerationContext(op->getEnumerationContext());
+                pull->setMaxObjectCount(5);
+                handler.processOperation(pull);
+                auto second = drain<VELSmrPtr<IVelaObject>>(*pull);
+                if (op->getErrorCode() != 0 || first.size() != 3 || second.size() != 5 ||
+                    pull->getEndOfSequence() || pull->getEnumerationContext().isNull()) {
+                    ++failures;
+                }
+                std::lock_guard<std::mutex> lock(m);
+                open.emplace_back(user, pull->getEnumerationContext());
+            }
+        });
+    }
+    for (auto& t : threads) {
+        t.join();
+    }
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(enumerations.openCount(), std::size_t{kUsers * kEach});
+    EXPECT_EQ(enumerations.runningProducers(), std::size_t{kUsers * kEach});
+    for (const auto& [user, context] : open) {
+        auto close = make<Op<CloseEnumerationOperationBase>>("");
+        close->setClientInfo(client(user.c_str(), {"reader"}));
+        close->setEnumerationContext(context);
+        handler.processOperation(close);
+        EXPECT_EQ(close->getErrorCode(), 0) << context.str();
+    }
+    EXPECT_EQ(enumerations.openCount(), 0u);
+    EXPECT_TRUE(enumerations.waitForProducers(std::chrono::seconds(30)));
+}
