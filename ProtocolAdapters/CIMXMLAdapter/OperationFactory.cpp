@@ -2,11 +2,17 @@
 
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
+#include "EnumerateClassNamesOperation.h"
+#include "EnumerateClassesOperation.h"
 #include "EnumerateInstanceNamesOperation.h"
 #include "EnumerateInstancesOperation.h"
+#include "EnumerateQualifiersOperation.h"
 #include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
+#include "GetPropertyOperation.h"
+#include "GetQualifierOperation.h"
 #include "ModifyInstanceOperation.h"
+#include "SetPropertyOperation.h"
 #include "vela/VELCIMStrings.h"
 
 namespace cimxmlpa {
@@ -22,19 +28,19 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::ASSOCIATORNAMES, nullptr},
     {&S::REFERENCENAMES, nullptr},
     {&S::ENUMERATEINSTANCES, &OperationFactory::create<EnumerateInstancesOperation>},
-    {&S::ENUMERATECLASSNAMES, nullptr},
+    {&S::ENUMERATECLASSNAMES, &OperationFactory::create<EnumerateClassNamesOperation>},
     {&S::ENUMERATEINSTANCENAMES, &OperationFactory::create<EnumerateInstanceNamesOperation>},
     {&S::CREATEINSTANCE, &OperationFactory::create<CreateInstanceOperation>},
     {&S::MODIFYINSTANCE, &OperationFactory::create<ModifyInstanceOperation>},
     {&S::DELETEINSTANCE, &OperationFactory::create<DeleteInstanceOperation>},
-    {&S::GETPROPERTY, nullptr},
-    {&S::SETPROPERTY, nullptr},
+    {&S::GETPROPERTY, &OperationFactory::create<GetPropertyOperation>},
+    {&S::SETPROPERTY, &OperationFactory::create<SetPropertyOperation>},
     {&S::ASSOCIATORS, nullptr},
     {&S::REFERENCES, nullptr},
     {&S::GETCLASS, &OperationFactory::create<GetClassOperation>},
-    {&S::ENUMERATECLASSES, nullptr},
-    {&S::GETQUALIFIER, nullptr},
-    {&S::ENUMERATEQUALIFIERS, nullptr},
+    {&S::ENUMERATECLASSES, &OperationFactory::create<EnumerateClassesOperation>},
+    {&S::GETQUALIFIER, &OperationFactory::create<GetQualifierOperation>},
+    {&S::ENUMERATEQUALIFIERS, &OperationFactory::create<EnumerateQualifiersOperation>},
     {&S::OPENENUMERATEINSTANCES, nullptr},
     {&S::CLOSEENUMERATION, nullptr},
     {&S::PULLINSTANCESWITHPATH, nullptr},
