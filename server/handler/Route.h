@@ -9,7 +9,7 @@
 //     route<getInstance>("GetInstance", Access::Read)
 //
 // and are grouped by family, one file each (InstanceRoutes.cpp, ...), listed
-// in RouteTable.cpp.
+// in OperationHandler.cpp.
 #pragma once
 
 #include <span>
