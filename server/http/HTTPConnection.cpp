@@ -10,7 +10,6 @@
 #include <limits>
 #include <span>
 
-#include "http/HTTPServer.h"
 #include "tarn/CIMStatus.h"
 #include "tarn/security/SecurityToken.h"
 #include "vela/AdapterUtils.h"
@@ -65,14 +64,15 @@ bool isLoopbackAddress(const asio::ip::address& a) {
 
 }  // namespace
 
-HTTPConnection::HTTPConnection(HTTPServer& server, asio::ip::tcp::socket socket,
-                               asio::ssl::context* tls, bool serving)
-    : _server(server),
+HTTPConnection::HTTPConnection(const ConnectionEnvironment& environment,
+                               asio::ip::tcp::socket socket, asio::ssl::context* tls,
+                               ConnectionTable::Registration registration)
+    : _env(environment),
+      _registration(std::move(registration)),
       _socket(std::move(socket)),
       _plain(_socket),
       _timer(_socket.get_executor()),
-      _buffer(server.config().maxHeadSize + 65536),
-      _serving(serving) {
+      _buffer(environment.config.maxHeadSize + 65536) {
     error_code ec;
     auto peer = _socket.remote_endpoint(ec);
     if (!ec) {
@@ -87,7 +87,7 @@ HTTPConnection::HTTPConnection(HTTPServer& server, asio::ip::tcp::socket socket,
     }
     _peer = _peerAddress + ":" + VELString::valueOf(static_cast<unsigned>(_peerPort));
     _socket.set_option(asio::ip::tcp::no_delay(true), ec);
-    auto timeout = std::chrono::milliseconds(server.config().ioTimeoutMs);
+    auto timeout = std::chrono::milliseconds(_env.config.ioTimeoutMs);
     _plain.setTimeout(timeout);
     if (tls) {
         _tls = std::make_unique<asio::ssl::stream<SocketLayer>>(SocketLayer(_socket), *tls);
@@ -95,9 +95,7 @@ HTTPConnection::HTTPConnection(HTTPServer& server, asio::ip::tcp::socket socket,
     }
 }
 
-HTTPConnection::~HTTPConnection() {
-    _server.connectionEnded(this, _serving);
-}
+HTTPConnection::~HTTPConnection() = default;
 
 SocketLayer& HTTPConnection::layer() {
     return _tls ? _tls->next_layer() : _plain;
@@ -106,9 +104,9 @@ SocketLayer& HTTPConnection::layer() {
 // ---------------------------------------------------------------- I/O thread
 
 void HTTPConnection::start() {
-    _server.connectionStarted(shared_from_this());
+    _registration.attach(shared_from_this());
     auto next = [self = shared_from_this()] {
-        if (self->_serving) {
+        if (self->isServing()) {
             self->readHead(false);
         } else {
             self->sendAndClose(cannedResponse(503, "The server has too many connections.\n"));
@@ -118,7 +116,7 @@ void HTTPConnection::start() {
         next();
         return;
     }
-    armTimer(_server.config().headTimeoutMs);
+    armTimer(_env.config.headTimeoutMs);
     _tls->async_handshake(asio::ssl::stream_base::server, [self = shared_from_this(),
                                                            next](const error_code& ec) {
         self->cancelTimer();
@@ -157,12 +155,12 @@ void HTTPConnection::readHead(bool idle) {
     if (_closed) {
         return;
     }
-    if (_server.isStopping()) {
+    if (_env.isStopping()) {
         closeGracefully();
         return;
     }
     _parser.emplace();
-    _parser->header_limit(_server.config().maxHeadSize);
+    _parser->header_limit(_env.config.maxHeadSize);
     // Bodies are the adapter's to read and limit. (Not boost::none: Beast 1.74
     // compares the length with the optional limit and then always refuses.)
     _parser->body_limit(std::numeric_limits<std::uint64_t>::max());
@@ -170,7 +168,7 @@ void HTTPConnection::readHead(bool idle) {
         return;  // a pipelined request was already here
     }
     _idleWait = idle && _buffer.size() == 0;
-    armTimer(_idleWait ? _server.config().keepAliveTimeoutMs : _server.config().headTimeoutMs);
+    armTimer(_idleWait ? _env.config.keepAliveTimeoutMs : _env.config.headTimeoutMs);
     readMore();
 }
 
@@ -213,7 +211,7 @@ void HTTPConnection::onRead(const error_code& ec, std::size_t n) {
         // The next request begins: its head gets the full head deadline.
         _idleWait = false;
         cancelTimer();
-        armTimer(_server.config().headTimeoutMs);
+        armTimer(_env.config.headTimeoutMs);
     }
     if (!parseBuffered()) {
         readMore();
@@ -275,7 +273,7 @@ bool HTTPConnection::parseBuffered() {
         return true;
     }
     _busy = true;
-    if (!_server.workers().post([self = shared_from_this()] { self->serve(); })) {
+    if (!_env.workers.post([self = shared_from_this()] { self->serve(); })) {
         _busy = false;
         closeNow();
     }
@@ -284,7 +282,7 @@ bool HTTPConnection::parseBuffered() {
 
 void HTTPConnection::sendAndClose(std::string response) {
     _outgoing = std::move(response);
-    armTimer(_server.config().ioTimeoutMs);
+    armTimer(_env.config.ioTimeoutMs);
     auto done = [self = shared_from_this()](const error_code& ec, std::size_t) {
         self->cancelTimer();
         if (ec || self->_closed) {
@@ -304,7 +302,7 @@ void HTTPConnection::closeGracefully() {
     if (_closed) {
         return;
     }
-    std::uint32_t linger = _server.config().lingerTimeoutMs;
+    std::uint32_t linger = _env.config.lingerTimeoutMs;
     if (_closeOption == 0) {
         linger = 0;
     } else if (_closeOption > 0) {
@@ -378,7 +376,7 @@ void HTTPConnection::afterRequest(End end) {
     _busy = false;
     if (end == End::Abort) {
         closeNow();
-    } else if (end == End::Close || _server.isStopping()) {
+    } else if (end == End::Close || _env.isStopping()) {
         closeGracefully();
     } else {
         readHead(true);
@@ -478,11 +476,11 @@ int HTTPConnection::readHeadQuickly() {
     // A client that sends its next request at once is served by this worker
     // without handing the connection to the I/O thread and back; the worker
     // waits only briefly, and only when no other connection waits for one.
-    if (_tls || _server.isStopping() || _server.workers().queued() > 0) {
+    if (_tls || _env.isStopping() || _env.workers.queued() > 0) {
         return 0;
     }
     _parser.emplace();
-    _parser->header_limit(_server.config().maxHeadSize);
+    _parser->header_limit(_env.config.maxHeadSize);
     _parser->body_limit(std::numeric_limits<std::uint64_t>::max());
     const auto deadline = SocketLayer::Clock::now() + kQuickWait;
     for (;;) {
@@ -527,7 +525,7 @@ HTTPConnection::End HTTPConnection::serveParsedRequest() {
 }
 
 HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {
-    const HTTPServerConfig& config = _server.config();
+    const HTTPServerConfig& config = _env.config;
     layer().setReadDeadline(SocketLayer::Clock::now() +
                             std::chrono::milliseconds(config.bodyTimeoutMs));
     auto body = _buffer.data();
@@ -535,7 +533,7 @@ HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {
                              std::string_view(static_cast<const char*>(body.data()), body.size()));
     in.setReadLimit(static_cast<std::uint64_t>(config.maxBodyMB) * 1024 * 1024);
     VELGenericHTTPOStream out(*this, request.getProtocolEnum(),
-                              request.isKeepAlive() && !_server.isStopping());
+                              request.isKeepAlive() && !_env.isStopping());
     VELHTTPResponse response(request.getProtocolEnum());
     out.setResponse(&response);
     if (request.expectsContinue()) {
@@ -549,7 +547,7 @@ HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {
     bool imported = false;
     End end = End::Keep;
     try {
-        IVelaProtocolAdapter* adapter = _server.adapters().find(request);
+        IVelaProtocolAdapter* adapter = _env.adapters.find(request);
         if (!adapter) {
             AdapterUtils::log(WHO,
                               "No protocol adapter serves " + request.getMethod() + " " +
@@ -577,10 +575,7 @@ HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {
                 if (out.isHeadWritten()) {
                     out.finish();  // the adapter's own answer, held until now
                 } else {
-                    sendRaw(_server.context().getCurrentState() ==
-                                    IVelaOperationHandlerContext::STARTED
-                                ? 400
-                                : 503);
+                    sendRaw(_env.isStarted() ? 400 : 503);
                 }
             } catch (const VELNetException&) {
                 return End::Abort;
@@ -638,7 +633,7 @@ HTTPConnection::End HTTPConnection::serveRequest(VELHTTPRequest& request) {
 
 HTTPConnection::End HTTPConnection::skipRestOfBody(const VELHTTPRequest& request,
                                                    VELGenericHTTPIStream& in) {
-    const HTTPServerConfig& config = _server.config();
+    const HTTPServerConfig& config = _env.config;
     layer().clearReadDeadline();
     std::uint64_t read = in.getBytesRead();
     if (request.isChunked()) {

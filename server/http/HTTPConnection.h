@@ -31,6 +31,8 @@
 #include <optional>
 #include <string>
 
+#include "http/ConnectionEnvironment.h"
+#include "http/ConnectionTable.h"
 #include "http/SocketLayer.h"
 #include "vela/VELSocket.h"
 
@@ -39,13 +41,11 @@ class VELGenericHTTPIStream;
 
 namespace tarn {
 
-class HTTPServer;
-
 class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTTPConnection> {
   public:
-    // serving: false for a connection past the cap, which only gets a 503.
-    HTTPConnection(HTTPServer& server, boost::asio::ip::tcp::socket socket,
-                   boost::asio::ssl::context* tls, bool serving);
+    // A registration that is not serving: the connection only gets a 503.
+    HTTPConnection(const ConnectionEnvironment& environment, boost::asio::ip::tcp::socket socket,
+                   boost::asio::ssl::context* tls, ConnectionTable::Registration registration);
     ~HTTPConnection() override;
 
     // I/O thread: begins the TLS handshake or the first head read (or, when
@@ -58,7 +58,7 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     // the worker fail at once (after the shutdown grace period).
     void forceClose();
 
-    bool isServing() const { return _serving; }
+    bool isServing() const { return _registration.isServing(); }
 
     // VELSocket
     std::size_t readSome(char* buffer, std::size_t size) override;
@@ -106,7 +106,8 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     SocketLayer& layer();
     [[noreturn]] void fail(const char* what, const boost::system::error_code& ec);
 
-    HTTPServer& _server;
+    const ConnectionEnvironment& _env;
+    ConnectionTable::Registration _registration;  // left last, once the socket is closed
     boost::asio::ip::tcp::socket _socket;
     SocketLayer _plain;
     std::unique_ptr<boost::asio::ssl::stream<SocketLayer>> _tls;
@@ -115,7 +116,6 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     std::optional<Parser> _parser;
     std::string _outgoing;  // what sendAndClose is writing
     std::array<char, 4096> _discard{};
-    bool _serving;
 
     // Touched on the I/O thread only (or by the worker that owns the connection).
     bool _busy = false;
