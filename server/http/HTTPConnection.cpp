@@ -1,6 +1,5 @@
 #include "http/HTTPConnection.h"
 
-#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <boost/asio/write.hpp>
