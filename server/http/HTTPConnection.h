@@ -85,7 +85,9 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     // valid until the next readSome.
     std::string_view beginBody();
     // The request has been received up to its last byte.
-    bool isRequestComplete() const { return _parser && _parser->isComplete(); }
+    bool isRequestComplete() const {
+        return _parser && _parser->isComplete() && !_parser->failed();
+    }
     // The request's framing is broken: where it ends cannot be known.
     bool hasFramingError() const { return _parser && _parser->failed(); }
     // Body bytes still to come when the request says how many (Content-Length).

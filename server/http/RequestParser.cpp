@@ -77,6 +77,14 @@ void RequestParser::failTooLarge() {
     _error = http::error::header_limit;
 }
 
+void RequestParser::on_header_impl(boost::system::error_code&) {
+    // A transfer coding that does not end in chunked leaves the body's
+    // length unknown: the head is served, but its body cannot be delimited.
+    if (_transferCoded && !chunked()) {
+        _error = http::error::bad_transfer_encoding;
+    }
+}
+
 VELHTTPRequest RequestParser::takeRequest() {
     return VELHTTPRequest(std::move(_method), std::move(_target),
                           _version == 10 ? VELHTTPOperation::HTTP_1_0 : VELHTTPOperation::HTTP_1_1,
@@ -90,11 +98,12 @@ void RequestParser::on_request_impl(http::verb, string_view method, string_view 
     _version = version;
 }
 
-void RequestParser::on_field_impl(http::field, string_view name, string_view value,
+void RequestParser::on_field_impl(http::field field, string_view name, string_view value,
                                   boost::system::error_code&) {
     if (is_header_done()) {
         return;  // a trailer field: the adapter does not see those
     }
+    _transferCoded = _transferCoded || field == http::field::transfer_encoding;
     _fields.emplace_back(VELString(std::string_view(name.data(), name.size())),
                          VELString(std::string_view(value.data(), value.size())));
 }

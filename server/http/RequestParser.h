@@ -74,7 +74,7 @@ class RequestParser : public boost::beast::http::basic_parser<true> {
     void on_response_impl(int, string_view, int, boost::system::error_code&) override {}
     void on_field_impl(boost::beast::http::field, string_view name, string_view value,
                        boost::system::error_code&) override;
-    void on_header_impl(boost::system::error_code&) override {}
+    void on_header_impl(boost::system::error_code&) override;
     void on_body_init_impl(const boost::optional<std::uint64_t>&,
                            boost::system::error_code&) override {}
     std::size_t on_body_impl(string_view body, boost::system::error_code&) override {
@@ -95,6 +95,7 @@ class RequestParser : public boost::beast::http::basic_parser<true> {
     VELString _target;
     int _version = 11;
     VELHTTPRequest::Fields _fields;
+    bool _transferCoded = false;  // a Transfer-Encoding field came
     std::uint64_t _chunkLeft = 0;
     boost::system::error_code _error;
 };

@@ -189,13 +189,13 @@ RequestEnd RequestRunner::serveRequest(VELHTTPRequest& request) {
 
 RequestEnd RequestRunner::finishRequest(const VELHTTPRequest& request, VELGenericHTTPIStream& in) {
     _c.layer().clearReadDeadline();
-    if (_c.isRequestComplete()) {
-        return RequestEnd::Keep;
-    }
     if (_c.hasFramingError()) {
         // Where this request ends is unknown, so nothing after it is read.
         AdapterUtils::log(WHO, "Bad request body framing from " + _c.peer(), 4);
         return RequestEnd::Close;
+    }
+    if (_c.isRequestComplete()) {
+        return RequestEnd::Keep;
     }
     if (request.expectsContinue() && !in.hasReadFromSocket()) {
         // The client waits for "100 Continue" before it sends the rest.

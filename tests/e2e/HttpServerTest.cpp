@@ -158,6 +158,9 @@ TEST_F(HttpServerTest, BadHeadOrFramingGetsOneAnswerAndTheConnectionCloses) {
         // connection after the answer.
         {"bad chunk size",
          request("echo", "Transfer-Encoding: chunked\r\n", "0x3\r\nabc\r\n0\r\n\r\n"), 200},
+        // Without chunked last, the body's length is unknown.
+        {"transfer coding not chunked",
+         request("echo", "Transfer-Encoding: gzip\r\n", "3\r\nabc\r\n0\r\n\r\n"), 200},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
