@@ -1,7 +1,9 @@
 #include "query/QueryParser.h"
 
+#include <cctype>
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <cstdlib>
 
 #include "tarn/CIMStatus.h"
