@@ -12,6 +12,7 @@
 #include "query/CompiledQuery.h"
 #include "vela/CVelaObject.h"
 #include "vela/CVelaValue.h"
+#include "vela/VelaBaseException.h"
 
 namespace {
 
