@@ -3,8 +3,9 @@
 //   SELECT Name, Count FROM TARN_BenchQuery WHERE Count > 500000 AND Name LIKE 'a%'
 //
 // beside a plain EnumerateInstances of the same class. Counters: instances
-// examined per second (all of the class, whether they match or not), results
-// per second, and tarnd's resident memory: idle, and its peak after each
+// examined per second (all of the class, whether they match or not), and per
+// second of tarnd's CPU time (which a busy machine does not distort), and
+// tarnd's resident memory: idle, and its peak after each
 // operation (VmHWM of /proc/<pid>/status). The query holds one instance at a
 // time, so its peak stays where tarnd idles.
 //
@@ -86,6 +87,23 @@ long statusKb(pid_t pid, const std::string& field) {
         }
     }
     return -1;
+}
+
+// CPU time of all threads of the process so far, in seconds (the
+// scheduler's run time of each thread): what tarnd spent, however busy the
+// machine is with other work.
+double cpuSeconds(pid_t pid) {
+    std::uint64_t ns = 0;
+    std::error_code ec;
+    for (const auto& task :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task", ec)) {
+        std::ifstream in(task.path() / "schedstat");
+        std::uint64_t run = 0;
+        if (in >> run) {
+            ns += run;
+        }
+    }
+    return static_cast<double>(ns) / 1e9;
 }
 
 // A state directory with the filled repository, built once.
@@ -225,10 +243,16 @@ void BM_QueryAndEnumerate(benchmark::State& state) {
     std::pair<std::uint64_t, double> q;
     std::pair<std::uint64_t, double> e;
     long queryPeakKb = 0;
+    double queryCpu = 0;
+    double enumerateCpu = 0;
     for (auto _ : state) {
+        double cpu = cpuSeconds(pid);
         q = server.run(query, kResultTag);
+        queryCpu = cpuSeconds(pid) - cpu;
         queryPeakKb = statusKb(pid, "VmHWM");
+        cpu = cpuSeconds(pid);
         e = server.run(enumerate, kInstanceTag);
+        enumerateCpu = cpuSeconds(pid) - cpu;
         state.SetIterationTime(q.second);
     }
     if (q.first != expectedMatches() || e.first != kInstances) {
@@ -238,10 +262,12 @@ void BM_QueryAndEnumerate(benchmark::State& state) {
         return;
     }
     state.counters["query_examined_per_s"] = kInstances / q.second;
+    state.counters["query_examined_per_cpu_s"] = kInstances / queryCpu;
     state.counters["query_results"] = static_cast<double>(q.first);
     state.counters["query_s"] = q.second;
     state.counters["enumerate_per_s"] = kInstances / e.second;
     state.counters["enumerate_s"] = e.second;
+    state.counters["enumerate_per_cpu_s"] = kInstances / enumerateCpu;
     state.counters["idle_rss_MB"] = static_cast<double>(idleKb) / 1024.0;
     state.counters["query_peak_rss_MB"] = static_cast<double>(queryPeakKb) / 1024.0;
     state.counters["enumerate_peak_rss_MB"] = static_cast<double>(statusKb(pid, "VmHWM")) / 1024.0;
