@@ -3,16 +3,25 @@
 #include "CloseEnumerationOperation.h"
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
+#include "EnumerateClassNamesOperation.h"
+#include "EnumerateClassesOperation.h"
 #include "EnumerateInstanceNamesOperation.h"
 #include "EnumerateInstancesOperation.h"
+#include "EnumerateQualifiersOperation.h"
+#include "ExecQueryOperation.h"
 #include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
+#include "GetPropertyOperation.h"
+#include "GetQualifierOperation.h"
+#include "InvokeMethodOperation.h"
 #include "ModifyInstanceOperation.h"
 #include "OpenEnumerateInstancePathsOperation.h"
 #include "OpenEnumerateInstancesOperation.h"
+#include "OpenQueryInstancesOperation.h"
 #include "PullInstancePathsOperation.h"
 #include "PullInstancesOperation.h"
 #include "PullInstancesWithPathOperation.h"
+#include "SetPropertyOperation.h"
 #include "vela/VELCIMStrings.h"
 
 namespace cimxmlpa {
@@ -28,19 +37,19 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::ASSOCIATORNAMES, nullptr},
     {&S::REFERENCENAMES, nullptr},
     {&S::ENUMERATEINSTANCES, &OperationFactory::create<EnumerateInstancesOperation>},
-    {&S::ENUMERATECLASSNAMES, nullptr},
+    {&S::ENUMERATECLASSNAMES, &OperationFactory::create<EnumerateClassNamesOperation>},
     {&S::ENUMERATEINSTANCENAMES, &OperationFactory::create<EnumerateInstanceNamesOperation>},
     {&S::CREATEINSTANCE, &OperationFactory::create<CreateInstanceOperation>},
     {&S::MODIFYINSTANCE, &OperationFactory::create<ModifyInstanceOperation>},
     {&S::DELETEINSTANCE, &OperationFactory::create<DeleteInstanceOperation>},
-    {&S::GETPROPERTY, nullptr},
-    {&S::SETPROPERTY, nullptr},
+    {&S::GETPROPERTY, &OperationFactory::create<GetPropertyOperation>},
+    {&S::SETPROPERTY, &OperationFactory::create<SetPropertyOperation>},
     {&S::ASSOCIATORS, nullptr},
     {&S::REFERENCES, nullptr},
     {&S::GETCLASS, &OperationFactory::create<GetClassOperation>},
-    {&S::ENUMERATECLASSES, nullptr},
-    {&S::GETQUALIFIER, nullptr},
-    {&S::ENUMERATEQUALIFIERS, nullptr},
+    {&S::ENUMERATECLASSES, &OperationFactory::create<EnumerateClassesOperation>},
+    {&S::GETQUALIFIER, &OperationFactory::create<GetQualifierOperation>},
+    {&S::ENUMERATEQUALIFIERS, &OperationFactory::create<EnumerateQualifiersOperation>},
     {&S::OPENENUMERATEINSTANCES, &OperationFactory::create<OpenEnumerateInstancesOperation>},
     {&S::CLOSEENUMERATION, &OperationFactory::create<CloseEnumerationOperation>},
     {&S::PULLINSTANCESWITHPATH, &OperationFactory::create<PullInstancesWithPathOperation>},
@@ -51,13 +60,13 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::OPENREFERENCEINSTANCEPATHS, nullptr},
     {&S::OPENASSOCIATORINSTANCEPATHS, nullptr},
     {&S::PULLINSTANCEPATHS, &OperationFactory::create<PullInstancePathsOperation>},
-    {&S::EXECQUERY, nullptr},
-    {&S::OPENQUERYINSTANCES, nullptr},
+    {&S::EXECQUERY, &OperationFactory::create<ExecQueryOperation>},
+    {&S::OPENQUERYINSTANCES, &OperationFactory::create<OpenQueryInstancesOperation>},
     {&S::PULLINSTANCES, &OperationFactory::create<PullInstancesOperation>},
 };
 
-// The class of every extrinsic call (InvokeMethodOperation once it exists).
-constexpr OperationFactory::Creator kExtrinsic = nullptr;
+// The class of every extrinsic call.
+constexpr OperationFactory::Creator kExtrinsic = &OperationFactory::create<InvokeMethodOperation>;
 
 }  // namespace
 
@@ -79,9 +88,6 @@ OperationFactory::Operation OperationFactory::createIntrinsic(
 OperationFactory::Operation OperationFactory::createExtrinsic(
     IVelaOperationHandlerContext* context, VELSmrPtr<VELCIMMethodCall>& call,
     const VELSmrPtr<tarn::security::ISecurityToken>& token) {
-    if (kExtrinsic == nullptr) {
-        return Operation();
-    }
     return kExtrinsic(context, call, token);
 }
 

@@ -73,12 +73,12 @@ int OperationUtil::readMaxObjectCount(const VELCIMMethodCall& call, IMaxObjectCo
 
 int OperationUtil::readOpenParameters(const VELCIMMethodCall& call, IOpenOperation& open,
                                       IMaxObjectCount& count, std::string_view who,
-                                      std::string_view maxObjectCountWho) {
-    if (!call.getParameterValueByName(VELCIMStrings::FILTERQUERYLANGUAGE).isNull()) {
+                                      std::string_view maxObjectCountWho, bool filters) {
+    if (filters && !call.getParameterValueByName(VELCIMStrings::FILTERQUERYLANGUAGE).isNull()) {
         AdapterUtils::log(who, "QueryLanguage paramert is not supported", 1);
         return 25;
     }
-    if (!call.getParameterValueByName(VELCIMStrings::FILTERQUERY).isNull()) {
+    if (filters && !call.getParameterValueByName(VELCIMStrings::FILTERQUERY).isNull()) {
         AdapterUtils::log(who, "Query paramerter is not supported", 1);
         return 25;
     }

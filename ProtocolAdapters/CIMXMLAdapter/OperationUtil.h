@@ -52,13 +52,14 @@ class OperationUtil {
     // maxObjectCount: <text>" under who otherwise). Returns 0 or the error code.
     static int readMaxObjectCount(const VELCIMMethodCall& call, IMaxObjectCount& op,
                                   std::string_view who);
-    // FilterQueryLanguage, FilterQuery, MaxObjectCount, OperationTimeout and
-    // ContinueOnError of an open, in that order, logged under who (a bad
-    // MaxObjectCount under maxObjectCountWho). Returns 0 or the error code of
-    // the first bad one.
+    // FilterQueryLanguage, FilterQuery (any given one is refused unless
+    // filters is false, for an open whose filter is its query),
+    // MaxObjectCount, OperationTimeout and ContinueOnError of an open, in that
+    // order, logged under who (a bad MaxObjectCount under maxObjectCountWho).
+    // Returns 0 or the error code of the first bad one.
     static int readOpenParameters(const VELCIMMethodCall& call, IOpenOperation& open,
                                   IMaxObjectCount& count, std::string_view who,
-                                  std::string_view maxObjectCountWho);
+                                  std::string_view maxObjectCountWho, bool filters = true);
 
     // The class whose definition governs how an enumerated instance is
     // written: its own class, or without deepInheritance the requested class

@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "tarn/IInstanceProvider.h"
+#include "tarn/IMethodProvider.h"
 
 namespace tarn {
 
@@ -20,6 +21,12 @@ class IProviderRegistrar {
     // namespace. Throws VelaBaseException when another provider already does.
     virtual void registerInstanceProvider(const VELString& nameSpace, const VELString& className,
                                           std::shared_ptr<IInstanceProvider> provider) = 0;
+
+    // The provider serves the methods of this class in this namespace, and
+    // those of its subclasses that have no method provider of their own.
+    // Throws VelaBaseException when another provider already does.
+    virtual void registerMethodProvider(const VELString& nameSpace, const VELString& className,
+                                        std::shared_ptr<IMethodProvider> provider) = 0;
 };
 
 // The entry point of provider plug-ins.

@@ -2,10 +2,12 @@
 // answer its first batch; the pulls answer the next batches; CloseEnumeration
 // ends one early. An open enumeration keeps its producer paused between
 // responses (see EnumerationRegistry), never its whole result.
+#include "handler/Producers.h"
 #include "handler/Route.h"
 #include "vela/ICloseEnumerationOperation.h"
 #include "vela/IOpenEnumerateInstancePathsOperation.h"
 #include "vela/IOpenEnumerateInstancesOperation.h"
+#include "vela/IOpenQueryInstancesOperation.h"
 #include "vela/IPullInstancePathsOperation.h"
 #include "vela/IPullInstancesOperation.h"
 #include "vela/IPullInstancesWithPathOperation.h"
@@ -122,6 +124,18 @@ void openEnumerateInstancePaths(OperationCall& call, IOpenEnumerateInstancePaths
     answerBatch(call, op, op, registryOf(call).open(std::move(origin), std::move(producers)));
 }
 
+void openQueryInstances(OperationCall& call, IOpenQueryInstancesOperation& op) {
+    auto query = compileQuery(call, op);
+    auto producers = queryProducers(call, query);
+    EnumerationContext::Origin origin = originOf(call, op, Kind::QueryInstances);
+    origin.className = query->queryClass()->getName();
+    if (op.getReturnQueryResultClass()) {
+        // The results are instances of the query's class, reduced to what it selects.
+        op.setQueryResultClass(query->queryClass());
+    }
+    answerBatch(call, op, op, registryOf(call).open(std::move(origin), std::move(producers)));
+}
+
 std::shared_ptr<EnumerationContext> acquire(OperationCall& call, const IEnumerationContext& op,
                                             Kind kind) {
     return registryOf(call).acquire(op.getEnumerationContext(), call.context.userName,
@@ -153,6 +167,7 @@ void closeEnumeration(OperationCall& call, ICloseEnumerationOperation& op) {
 const Route kRoutes[] = {
     route<openEnumerateInstances>("OpenEnumerateInstances", Access::Read),
     route<openEnumerateInstancePaths>("OpenEnumerateInstancePaths", Access::Read),
+    route<openQueryInstances>("OpenQueryInstances", Access::Read),
     route<pullInstancesWithPath>("PullInstancesWithPath", Access::Read),
     route<pullInstances>("PullInstances", Access::Read),
     route<pullInstancePaths>("PullInstancePaths", Access::Read),

@@ -2,10 +2,10 @@
 
 #include <dlfcn.h>
 
+#include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VelaBaseException.h"
-#include "tarn/CIMStatus.h"
 
 namespace tarn {
 
@@ -23,6 +23,7 @@ ProviderRegistry::~ProviderRegistry() {
     // Providers must be gone before the code that implements them.
     _instanceProviders.clear();
     _default.reset();
+    _methodProviders.clear();
     for (void* handle : _modules) {
         ::dlclose(handle);
     }
@@ -33,12 +34,14 @@ void ProviderRegistry::registerInstanceProvider(const VELString& nameSpace,
                                                 std::shared_ptr<IInstanceProvider> provider) {
     if (!provider) {
         throw VelaBaseException("InvalidData", WHO, "registerInstanceProvider",
-                                "no provider given for " + nameSpace + ":" + className, CIM_ERR_INVALID_PARAMETER);
+                                "no provider given for " + nameSpace + ":" + className,
+                                CIM_ERR_INVALID_PARAMETER);
     }
     if (!_instanceProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
         throw VelaBaseException(
             "InvalidData", WHO, "registerInstanceProvider",
-            "a provider is already registered for " + nameSpace + ":" + className, CIM_ERR_ALREADY_EXISTS);
+            "a provider is already registered for " + nameSpace + ":" + className,
+            CIM_ERR_ALREADY_EXISTS);
     }
     AdapterUtils::log(WHO, "Instance provider registered for " + nameSpace + ":" + className, 3);
 }
@@ -56,6 +59,39 @@ IInstanceProvider* ProviderRegistry::findInstanceProvider(const VELString& nameS
         }
     }
     return _default.get();
+}
+
+void ProviderRegistry::registerMethodProvider(const VELString& nameSpace,
+                                              const VELString& className,
+                                              std::shared_ptr<IMethodProvider> provider) {
+    if (!provider) {
+        throw VelaBaseException("InvalidData", WHO, "registerMethodProvider",
+                                "no method provider given for " + nameSpace + ":" + className,
+                                CIM_ERR_INVALID_PARAMETER);
+    }
+    if (!_methodProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
+        throw VelaBaseException(
+            "InvalidData", WHO, "registerMethodProvider",
+            "a method provider is already registered for " + nameSpace + ":" + className,
+            CIM_ERR_ALREADY_EXISTS);
+    }
+    AdapterUtils::log(WHO, "Method provider registered for " + nameSpace + ":" + className, 3);
+}
+
+IMethodProvider* ProviderRegistry::findMethodProvider(const VELString& nameSpace,
+                                                      const IVelaClass& cls) const {
+    if (_methodProviders.empty()) {
+        return nullptr;
+    }
+    VELSmrPtr<IVelaClass> held;
+    for (const IVelaClass* c = &cls; c != nullptr; c = held.get()) {
+        auto it = _methodProviders.find(key(nameSpace, c->getName()));
+        if (it != _methodProviders.end()) {
+            return it->second.get();
+        }
+        held = c->getSuperClass();
+    }
+    return nullptr;
 }
 
 void ProviderRegistry::loadConfiguredModules() {
@@ -85,7 +121,8 @@ void ProviderRegistry::loadModule(const VELString& path) {
         const char* why = ::dlerror();
         throw VelaBaseException(
             "Configuration", WHO, "loadModule",
-            "cannot load provider module '" + path + "': " + (why ? why : "unknown error"), CIM_ERR_FAILED);
+            "cannot load provider module '" + path + "': " + (why ? why : "unknown error"),
+            CIM_ERR_FAILED);
     }
     auto entry =
         reinterpret_cast<RegisterProvidersFunction>(::dlsym(handle, REGISTER_PROVIDERS_SYMBOL));
@@ -93,7 +130,8 @@ void ProviderRegistry::loadModule(const VELString& path) {
         ::dlclose(handle);
         throw VelaBaseException(
             "Configuration", WHO, "loadModule",
-            "provider module '" + path + "' does not export " + REGISTER_PROVIDERS_SYMBOL, CIM_ERR_FAILED);
+            "provider module '" + path + "' does not export " + REGISTER_PROVIDERS_SYMBOL,
+            CIM_ERR_FAILED);
     }
     _modules.push_back(handle);
     entry(*this);

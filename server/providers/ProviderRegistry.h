@@ -28,6 +28,12 @@ class ProviderRegistry : public IProviderRegistrar {
                                             const VELString& className) const;
     std::size_t size() const { return _instanceProviders.size(); }
 
+    void registerMethodProvider(const VELString& nameSpace, const VELString& className,
+                                std::shared_ptr<IMethodProvider> provider) override;
+    // The method provider of the class, else of its nearest ancestor that
+    // has one; null when none has.
+    IMethodProvider* findMethodProvider(const VELString& nameSpace, const IVelaClass& cls) const;
+
     // Loads each shared library named in [Providers] Modules (comma
     // separated) and calls its tarnRegisterProviders. Throws
     // VelaBaseException naming the module when one cannot be loaded.
@@ -38,6 +44,8 @@ class ProviderRegistry : public IProviderRegistrar {
     std::map<VELString, std::shared_ptr<IInstanceProvider>>
         _instanceProviders;  // "ns:class", lower case
     std::shared_ptr<IInstanceProvider> _default;
+    std::map<VELString, std::shared_ptr<IMethodProvider>>
+        _methodProviders;  // "ns:class", lower case
     std::vector<void*> _modules;
 };
 

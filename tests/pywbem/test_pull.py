@@ -131,3 +131,22 @@ def test_pywbem_iterators_use_pulled_enumerations(tarnd):
     got = list(conn.IterEnumerateInstances("TEST_AllTypes", MaxObjectCount=4))
     assert len(got) == COUNT and conn.use_pull_operations
     assert len(list(conn.IterEnumerateInstancePaths("TEST_AllTypes", MaxObjectCount=4))) == COUNT
+
+
+def test_a_query_is_pulled_with_its_result_class(conn, tarnd):
+    query = "SELECT Id, U8 FROM TEST_AllTypes WHERE U8 >= 10"
+    r = conn.OpenQueryInstances("WQL", query, ReturnQueryResultClass=True, MaxObjectCount=3)
+    assert r.query_result_class.classname == "TEST_AllTypes"
+    got, _ = pull_all(conn, r, conn.PullInstances, 4)
+    assert sorted(i["U8"] for i in got) == list(range(10, COUNT))
+    assert {tuple(sorted(i.keys())) for i in got} == {("Id", "U8")}
+    # A query enumeration is pulled with PullInstances only.
+    r = conn.OpenQueryInstances("DMTF:CQL", "SELECT * FROM TEST_AllTypes", MaxObjectCount=0)
+    assert r.query_result_class is None
+    with cim_error(INVALID_CONTEXT):
+        conn.PullInstancesWithPath(r.context, MaxObjectCount=1)
+    with cim_error(pywbem.CIM_ERR_INVALID_QUERY):
+        conn.OpenQueryInstances("WQL", "SELECT Nope FROM TEST_AllTypes")
+    iterated = tarnd.connection(use_pull_operations=True).IterQueryInstances(
+        "WQL", query, MaxObjectCount=5)
+    assert len(list(iterated.generator)) == COUNT - 10
