@@ -52,86 +52,8 @@ Repository::~Repository() {
 }
 
 std::shared_ptr<const SchemaSnapshot> Repository::loadSchema(SqliteConnection& db) {
-    auto schema = std::make_shared<SchemaSnapshot>();
     ReadTransaction read(db);
-    std::unordered_map<std::int64_t, VELString> names;
-    {
-        auto& st = db.statement(Sql::SELECT_NAMESPACES);
-        SqliteStatement::Scope scope(st);
-        while (st.step()) {
-            VELString name(st.columnText(1));
-            schema->addNameSpace(st.columnInt(0), name);
-            names.emplace(st.columnInt(0), name);
-        }
-    }
-    auto nameOf = [&](std::int64_t id) -> const VELString& {
-        auto it = names.find(id);
-        if (it == names.end()) {
-            E::raise(CIM_ERR_FAILED, "load",
-                     "the repository is damaged: a row names namespace " + VELString::valueOf(id) +
-                         ", which does not exist");
-        }
-        return it->second;
-    };
-    {
-        auto& st = db.statement(Sql::SELECT_QUALIFIERS);
-        SqliteStatement::Scope scope(st);
-        while (st.step()) {
-            schema->setQualifier(nameOf(st.columnInt(0)),
-                                 SchemaCodec::decodeQualifierDecl(st.columnBlob(1)));
-        }
-    }
-    // Classes come after their superclasses in row order; a class whose
-    // superclass is not loaded yet waits for it all the same.
-    struct Pending {
-        std::int64_t id;
-        VELString nameSpace;
-        VELSmrPtr<CVelaClass> cls;
-    };
-    std::vector<Pending> pending;
-    auto tryAdd = [&](const Pending& p) {
-        const auto* ns = schema->find(p.nameSpace);
-        VELSmrPtr<IVelaClass> super;
-        if (!p.cls->getSuperClassName().isNull()) {
-            const ClassLayout* s = ns->findClass(p.cls->getSuperClassName());
-            if (!s) {
-                return false;
-            }
-            super = s->cls();
-        }
-        try {
-            p.cls->resolve(super);
-        } catch (const VelaBaseException& e) {
-            E::raise(
-                CIM_ERR_FAILED, "load",
-                "the repository is damaged: class " + p.cls->getName() + ": " + e.getMessage());
-        }
-        schema->addClass(p.nameSpace, p.cls, p.id);
-        return true;
-    };
-    {
-        auto& st = db.statement(Sql::SELECT_CLASSES);
-        SqliteStatement::Scope scope(st);
-        while (st.step()) {
-            const VELString& ns = nameOf(st.columnInt(1));
-            Pending p{st.columnInt(0), ns, SchemaCodec::decodeClass(st.columnBlob(3), ns)};
-            if (!tryAdd(p)) {
-                pending.push_back(std::move(p));
-            }
-        }
-    }
-    while (!pending.empty()) {
-        std::size_t before = pending.size();
-        std::erase_if(pending, [&](const Pending& p) { return tryAdd(p); });
-        if (pending.size() == before) {
-            E::raise(CIM_ERR_FAILED, "load",
-                     "the repository is damaged: the superclass " +
-                         pending.front().cls->getSuperClassName() + " of class " +
-                         pending.front().cls->getName() + " in namespace " +
-                         pending.front().nameSpace + " is missing");
-        }
-    }
-    return schema;
+    return StorageSchema::readSchema(db);
 }
 
 VELString Repository::getInfo(const VELString& name) const {
@@ -269,6 +191,53 @@ std::uint64_t Repository::countInstances(const VELString& nameSpace, const VELSt
         }
     }
     return n;
+}
+
+void Repository::referrers(const VELString& nameSpace, const VELString& assocClass,
+                           const VELSmrPtr<IVelaInstanceName>& target, const VELString& role,
+                           const ReferrerCallback& callback) const {
+    auto schema = _catalog->current();
+    const auto& ns = nameSpaceOf(*schema, nameSpace);
+    const ClassLayout& assoc = classOf(ns, assocClass);
+    classOf(ns, target->getClassName());
+    const VELString text = InstanceChecker(*schema, ns).referenceText(target);
+    const VELString wanted = role.toLower();
+    auto lease = _pool->acquire();
+    ReadTransaction read(*lease);
+    auto& rows = lease->statement(Sql::SELECT_REFERRERS);
+    SqliteStatement::Scope scope(rows);
+    rows.bindText(1, text.view()).bind(2, assoc.id());
+    // Rows come grouped by the association instance's keys, one per role.
+    bool more = rows.step();
+    while (more) {
+        VELString keys(rows.columnText(0));
+        std::vector<VELString> roles;
+        bool match = wanted.isNull();
+        for (; more && rows.columnText(0) == keys.view(); more = rows.step()) {
+            std::string_view r = rows.columnText(1);
+            if (wanted.isNull() || wanted.view() == r) {
+                match = true;
+                long pos = assoc.indexOf(VELString(r));
+                roles.push_back(pos < 0 ? VELString(r)
+                                        : assoc.property(static_cast<std::size_t>(pos))->getName());
+            }
+        }
+        if (!match) {
+            continue;
+        }
+        VELSmrPtr<CVelaObject> instance;
+        {
+            auto& get = lease->statement(Sql::SELECT_INSTANCE);
+            SqliteStatement::Scope getScope(get);
+            get.bind(1, assoc.id()).bindText(2, keys.view());
+            if (get.step()) {
+                instance = InstanceCodec::decode(get.columnBlob(0), assoc, ns.path);
+            }
+        }
+        if (!instance.isNull() && !callback(instance, roles)) {
+            return;
+        }
+    }
 }
 
 VELSmrPtr<IVelaInstanceName> Repository::createInstance(const VELString& nameSpace,

@@ -54,6 +54,10 @@ class Repository {
     // Return false to stop the enumeration.
     using InstanceCallback = std::function<bool(const VELSmrPtr<IVelaObject>&)>;
     using NameCallback = std::function<bool(const VELSmrPtr<IVelaInstanceName>&)>;
+    // An association instance and the reference properties (as the class
+    // spells them) through which it references the instance asked about.
+    using ReferrerCallback =
+        std::function<bool(const VELSmrPtr<IVelaObject>&, const std::vector<VELString>& roles)>;
     // Null: all properties.
     using PropertyList = VELSmrPtr<VELValSlist<VELString>>;
 
@@ -119,6 +123,16 @@ class Repository {
                         const IVelaObject& modified, const PropertyList& propertyList);
     // 3, 5, 4, 6.
     void deleteInstance(const VELString& nameSpace, const IVelaInstanceName& name);
+
+    // The instances of the association class assocClass (not of its
+    // subclasses) that reference target (an instance of the namespace),
+    // through the reference property role or, when role is empty, through
+    // any; each once, in the order of their keys. Found through the index of
+    // references: the cost grows with the number found. 3, 5 (either class),
+    // 4 (target's keys).
+    void referrers(const VELString& nameSpace, const VELString& assocClass,
+                   const VELSmrPtr<IVelaInstanceName>& target, const VELString& role,
+                   const ReferrerCallback& callback) const;
 
     // A write transaction: all its writes, or none, reach the database. Only
     // one is open at a time (others wait for it); a thread must not begin a
