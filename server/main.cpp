@@ -18,6 +18,7 @@
 #include "handler/OperationHandler.h"
 #include "http/HTTPServer.h"
 #include "providers/ProviderRegistry.h"
+#include "providers/RepositoryAssociationProvider.h"
 #include "providers/RepositoryInstanceProvider.h"
 #include "repository/DefaultSchema.h"
 #include "repository/Repository.h"
@@ -144,6 +145,8 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::ProviderRegistry providers;
     providers.setDefaultInstanceProvider(
         std::make_shared<tarn::RepositoryInstanceProvider>(*repository));
+    providers.setDefaultAssociationProvider(
+        std::make_shared<tarn::RepositoryAssociationProvider>(*repository, providers));
     providers.loadConfiguredModules();
     // By default as many as there are request workers, so that no streaming
     // request waits behind another's providers.

@@ -9,6 +9,7 @@
 
 #include <memory>
 
+#include "tarn/IAssociationProvider.h"
 #include "tarn/IInstanceProvider.h"
 
 namespace tarn {
@@ -20,6 +21,12 @@ class IProviderRegistrar {
     // namespace. Throws VelaBaseException when another provider already does.
     virtual void registerInstanceProvider(const VELString& nameSpace, const VELString& className,
                                           std::shared_ptr<IInstanceProvider> provider) = 0;
+
+    // The provider follows the instances of exactly this association class
+    // in this namespace. Throws VelaBaseException when another provider
+    // already does.
+    virtual void registerAssociationProvider(const VELString& nameSpace, const VELString& className,
+                                             std::shared_ptr<IAssociationProvider> provider) = 0;
 };
 
 // The entry point of provider plug-ins.

@@ -22,7 +22,7 @@ const char* accessName(Access a) {
 OperationHandler::OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
                                    WorkerPool& providerPool)
     : _services{schema, providers, providerPool} {
-    for (std::span<const Route> family : {instanceRoutes(), classRoutes()}) {
+    for (std::span<const Route> family : {instanceRoutes(), classRoutes(), associationRoutes()}) {
         for (const Route& r : family) {
             _routes.emplace(r.operation, &r);
         }

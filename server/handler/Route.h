@@ -52,5 +52,6 @@ constexpr Route route(const char* operation, Access access) {
 // The families of the route table.
 std::span<const Route> instanceRoutes();
 std::span<const Route> classRoutes();
+std::span<const Route> associationRoutes();
 
 }  // namespace tarn

@@ -2,10 +2,10 @@
 
 #include <dlfcn.h>
 
+#include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VelaBaseException.h"
-#include "tarn/CIMStatus.h"
 
 namespace tarn {
 
@@ -23,6 +23,8 @@ ProviderRegistry::~ProviderRegistry() {
     // Providers must be gone before the code that implements them.
     _instanceProviders.clear();
     _default.reset();
+    _associationProviders.clear();
+    _defaultAssociation.reset();
     for (void* handle : _modules) {
         ::dlclose(handle);
     }
@@ -33,12 +35,14 @@ void ProviderRegistry::registerInstanceProvider(const VELString& nameSpace,
                                                 std::shared_ptr<IInstanceProvider> provider) {
     if (!provider) {
         throw VelaBaseException("InvalidData", WHO, "registerInstanceProvider",
-                                "no provider given for " + nameSpace + ":" + className, CIM_ERR_INVALID_PARAMETER);
+                                "no provider given for " + nameSpace + ":" + className,
+                                CIM_ERR_INVALID_PARAMETER);
     }
     if (!_instanceProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
         throw VelaBaseException(
             "InvalidData", WHO, "registerInstanceProvider",
-            "a provider is already registered for " + nameSpace + ":" + className, CIM_ERR_ALREADY_EXISTS);
+            "a provider is already registered for " + nameSpace + ":" + className,
+            CIM_ERR_ALREADY_EXISTS);
     }
     AdapterUtils::log(WHO, "Instance provider registered for " + nameSpace + ":" + className, 3);
 }
@@ -56,6 +60,39 @@ IInstanceProvider* ProviderRegistry::findInstanceProvider(const VELString& nameS
         }
     }
     return _default.get();
+}
+
+void ProviderRegistry::registerAssociationProvider(const VELString& nameSpace,
+                                                   const VELString& className,
+                                                   std::shared_ptr<IAssociationProvider> provider) {
+    if (!provider) {
+        throw VelaBaseException("InvalidData", WHO, "registerAssociationProvider",
+                                "no provider given for " + nameSpace + ":" + className,
+                                CIM_ERR_INVALID_PARAMETER);
+    }
+    if (!_associationProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
+        throw VelaBaseException(
+            "InvalidData", WHO, "registerAssociationProvider",
+            "an association provider is already registered for " + nameSpace + ":" + className,
+            CIM_ERR_ALREADY_EXISTS);
+    }
+    AdapterUtils::log(WHO, "Association provider registered for " + nameSpace + ":" + className, 3);
+}
+
+void ProviderRegistry::setDefaultAssociationProvider(
+    std::shared_ptr<IAssociationProvider> provider) {
+    _defaultAssociation = std::move(provider);
+}
+
+IAssociationProvider* ProviderRegistry::findAssociationProvider(const VELString& nameSpace,
+                                                                const VELString& className) const {
+    if (!_associationProviders.empty()) {
+        auto it = _associationProviders.find(key(nameSpace, className));
+        if (it != _associationProviders.end()) {
+            return it->second.get();
+        }
+    }
+    return _defaultAssociation.get();
 }
 
 void ProviderRegistry::loadConfiguredModules() {
@@ -85,7 +122,8 @@ void ProviderRegistry::loadModule(const VELString& path) {
         const char* why = ::dlerror();
         throw VelaBaseException(
             "Configuration", WHO, "loadModule",
-            "cannot load provider module '" + path + "': " + (why ? why : "unknown error"), CIM_ERR_FAILED);
+            "cannot load provider module '" + path + "': " + (why ? why : "unknown error"),
+            CIM_ERR_FAILED);
     }
     auto entry =
         reinterpret_cast<RegisterProvidersFunction>(::dlsym(handle, REGISTER_PROVIDERS_SYMBOL));
@@ -93,7 +131,8 @@ void ProviderRegistry::loadModule(const VELString& path) {
         ::dlclose(handle);
         throw VelaBaseException(
             "Configuration", WHO, "loadModule",
-            "provider module '" + path + "' does not export " + REGISTER_PROVIDERS_SYMBOL, CIM_ERR_FAILED);
+            "provider module '" + path + "' does not export " + REGISTER_PROVIDERS_SYMBOL,
+            CIM_ERR_FAILED);
     }
     _modules.push_back(handle);
     entry(*this);

@@ -28,6 +28,13 @@ class ProviderRegistry : public IProviderRegistrar {
                                             const VELString& className) const;
     std::size_t size() const { return _instanceProviders.size(); }
 
+    void registerAssociationProvider(const VELString& nameSpace, const VELString& className,
+                                     std::shared_ptr<IAssociationProvider> provider) override;
+    void setDefaultAssociationProvider(std::shared_ptr<IAssociationProvider> provider);
+    // The association provider of exactly this class, else the default one (may be null).
+    IAssociationProvider* findAssociationProvider(const VELString& nameSpace,
+                                                  const VELString& className) const;
+
     // Loads each shared library named in [Providers] Modules (comma
     // separated) and calls its tarnRegisterProviders. Throws
     // VelaBaseException naming the module when one cannot be loaded.
@@ -38,6 +45,9 @@ class ProviderRegistry : public IProviderRegistrar {
     std::map<VELString, std::shared_ptr<IInstanceProvider>>
         _instanceProviders;  // "ns:class", lower case
     std::shared_ptr<IInstanceProvider> _default;
+    std::map<VELString, std::shared_ptr<IAssociationProvider>>
+        _associationProviders;  // "ns:class", lower case
+    std::shared_ptr<IAssociationProvider> _defaultAssociation;
     std::vector<void*> _modules;
 };
 

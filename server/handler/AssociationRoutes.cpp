@@ -1,0 +1,334 @@
+// The association operations: Associators, AssociatorNames, References and
+// ReferenceNames.
+//
+// The source object is an instance: each association class that can link it
+// (the request's AssocClass and its subclasses, else every association class
+// of the namespace, less those whose references cannot name the source
+// object through Role) is asked through its association provider, the
+// repository's index unless a provider module claims the class; one call per
+// class, results streamed as they are found.
+//
+// The source object is a class: the schema is walked. An association class
+// takes part when one of its references (Role, if given) refers to the class
+// or to one of its superclasses. References answers those association
+// classes, Associators the classes their other references refer to (each
+// once), the name operations the classes' paths.
+//
+// A filter that names a class the namespace lacks matches nothing.
+#include "handler/Route.h"
+#include "vela/CVelaInstanceName.h"
+#include "vela/CVelaNameSpacePath.h"
+#include "vela/CVelaValue.h"
+#include "vela/IVelaAssociatorNamesOperation.h"
+#include "vela/IVelaAssociatorsOperation.h"
+#include "vela/IVelaReferenceNamesOperation.h"
+#include "vela/IVelaReferencesOperation.h"
+
+namespace tarn {
+
+namespace {
+
+using Names = VELSmrPtr<IVelaInstanceName>;
+using Values = VELSmrPtr<IVelaValue>;
+
+// A scalar reference property of an association class.
+struct Role {
+    VELString name;
+    VELString refClass;
+};
+
+std::vector<Role> rolesOf(const IVelaClass& cls) {
+    std::vector<Role> roles;
+    for (auto it = cls.getPropertyDefs(true); it->hasNext();) {
+        VELSmrPtr<IPropertyDef> def = it->next();
+        const IVelaType& type = *def->getType();
+        if (type.isReference() && !type.isArray()) {
+            roles.push_back({def->getName(), type.getReferenceClassName()});
+        }
+    }
+    return roles;
+}
+
+bool matches(const VELString& filter, const VELString& name) {
+    return filter.isNull() || name.equalsIgnoreCase(filter);
+}
+
+// Hands the objects of a provider's associators to the operation as values.
+class ObjectsAsValues : public IMultiResponse<VELSmrPtr<IVelaObject>> {
+  public:
+    explicit ObjectsAsValues(IMultiResponse<Values>& out) : _out(out) {}
+    bool add(VELSmrPtr<IVelaObject> item, bool wakeConsumer) override {
+        return _out.add(CVelaValue::makeObject(item), wakeConsumer);
+    }
+    void setErrorCode(int code) override { _out.setErrorCode(code); }
+    void Close() override {}
+
+  private:
+    IMultiResponse<Values>& _out;
+};
+
+// What a request asks, checked against the schema. Copied into the
+// producers, which outlive the handler's call.
+struct Traversal {
+    const ISchemaCatalog* schema;
+    VELString nameSpace;
+    Names object;
+    VELSmrPtr<IVelaClass> objectClass;
+    VELString assocClass;
+    VELString resultClass;
+    VELString role;
+    VELString resultRole;
+    // A filter names a class that does not exist.
+    bool matchesNothing = false;
+
+    Traversal(const OperationCall& call, const Names& objectName, VELString assoc, VELString result,
+              VELString role_, VELString resultRole_)
+        : schema(&call.services.schema),
+          nameSpace(call.nameSpace()),
+          object(objectName),
+          assocClass(std::move(assoc)),
+          resultClass(std::move(result)),
+          role(std::move(role_)),
+          resultRole(std::move(resultRole_)) {
+        if (object.isNull() || object->getClassName().isNull()) {
+            call.fail(CIM_ERR_INVALID_PARAMETER, "No object name given");
+        }
+        objectClass = schema->getClass(nameSpace, object->getClassName());
+        if (objectClass.isNull()) {
+            call.fail(CIM_ERR_INVALID_PARAMETER, "Class '" + object->getClassName() +
+                                                     "' does not exist in namespace '" + nameSpace +
+                                                     "'");
+        }
+        for (const VELString* filter : {&assocClass, &resultClass}) {
+            if (!filter->isNull() && schema->getClass(nameSpace, *filter).isNull()) {
+                matchesNothing = true;
+            }
+        }
+    }
+
+    bool isClass() const { return object->isClassName(); }
+
+    bool refersToObject(const Role& r) const {
+        return matches(role, r.name) && objectClass->isA(r.refClass);
+    }
+
+    // The association classes of the namespace that can refer to the source
+    // object, superclasses first: of AssocClass when it is given, and of
+    // ResultClass for References (whose results are the associations).
+    std::vector<VELSmrPtr<IVelaClass>> associations(bool resultIsAssociation) const {
+        std::vector<VELSmrPtr<IVelaClass>> found;
+        if (matchesNothing) {
+            return found;
+        }
+        for (const auto& cls : schema->getSubclasses(nameSpace, VELString(), true)) {
+            if (!cls->isAssociation() || (!assocClass.isNull() && !cls->isA(assocClass)) ||
+                (resultIsAssociation && !resultClass.isNull() && !cls->isA(resultClass))) {
+                continue;
+            }
+            auto roles = rolesOf(*cls);
+            if (std::any_of(roles.begin(), roles.end(),
+                            [&](const Role& r) { return refersToObject(r); })) {
+                found.push_back(cls);
+            }
+        }
+        return found;
+    }
+
+    // Whether an association class has another end that the result filters
+    // can admit; a class without one need not be asked.
+    bool mayHaveOtherEnd(const IVelaClass& cls) const {
+        VELSmrPtr<IVelaClass> wanted;
+        if (!resultClass.isNull()) {
+            wanted = schema->getClass(nameSpace, resultClass);
+        }
+        auto roles = rolesOf(cls);
+        for (const Role& from : roles) {
+            if (!refersToObject(from)) {
+                continue;
+            }
+            for (const Role& to : roles) {
+                if (to.name.equalsIgnoreCase(from.name) || !matches(resultRole, to.name)) {
+                    continue;
+                }
+                if (wanted.isNull()) {
+                    return true;
+                }
+                // The end's instance may be of a subclass of the reference's class.
+                auto refClass = schema->getClass(nameSpace, to.refClass);
+                if (wanted->isA(to.refClass) ||
+                    (!refClass.isNull() && refClass->isA(resultClass))) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
+    // Class targets: the classes at the other ends, each once.
+    std::vector<VELSmrPtr<IVelaClass>> associatedClasses() const {
+        std::vector<VELSmrPtr<IVelaClass>> found;
+        for (const auto& cls : associations(false)) {
+            auto roles = rolesOf(*cls);
+            for (const Role& from : roles) {
+                if (!refersToObject(from)) {
+                    continue;
+                }
+                for (const Role& to : roles) {
+                    if (to.name.equalsIgnoreCase(from.name) || !matches(resultRole, to.name)) {
+                        continue;
+                    }
+                    auto end = schema->getClass(nameSpace, to.refClass);
+                    if (end.isNull() || (!resultClass.isNull() && !end->isA(resultClass)) ||
+                        std::any_of(found.begin(), found.end(), [&](const auto& c) {
+                            return c->getName().equalsIgnoreCase(end->getName());
+                        })) {
+                        continue;
+                    }
+                    found.push_back(end);
+                }
+            }
+        }
+        return found;
+    }
+
+    Names classPath(const IVelaClass& cls) const {
+        return Names(new CVelaInstanceName(
+            cls.getName(), VELSmrPtr<IVelaNameSpacePath>(new CVelaNameSpacePath({}, nameSpace)),
+            true));
+    }
+};
+
+// One producer per association class, each asking the class's provider.
+template <class T, class Ask>
+std::vector<OperationCall::Producer<T>> perAssociation(const OperationCall& call,
+                                                       const Traversal& t, bool resultIsAssociation,
+                                                       Ask ask) {
+    std::vector<OperationCall::Producer<T>> producers;
+    for (const auto& cls : t.associations(resultIsAssociation)) {
+        if (!resultIsAssociation && !t.mayHaveOtherEnd(*cls)) {
+            continue;
+        }
+        IAssociationProvider* provider =
+            call.services.providers.findAssociationProvider(t.nameSpace, cls->getName());
+        if (!provider) {
+            call.fail(CIM_ERR_NOT_SUPPORTED,
+                      "No provider follows the associations of class '" + cls->getName() + "'");
+        }
+        producers.push_back([provider, cls, t, context = call.context, ask](
+                                IMultiResponse<T>& out) { ask(*provider, context, cls, t, out); });
+    }
+    return producers;
+}
+
+// The one producer of a class target's results.
+template <class T, class Each>
+std::vector<OperationCall::Producer<T>> fromSchema(const Traversal& t, Each each) {
+    return {[t, each](IMultiResponse<T>& out) { each(t, out); }};
+}
+
+void associators(OperationCall& call, IVelaAssociatorsOperation& op) {
+    Traversal t(call, op.getObjectName(), op.getAssocClass(), op.getResultClass(), op.getRole(),
+                op.getResultRole());
+    if (t.isClass()) {
+        call.stream(op, fromSchema<Values>(t, [](const Traversal& t, IMultiResponse<Values>& out) {
+                        for (const auto& cls : t.associatedClasses()) {
+                            if (!out.add(CVelaValue::makeClass(cls), true)) {
+                                return;
+                            }
+                        }
+                    }));
+        return;
+    }
+    call.stream(op, perAssociation<Values>(
+                        call, t, false,
+                        [](IAssociationProvider& provider, const ProviderContext& context,
+                           const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
+                           IMultiResponse<Values>& out) {
+                            ObjectsAsValues objects(out);
+                            provider.associators(context, cls, t.object, t.resultClass, t.role,
+                                                 t.resultRole, objects);
+                        }));
+}
+
+void associatorNames(OperationCall& call, IVelaAssociatorNamesOperation& op) {
+    Traversal t(call, op.getObjectName(), op.getAssocClass(), op.getResultClass(), op.getRole(),
+                op.getResultRole());
+    if (t.isClass()) {
+        call.stream(op, fromSchema<Names>(t, [](const Traversal& t, IMultiResponse<Names>& out) {
+                        for (const auto& cls : t.associatedClasses()) {
+                            if (!out.add(t.classPath(*cls), true)) {
+                                return;
+                            }
+                        }
+                    }));
+        return;
+    }
+    call.stream(op, perAssociation<Names>(
+                        call, t, false,
+                        [](IAssociationProvider& provider, const ProviderContext& context,
+                           const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
+                           IMultiResponse<Names>& out) {
+                            provider.associatorNames(context, cls, t.object, t.resultClass, t.role,
+                                                     t.resultRole, out);
+                        }));
+}
+
+void references(OperationCall& call, IVelaReferencesOperation& op) {
+    Traversal t(call, op.getObjectName(), VELString(), op.getResultClass(), op.getRole(),
+                VELString());
+    if (t.isClass()) {
+        call.stream(op, fromSchema<Values>(t, [](const Traversal& t, IMultiResponse<Values>& out) {
+                        for (const auto& cls : t.associations(true)) {
+                            if (!out.add(CVelaValue::makeClass(cls), true)) {
+                                return;
+                            }
+                        }
+                    }));
+        return;
+    }
+    call.stream(op, perAssociation<Values>(
+                        call, t, true,
+                        [](IAssociationProvider& provider, const ProviderContext& context,
+                           const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
+                           IMultiResponse<Values>& out) {
+                            ObjectsAsValues objects(out);
+                            provider.references(context, cls, t.object, t.role, objects);
+                        }));
+}
+
+void referenceNames(OperationCall& call, IVelaReferenceNamesOperation& op) {
+    Traversal t(call, op.getObjectName(), VELString(), op.getResultClass(), op.getRole(),
+                VELString());
+    if (t.isClass()) {
+        call.stream(op, fromSchema<Names>(t, [](const Traversal& t, IMultiResponse<Names>& out) {
+                        for (const auto& cls : t.associations(true)) {
+                            if (!out.add(t.classPath(*cls), true)) {
+                                return;
+                            }
+                        }
+                    }));
+        return;
+    }
+    call.stream(
+        op, perAssociation<Names>(call, t, true,
+                                  [](IAssociationProvider& provider, const ProviderContext& context,
+                                     const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
+                                     IMultiResponse<Names>& out) {
+                                      provider.referenceNames(context, cls, t.object, t.role, out);
+                                  }));
+}
+
+const Route kRoutes[] = {
+    route<associators>("Associators", Access::Read),
+    route<associatorNames>("AssociatorNames", Access::Read),
+    route<references>("References", Access::Read),
+    route<referenceNames>("ReferenceNames", Access::Read),
+};
+
+}  // namespace
+
+std::span<const Route> associationRoutes() {
+    return kRoutes;
+}
+
+}  // namespace tarn
