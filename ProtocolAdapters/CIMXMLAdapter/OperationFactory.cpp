@@ -1,5 +1,7 @@
 #include "OperationFactory.h"
 
+#include "AssociatorNamesOperation.h"
+#include "AssociatorsOperation.h"
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
 #include "EnumerateInstanceNamesOperation.h"
@@ -7,6 +9,8 @@
 #include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
 #include "ModifyInstanceOperation.h"
+#include "ReferenceNamesOperation.h"
+#include "ReferencesOperation.h"
 #include "vela/VELCIMStrings.h"
 
 namespace cimxmlpa {
@@ -19,8 +23,8 @@ using S = VELCIMStrings;
 // served by the class of the same name with "Operation" appended.
 const OperationFactory::Entry kIntrinsics[] = {
     {&S::GETINSTANCE, &OperationFactory::create<GetInstanceOperation>},
-    {&S::ASSOCIATORNAMES, nullptr},
-    {&S::REFERENCENAMES, nullptr},
+    {&S::ASSOCIATORNAMES, &OperationFactory::create<AssociatorNamesOperation>},
+    {&S::REFERENCENAMES, &OperationFactory::create<ReferenceNamesOperation>},
     {&S::ENUMERATEINSTANCES, &OperationFactory::create<EnumerateInstancesOperation>},
     {&S::ENUMERATECLASSNAMES, nullptr},
     {&S::ENUMERATEINSTANCENAMES, &OperationFactory::create<EnumerateInstanceNamesOperation>},
@@ -29,8 +33,8 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::DELETEINSTANCE, &OperationFactory::create<DeleteInstanceOperation>},
     {&S::GETPROPERTY, nullptr},
     {&S::SETPROPERTY, nullptr},
-    {&S::ASSOCIATORS, nullptr},
-    {&S::REFERENCES, nullptr},
+    {&S::ASSOCIATORS, &OperationFactory::create<AssociatorsOperation>},
+    {&S::REFERENCES, &OperationFactory::create<ReferencesOperation>},
     {&S::GETCLASS, &OperationFactory::create<GetClassOperation>},
     {&S::ENUMERATECLASSES, nullptr},
     {&S::GETQUALIFIER, nullptr},
