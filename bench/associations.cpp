@@ -7,12 +7,13 @@
 //                       kRequests requests. Since the index finds the
 //                       association instances of a node without reading the
 //                       others, the two sizes should give the same figures.
-//   Create/indexed      creates of association instances (two reference
-//   Create/plain        keys), kCreates in transactions of kBatch; "plain"
+//   Create/indexed/P    creates of association instances (two reference
+//   Create/plain/P      keys), kCreates in transactions of kBatch; "plain"
 //                       creates instances with the same references as keys
 //                       of a class that is no association, which the index
 //                       leaves out: the difference is what keeping the index
-//                       costs.
+//                       costs. P is how the links pair their nodes (see
+//                       Pattern): spread or chain.
 //
 // The repositories are built in a temporary directory (TMPDIR) with
 // tarn-mof (default schema and the classes below) and then filled through
@@ -97,14 +98,28 @@ struct State {
 
 // Creates count instances of cls, pairs of nodes from `first` on, in
 // transactions of kBatch; returns the seconds it took.
+// How the links of a run pair their nodes.
+enum class Pattern {
+    // Link k joins node 1 + k / kSpread to node 1 + k % kSpread: each
+    // transaction reaches kSpread different nodes, so it updates as many
+    // places of the index, the worst case for it.
+    Spread,
+    // Link k joins node k + 1 to node k + 2: a transaction's nodes are
+    // neighbours, and so are their places in the index.
+    Chain,
+};
+
 double createLinks(tarn::Repository& repo, const char* cls, std::uint64_t count,
-                   std::uint64_t first = 0) {
+                   Pattern pattern = Pattern::Spread) {
     const auto start = Clock::now();
-    for (std::uint64_t k = first; k < first + count;) {
+    for (std::uint64_t k = 0; k < count;) {
         auto t = repo.beginTransaction();
-        for (std::uint64_t end = std::min(first + count, k + kBatch); k < end; ++k) {
-            t.createInstance(kNs, *link(cls, 1 + static_cast<std::uint32_t>(k / kSpread),
-                                        1 + static_cast<std::uint32_t>(k % kSpread)));
+        for (std::uint64_t end = std::min(count, k + kBatch); k < end; ++k) {
+            const auto left =
+                static_cast<std::uint32_t>(pattern == Pattern::Spread ? 1 + k / kSpread : k + 1);
+            const auto right =
+                static_cast<std::uint32_t>(pattern == Pattern::Spread ? 1 + k % kSpread : k + 2);
+            t.createInstance(kNs, *link(cls, left, right));
         }
         t.commit();
     }
@@ -222,24 +237,34 @@ BENCHMARK(BM_AssociatorNames)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
-void BM_Create(benchmark::State& state, const char* cls) {
+void BM_Create(benchmark::State& state, const char* cls, Pattern pattern) {
     double seconds = 0;
     for (auto _ : state) {
         State dir;
         tarn::Repository repo(dir.db());
-        seconds = createLinks(repo, cls, kCreates);
+        seconds = createLinks(repo, cls, kCreates, pattern);
         state.SetIterationTime(seconds);
     }
     state.counters["creates_per_s"] = kCreates / seconds;
 }
 
-BENCHMARK_CAPTURE(BM_Create, indexed, "BENCH_Link")
-    ->Name("Create/indexed")
+BENCHMARK_CAPTURE(BM_Create, indexed_spread, "BENCH_Link", Pattern::Spread)
+    ->Name("Create/indexed/spread")
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Create, plain, "BENCH_Pair")
-    ->Name("Create/plain")
+BENCHMARK_CAPTURE(BM_Create, plain_spread, "BENCH_Pair", Pattern::Spread)
+    ->Name("Create/plain/spread")
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Create, indexed_chain, "BENCH_Link", Pattern::Chain)
+    ->Name("Create/indexed/chain")
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Create, plain_chain, "BENCH_Pair", Pattern::Chain)
+    ->Name("Create/plain/chain")
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
