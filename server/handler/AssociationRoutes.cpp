@@ -15,6 +15,8 @@
 // once), the name operations the classes' paths.
 //
 // A filter that names a class the namespace lacks matches nothing.
+#include <algorithm>
+
 #include "handler/Route.h"
 #include "vela/CVelaInstanceName.h"
 #include "vela/CVelaNameSpacePath.h"

@@ -18,7 +18,9 @@
 // database cursor into a callback, so memory does not grow with the number
 // of instances. Writes are serialised: each write is one transaction that
 // is on disk (synchronous=FULL) when the call returns; several writes can be
-// grouped into one transaction with beginTransaction().
+// grouped into one transaction with beginTransaction(). The instances of
+// association classes are indexed by the instances they reference
+// (tarn::ReferenceIndex), which referrers() reads.
 //
 // Errors are VelaBaseException with a CIM status code (tarn::RepositoryError):
 //   3  CIM_ERR_INVALID_NAMESPACE  the namespace does not exist

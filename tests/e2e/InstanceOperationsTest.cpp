@@ -1,8 +1,9 @@
 // The instance operations in a running tarnd: wbemcli (a client written
 // elsewhere) lists, reads, modifies and deletes instances of the default
-// schema in root/cimv2 and follows their associations; raw requests compare whole response bodies where the
-// operations shape them: DeepInheritance, PropertyList, parameters they do
-// not know, and providers that fail before or after their first instance.
+// schema in root/cimv2 and follows their associations; raw requests compare
+// whole response bodies where the operations shape them: DeepInheritance,
+// PropertyList, parameters they do not know, and providers that fail before
+// or after their first instance.
 #include <gtest/gtest.h>
 
 #include <algorithm>
