@@ -38,9 +38,8 @@ class Schema {
   private:
     Schema() {
         const char* env = std::getenv("TARN_SCHEMA_ZIP");
-        fs::path zip = env ? fs::path(env)
-                           : fs::path(__FILE__).parent_path().parent_path().parent_path() /
-                                 "shared/data/cim_schema_2.49.0Final-MOFs.zip";
+        fs::path zip =
+            env ? fs::path(env) : fs::path(TARN_TEST_DATA_DIR) / "cim_schema_2.49.0Final-MOFs.zip";
         if (!fs::exists(zip)) {
             _error = "schema zip not found: " + zip.string() + " (set TARN_SCHEMA_ZIP)";
             return;

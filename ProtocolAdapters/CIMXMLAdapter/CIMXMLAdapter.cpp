@@ -545,14 +545,15 @@ void CIMXMLAdapter::_chooseFraming(VELHTTPRequest& request, VELGenericHTTPOStrea
                                    bool persistConnection) const {
     switch (request.getProtocolEnum()) {
         case VELHTTPOperation::HTTP_1_1: {
+            // The values are compared exactly: any other spelling, "chunked"
+            // included, means not chunked.
             VELString setting;
             bool chunked = true;
             if (TARNConfigManager::getInstance().getString("TARN", "HTTPTransferEncoding",
                                                            setting) &&
-                !setting.isNull() && !setting.equalsIgnoreCase("Chunked") &&
-                !setting.equalsIgnoreCase("Auto")) {
+                !setting.isNull() && !setting.equals("Chunked") && !setting.equals("Auto")) {
                 chunked =
-                    setting.equalsIgnoreCase("ConditionalChunked") &&
+                    setting.equals("ConditionalChunked") &&
                     (request.hasHeaderField("TE") || request.hasHeaderField("Transfer-Encoding"));
             }
             if (chunked) {
@@ -577,7 +578,9 @@ void CIMXMLAdapter::_chooseFraming(VELHTTPRequest& request, VELGenericHTTPOStrea
 void CIMXMLAdapter::_readBody(VELHTTPRequest& request, VELHTTPResponse& response,
                               VELGenericHTTPIStream& in, VELGenericHTTPOStream& out,
                               std::string& body) {
-    const std::int64_t contentLength = request.getContentLength();
+    // Read as a signed 32-bit number: a length of 2 GiB or more wraps, and
+    // is then refused as invalid (negative) or read as the length it wraps to.
+    const std::int32_t contentLength = static_cast<std::int32_t>(request.getContentLength());
     if (request.getTransferEncoding() && contentLength < 1) {
         readChunkedBody(in, body);
         return;
@@ -644,7 +647,6 @@ void CIMXMLAdapter::processOperation(VELHTTPRequest& request, VELHTTPResponse& r
                 "Rejecting message which is not well-formed XML. Verify if content lenght is "
                 "correct and the XML is well-formed.",
                 1);
-            log(kProcessOperation, message.getErrorText(), 4);
             response.setHeaderField("CIMError", "request-not-well-formed");
             rejectConnection(request, response, out, "400", "Bad Request");
         }

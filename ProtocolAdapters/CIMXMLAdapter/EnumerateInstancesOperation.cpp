@@ -105,10 +105,10 @@ VELSmrPtr<IVelaClass> EnumerateInstancesOperation::findOriginClass(
     if (getDeepInheritance()) {
         return cls;
     }
-    // Class names are case-insensitive: the client may spell the requested
-    // class differently from its definition.
+    // The name as the client spelt it, exactly: a ClassName in another case
+    // finds no ancestor, and the instance keeps the request's property list.
     for (VELSmrPtr<IVelaClass> c = cls; !c.isNull(); c = c->getSuperClass()) {
-        if (c->getName().equalsIgnoreCase(getClassName())) {
+        if (c->getName().equals(getClassName().view())) {
             return c;
         }
     }

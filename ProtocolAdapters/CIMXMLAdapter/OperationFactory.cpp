@@ -4,13 +4,19 @@
 #include "AssociatorsOperation.h"
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
+#include "EnumerateClassNamesOperation.h"
+#include "EnumerateClassesOperation.h"
 #include "EnumerateInstanceNamesOperation.h"
 #include "EnumerateInstancesOperation.h"
+#include "EnumerateQualifiersOperation.h"
 #include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
+#include "GetPropertyOperation.h"
+#include "GetQualifierOperation.h"
 #include "ModifyInstanceOperation.h"
 #include "ReferenceNamesOperation.h"
 #include "ReferencesOperation.h"
+#include "SetPropertyOperation.h"
 #include "vela/VELCIMStrings.h"
 
 namespace cimxmlpa {
@@ -26,19 +32,19 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::ASSOCIATORNAMES, &OperationFactory::create<AssociatorNamesOperation>},
     {&S::REFERENCENAMES, &OperationFactory::create<ReferenceNamesOperation>},
     {&S::ENUMERATEINSTANCES, &OperationFactory::create<EnumerateInstancesOperation>},
-    {&S::ENUMERATECLASSNAMES, nullptr},
+    {&S::ENUMERATECLASSNAMES, &OperationFactory::create<EnumerateClassNamesOperation>},
     {&S::ENUMERATEINSTANCENAMES, &OperationFactory::create<EnumerateInstanceNamesOperation>},
     {&S::CREATEINSTANCE, &OperationFactory::create<CreateInstanceOperation>},
     {&S::MODIFYINSTANCE, &OperationFactory::create<ModifyInstanceOperation>},
     {&S::DELETEINSTANCE, &OperationFactory::create<DeleteInstanceOperation>},
-    {&S::GETPROPERTY, nullptr},
-    {&S::SETPROPERTY, nullptr},
+    {&S::GETPROPERTY, &OperationFactory::create<GetPropertyOperation>},
+    {&S::SETPROPERTY, &OperationFactory::create<SetPropertyOperation>},
     {&S::ASSOCIATORS, &OperationFactory::create<AssociatorsOperation>},
     {&S::REFERENCES, &OperationFactory::create<ReferencesOperation>},
     {&S::GETCLASS, &OperationFactory::create<GetClassOperation>},
-    {&S::ENUMERATECLASSES, nullptr},
-    {&S::GETQUALIFIER, nullptr},
-    {&S::ENUMERATEQUALIFIERS, nullptr},
+    {&S::ENUMERATECLASSES, &OperationFactory::create<EnumerateClassesOperation>},
+    {&S::GETQUALIFIER, &OperationFactory::create<GetQualifierOperation>},
+    {&S::ENUMERATEQUALIFIERS, &OperationFactory::create<EnumerateQualifiersOperation>},
     {&S::OPENENUMERATEINSTANCES, nullptr},
     {&S::CLOSEENUMERATION, nullptr},
     {&S::PULLINSTANCESWITHPATH, nullptr},

@@ -1,4 +1,7 @@
-// CVelaProperty: the platform's property class.
+// CVelaProperty: the platform's property class. An array property whose
+// value is not set (NULL, unlike an empty array) holds a null value handle,
+// whatever it was given: that is the one form of a NULL array, and the
+// encoders leave it out of INSTANCE instead of writing an empty VALUE.ARRAY.
 #pragma once
 
 #include "vela/IVelaProperty.h"
@@ -13,7 +16,7 @@ class CVelaProperty : public IVelaProperty {
     const VELString& getName() const override { return _name; }
     const VELSmrPtr<IVelaType>& getType() const override { return _type; }
     const VELSmrPtr<IVelaValue>& getValue() const override { return _value; }
-    void setValue(VELSmrPtr<IVelaValue> value) { _value = std::move(value); }
+    void setValue(VELSmrPtr<IVelaValue> value);
 
   private:
     VELString _name;

@@ -919,7 +919,8 @@ VELSmrPtr<IVelaValue> CVelaValue::convertTo(const VELSmrPtr<IVelaValue>& value,
         // Other implementations go through their text form.
         if (target->isArray()) {
             auto out = std::make_shared<ScalarArray>();
-            for (const auto& e : *value->getArray()) {
+            const auto elements = value->getArray();  // kept alive for the loop
+            for (const auto& e : *elements) {
                 out->push_back(e.isNull() || !e->isSet()
                                    ? Scalar()
                                    : parseScalar(scalarTarget, e->toString().view()));

@@ -30,7 +30,9 @@ VELSmrPtr<VELValSlist<VELString>> AdapterUtils::convert(const VELSmrPtr<IVelaVal
         }
         return list;
     }
-    for (const auto& e : *value->getArray()) {
+    // Held here: a range over the list of a temporary handle would outlive it.
+    const auto elements = value->getArray();
+    for (const auto& e : *elements) {
         if (e.isNull() || !e->isSet()) {
             if (!skipNulls) {
                 list->append(VELString());

@@ -22,7 +22,8 @@ const char* accessName(Access a) {
 OperationHandler::OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
                                    WorkerPool& providerPool)
     : _services{schema, providers, providerPool} {
-    for (std::span<const Route> family : {instanceRoutes(), classRoutes(), associationRoutes()}) {
+    for (std::span<const Route> family :
+         {instanceRoutes(), classRoutes(), propertyRoutes(), associationRoutes()}) {
         for (const Route& r : family) {
             _routes.emplace(r.operation, &r);
         }

@@ -9,7 +9,7 @@
 //     route<getInstance>("GetInstance", Access::Read)
 //
 // and are grouped by family, one file each (InstanceRoutes.cpp, ...), listed
-// in RouteTable.cpp.
+// in OperationHandler.cpp.
 #pragma once
 
 #include <span>
@@ -52,6 +52,7 @@ constexpr Route route(const char* operation, Access access) {
 // The families of the route table.
 std::span<const Route> instanceRoutes();
 std::span<const Route> classRoutes();
+std::span<const Route> propertyRoutes();
 std::span<const Route> associationRoutes();
 
 }  // namespace tarn

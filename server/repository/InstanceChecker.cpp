@@ -224,7 +224,8 @@ VELSmrPtr<IVelaValue> InstanceChecker::typeFor(const ClassLayout& layout, std::s
                                         typeReference(typed->getReference(), refClass, depth)));
                     } else {
                         auto elements = std::make_shared<CVelaValue::ScalarArray>();
-                        for (const auto& e : *typed->getArray()) {
+                        const auto refs = typed->getArray();  // kept alive for the loop
+                        for (const auto& e : *refs) {
                             elements->push_back(e.isNull() || !e->isSet()
                                                     ? CVelaValue::Scalar()
                                                     : CVelaValue::Scalar(typeReference(

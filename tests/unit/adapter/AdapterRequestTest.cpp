@@ -41,7 +41,7 @@ TEST_F(AdapterRequestTest, RemoteClientsWaitForTheStartLocalOnesForNothingButShu
                      (c.loopback ? " local" : " remote"));
         context.setState(c.state);
         tarn::LogCapture log;
-        Exchange x("POST", kEnumerateClassesHeaders, enumerateClasses(), VELHTTPOperation::HTTP_1_1,
+        Exchange x("POST", kDeleteClassHeaders, deleteClass(), VELHTTPOperation::HTTP_1_1,
                    c.loopback);
         auto error = x.run(adapter);
         EXPECT_EQ(context.getRegisteredRequests(), ++registered);
@@ -92,6 +92,8 @@ TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
          Out::NotEncoded,
          30},
         {"other value, kept", "Never", V11, {{"TE", "trailers"}}, Out::Full, 30},
+        // The values are compared exactly.
+        {"lower case", "chunked", V11, {}, Out::Full, 30},
         {"HTTP/1.0", nullptr, V10, {}, Out::NotEncoded, 30},
         {"HTTP/1.0 kept",
          "ConditionalChunked",
@@ -105,9 +107,9 @@ TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
         ScopedConfiguration conf(c.setting ? std::string("[TARN]\nHTTPTransferEncoding = ") +
                                                  c.setting + "\n"
                                            : std::string());
-        VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
+        VELHTTPRequest::Fields fields = kDeleteClassHeaders;
         fields.insert(fields.end(), c.extra.begin(), c.extra.end());
-        Exchange x("POST", fields, enumerateClasses(), c.protocol);
+        Exchange x("POST", fields, deleteClass(), c.protocol);
         ASSERT_FALSE(x.run(adapter));
         EXPECT_EQ(x.out.getStreamType(), c.type);
         EXPECT_EQ(x.socket.closeOption, c.closeOption);
@@ -115,10 +117,10 @@ TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
     }
     // A chunked request body asks for chunks too.
     ScopedConfiguration conf("[TARN]\nHTTPTransferEncoding = ConditionalChunked\n");
-    std::string body = enumerateClasses();
+    std::string body = deleteClass();
     std::string chunked =
         (std::ostringstream() << std::hex << body.size()).str() + "\r\n" + body + "\r\n0\r\n\r\n";
-    VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
+    VELHTTPRequest::Fields fields = kDeleteClassHeaders;
     fields.emplace_back("Transfer-Encoding", "chunked");
     Exchange x("POST", fields, chunked);
     ASSERT_FALSE(x.run(adapter));
@@ -129,9 +131,9 @@ TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
 TEST_F(AdapterRequestTest, BodyGoesFromTheSocketStraightIntoTheMessage) {
     context.setState(State::STARTED);
     // Nothing of the body came with the head: it arrives in pieces.
-    std::string body = enumerateClasses();
+    std::string body = deleteClass();
     body.resize(300000, ' ');
-    VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
+    VELHTTPRequest::Fields fields = kDeleteClassHeaders;
     fields.emplace_back("Content-Length", VELString::valueOf(body.size()));
     Exchange x("POST", fields, "");
     for (std::size_t at = 0; at < body.size(); at += 65536) {
@@ -150,7 +152,7 @@ TEST_F(AdapterRequestTest, BodyGoesFromTheSocketStraightIntoTheMessage) {
 
 TEST_F(AdapterRequestTest, ChunkedBodyStopsAtTheLastChunkOrAnUnreadableSize) {
     context.setState(State::STARTED);
-    const std::string body = enumerateClasses("9");
+    const std::string body = deleteClass("9");
     struct Case {
         const char* name;
         std::string chunked;
@@ -165,7 +167,7 @@ TEST_F(AdapterRequestTest, ChunkedBodyStopsAtTheLastChunkOrAnUnreadableSize) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
+        VELHTTPRequest::Fields fields = kDeleteClassHeaders;
         fields.emplace_back("Transfer-Encoding", "chunked");
         Exchange x("POST", fields, c.chunked);
         tarn::LogCapture log;
@@ -200,11 +202,11 @@ TEST_F(AdapterRequestTest, CimHeadersComeFromTheMPostGroupBeforeThePlainOnes) {
 
     // The group's CIMMethod is the one compared with the message.
     VELHTTPRequest::Fields fields = grouped;
-    fields.insert(fields.end(), {{"51-CIMMethod", "EnumerateClasses"},
+    fields.insert(fields.end(), {{"51-CIMMethod", "DeleteClass"},
                                  {"51-CIMObject", "root"},
                                  {"CIMMethod", "GetInstance"},
                                  {"CIMObject", "root"}});
-    Exchange x("M-POST", fields, enumerateClasses());
+    Exchange x("M-POST", fields, deleteClass());
     EXPECT_FALSE(x.run(adapter));
     EXPECT_TRUE(x.written().hasHeader("Man: \"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=51"));
     EXPECT_TRUE(x.written().hasHeader("51-CIMOperation: MethodResponse"));
@@ -214,7 +216,7 @@ TEST_F(AdapterRequestTest, CimHeadersComeFromTheMPostGroupBeforeThePlainOnes) {
 
 TEST_F(AdapterRequestTest, RequestsThatFailCanProcessAreRefused) {
     tarn::LogCapture log;
-    Exchange x("POST", {{"Host", "x"}}, enumerateClasses());
+    Exchange x("POST", {{"Host", "x"}}, deleteClass());
     auto error = x.run(adapter);
     ASSERT_TRUE(error);
     EXPECT_EQ(error->getMessage(), "Input stream may have data remaining");
@@ -228,9 +230,9 @@ TEST_F(AdapterRequestTest, RequestsThatFailCanProcessAreRefused) {
 TEST_F(AdapterRequestTest, RejectionsWriteOnlyTheHeadAndThrow) {
     context.setState(State::STARTED);
     tarn::LogCapture log;
-    VELHTTPRequest::Fields fields = kEnumerateClassesHeaders;
+    VELHTTPRequest::Fields fields = kDeleteClassHeaders;
     fields.emplace_back("CIMProtocolVersion", "0.5");
-    Exchange x("POST", fields, enumerateClasses());
+    Exchange x("POST", fields, deleteClass());
     auto error = x.run(adapter);
     ASSERT_TRUE(error);
     EXPECT_EQ(error->getType(), "HTTP");
@@ -256,7 +258,7 @@ TEST_F(AdapterRequestTest, ClientGoneWhileTheResponseIsWrittenEndsTheRequest) {
     std::string calls = "<MULTIREQ>";
     for (int i = 0; i < 200; ++i) {
         calls +=
-            "<SIMPLEREQ><IMETHODCALL NAME=\"EnumerateClasses\"><LOCALNAMESPACEPATH><NAMESPACE "
+            "<SIMPLEREQ><IMETHODCALL NAME=\"DeleteClass\"><LOCALNAMESPACEPATH><NAMESPACE "
             "NAME=\"root\"/></LOCALNAMESPACEPATH></IMETHODCALL></SIMPLEREQ>";
     }
     Exchange x("POST",
@@ -280,12 +282,12 @@ TEST_F(AdapterRequestTest, MethodCallsOfOperationRequestsElseOfExportRequests) {
         bool exported;
     };
     const std::string call =
-        "<IMETHODCALL NAME=\"EnumerateClasses\"><LOCALNAMESPACEPATH><NAMESPACE "
+        "<IMETHODCALL NAME=\"DeleteClass\"><LOCALNAMESPACEPATH><NAMESPACE "
         "NAME=\"root\"/></LOCALNAMESPACEPATH></IMETHODCALL>";
     const std::string exportCall =
         "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"/></SIMPLEEXPREQ>";
     const Case cases[] = {
-        {"simple", enumerateClasses(), 1, true, false},
+        {"simple", deleteClass(), 1, true, false},
         {"multi",
          message("<MULTIREQ><SIMPLEREQ>" + call + "</SIMPLEREQ><SIMPLEREQ>" + call +
                  "</SIMPLEREQ></MULTIREQ>"),

@@ -44,9 +44,9 @@ inline std::string message(std::string_view content, std::string_view id = "1001
            "</MESSAGE></CIM>";
 }
 
-inline std::string enumerateClasses(std::string_view id = "1001") {
+inline std::string deleteClass(std::string_view id = "1001") {
     return message(
-        "<SIMPLEREQ><IMETHODCALL NAME=\"EnumerateClasses\"><LOCALNAMESPACEPATH><NAMESPACE "
+        "<SIMPLEREQ><IMETHODCALL NAME=\"DeleteClass\"><LOCALNAMESPACEPATH><NAMESPACE "
         "NAME=\"root\"/></LOCALNAMESPACEPATH></IMETHODCALL></SIMPLEREQ>",
         id);
 }
@@ -57,14 +57,14 @@ inline std::string notSupportedResponse(std::string_view id = "1001") {
            "DTDVERSION=\"2.0\"><MESSAGE ID=\"" +
            std::string(id) +
            "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP><IMETHODRESPONSE "
-           "NAME=\"EnumerateClasses\"><ERROR "
+           "NAME=\"DeleteClass\"><ERROR "
            "CODE=\"7\" DESCRIPTION=\"The requested operation is not supported.\" />\n"
            "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>\n";
 }
 
-inline const VELHTTPRequest::Fields kEnumerateClassesHeaders = {
+inline const VELHTTPRequest::Fields kDeleteClassHeaders = {
     {"Host", "localhost"},          {"Content-Type", "application/xml; charset=\"utf-8\""},
-    {"CIMOperation", "MethodCall"}, {"CIMMethod", "EnumerateClasses"},
+    {"CIMOperation", "MethodCall"}, {"CIMMethod", "DeleteClass"},
     {"CIMObject", "root"},
 };
 

@@ -277,7 +277,7 @@ TEST_F(OperationHandlerTest, GetClassAnswersFromTheSchemaWithoutAProvider) {
 
     auto missing = make<Op<VelaGetClassOperationBase>>("Test_Nope");
     handler.processOperation(missing);
-    EXPECT_EQ(missing->getErrorCode(), 5);
+    EXPECT_EQ(missing->getErrorCode(), 6);  // not found; instance operations answer 5
     EXPECT_TRUE(missing->getClass().isNull());
     auto nobody = make<Op<VelaGetClassOperationBase>>("Test_B", {});
     handler.processOperation(nobody);

@@ -2,12 +2,18 @@
 // requests they refuse, with which code and which log line.
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
+#include "EnumerateClassNamesOperation.h"
+#include "EnumerateClassesOperation.h"
 #include "EnumerateInstanceNamesOperation.h"
 #include "EnumerateInstancesOperation.h"
+#include "EnumerateQualifiersOperation.h"
 #include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
+#include "GetPropertyOperation.h"
+#include "GetQualifierOperation.h"
 #include "ModifyInstanceOperation.h"
 #include "OperationTestSupport.h"
+#include "SetPropertyOperation.h"
 
 namespace {
 
@@ -333,6 +339,14 @@ TEST_F(ReaderTest, TheServedNamesReachTheirClassesAndNoOtherNameDoes) {
         {"ModifyInstance", [](auto* op) { return dynamic_cast<ModifyInstanceOperation*>(op); }},
         {"DeleteInstance", [](auto* op) { return dynamic_cast<DeleteInstanceOperation*>(op); }},
         {"GetClass", [](auto* op) { return dynamic_cast<GetClassOperation*>(op); }},
+        {"EnumerateClasses", [](auto* op) { return dynamic_cast<EnumerateClassesOperation*>(op); }},
+        {"EnumerateClassNames",
+         [](auto* op) { return dynamic_cast<EnumerateClassNamesOperation*>(op); }},
+        {"GetQualifier", [](auto* op) { return dynamic_cast<GetQualifierOperation*>(op); }},
+        {"EnumerateQualifiers",
+         [](auto* op) { return dynamic_cast<EnumerateQualifiersOperation*>(op); }},
+        {"GetProperty", [](auto* op) { return dynamic_cast<GetPropertyOperation*>(op); }},
+        {"SetProperty", [](auto* op) { return dynamic_cast<SetPropertyOperation*>(op); }},
     };
     for (const Case& c : cases) {
         VELSmrPtr<VELCIMMethodCall> call = parseCall(c.method, "");
@@ -342,7 +356,7 @@ TEST_F(ReaderTest, TheServedNamesReachTheirClassesAndNoOtherNameDoes) {
         EXPECT_TRUE(c.isClass(op.get())) << c.method;
         EXPECT_EQ(op->getOperationName(), c.method);
     }
-    for (const char* other : {"getInstance", "GetInstances", "EnumerateClasses"}) {
+    for (const char* other : {"getInstance", "GetInstances", "DeleteClass"}) {
         VELSmrPtr<VELCIMMethodCall> call = parseCall(other, "");
         EXPECT_TRUE(OperationFactory::createIntrinsic(other, &context, call, nullptr).isNull())
             << other;

@@ -235,13 +235,23 @@ TEST_F(ResponseTest, EnumerateInstancesWritesEachInstanceAsTheRequestShapesIt) {
     EXPECT_EQ(log.count("Unable to find metadata for class 'Test_Leaf'"), 0u);
 }
 
-TEST_F(ResponseTest, NotDeepFindsTheRequestedClassWhateverItsCase) {
+TEST_F(ResponseTest, NotDeepFindsTheRequestedClassByItsExactName) {
     context.handler.run = [](const VELSmrPtr<IVelaOperation>& op) {
         produce(*op, std::vector<VELSmrPtr<IVelaObject>>{leaf(7)});
     };
     EXPECT_EQ(respond("EnumerateInstances",
-                      className("TEST_MIDDLE") + iparam("DeepInheritance", value("false"))),
+                      className("Test_Middle") + iparam("DeepInheritance", value("false"))),
               response("EnumerateInstances", returned(named(kName + kSize + kId))));
+    // In another case the walk finds no such ancestor: the request's list
+    // (here all properties) stays.
+    EXPECT_EQ(
+        respond("EnumerateInstances",
+                className("TEST_MIDDLE") + iparam("DeepInheritance", value("false"))),
+        response("EnumerateInstances", returned(named(kFlag + kExtra + kSize + kName + kId))));
+    EXPECT_TRUE(log.contains("cimxmlpa::EnumerateInstancesOperation::getClass()",
+                             "Unable to find requested parent class 'TEST_MIDDLE' as ancestor of "
+                             "current instance of 'Test_Leaf'",
+                             1));
 }
 
 TEST_F(ResponseTest, NotDeepLeavesOutPropertiesTheInstanceLacks) {

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "RepositoryTestSupport.h"
+#include "vela/CIMUtil.h"
 #include "vela/CVelaProperty.h"
 
 namespace repotest {
@@ -199,6 +200,30 @@ TEST_F(InstanceOperations, ACreatedInstanceHasEveryPropertyItsPathAndTheClassDef
     auto three = repo->getInstance(kNs, *name("T_Level2", {{"Id", text("three")}}));
     EXPECT_FALSE(three->getProperty("Label")->getValue()->isSet());
     EXPECT_EQ(three->getProperty("Label")->getType()->getTypeId(), CIMTypeId::String);
+}
+
+TEST_F(InstanceOperations, NullAndEmptyArraysStayApartFromMofAndCimXmlToStorage) {
+    // AS empty, A8 NULL as given, Objs NULL as left out; each source once.
+    ASSERT_EQ(loadMof(*repo, "instance of T_AllTypes { Id = \"mof\"; AS = {}; A8 = NULL; };"), "");
+    VELSmrPtr<IVelaObject> parsed = CIMUtil::parseEmbeddedInstance(
+        "<INSTANCE CLASSNAME=\"T_AllTypes\"><PROPERTY NAME=\"Id\" TYPE=\"string\"><VALUE>xml"
+        "</VALUE></PROPERTY><PROPERTY.ARRAY NAME=\"AS\" TYPE=\"string\"><VALUE.ARRAY>"
+        "</VALUE.ARRAY></PROPERTY.ARRAY><PROPERTY.ARRAY NAME=\"A8\" TYPE=\"uint8\">"
+        "</PROPERTY.ARRAY></INSTANCE>");
+    EXPECT_TRUE(parsed->getProperty("A8")->getValue().isNull());
+    EXPECT_EQ(parsed->getProperty("AS")->getValue()->getArraySize(), 0u);
+    repo->createInstance(kNs, *parsed);
+    for (const char* id : {"mof", "xml"}) {
+        SCOPED_TRACE(id);
+        auto got = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text(id)}}));
+        const VELSmrPtr<IVelaValue>& empty = got->getProperty("AS")->getValue();
+        ASSERT_FALSE(empty.isNull());
+        EXPECT_TRUE(empty->isSet());
+        EXPECT_EQ(empty->getArraySize(), 0u);
+        EXPECT_TRUE(got->getProperty("A8")->getValue().isNull());
+        EXPECT_TRUE(got->getProperty("Objs")->getValue().isNull());
+        EXPECT_TRUE(got->getProperty("Objs")->getType()->isArray());
+    }
 }
 
 TEST_F(InstanceOperations, KeysComeFromThePathWhenThePropertiesLackThem) {

@@ -159,7 +159,7 @@ TEST(ValueTyping, PropertyWithoutValueIsUnsetOfItsType) {
     EXPECT_EQ(i->getProperty("S")->getType()->getTypeId(), CIMTypeId::SInt16);
     EXPECT_FALSE(i->getProperty("S")->getValue()->isSet());
     EXPECT_TRUE(i->getProperty("A")->getType()->isArray());
-    EXPECT_FALSE(i->getProperty("A")->getValue()->isSet());
+    EXPECT_TRUE(i->getProperty("A")->getValue().isNull());  // how a NULL array is held
     EXPECT_EQ(i->getProperty("R")->getType()->getReferenceClassName(), "CIM_X");
     EXPECT_FALSE(i->getProperty("R")->getValue()->isSet());
     // An empty VALUE is an empty string, an empty VALUE.ARRAY an empty array.
