@@ -7,6 +7,7 @@
 #include "repository/RepositorySql.h"
 #include "repository/SchemaCodec.h"
 #include "tarn/CIMStatus.h"
+#include "vela/AdapterUtils.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
@@ -189,6 +190,7 @@ bool StorageSchema::prepare(SqliteConnection& db) {
             refuse("the repository " + db.path() + " has a bad format version " +
                    VELString::valueOf(v));
         }
+        const int from = v;
         if (v < CURRENT_VERSION) {
             for (; v < CURRENT_VERSION; ++v) {
                 upgrade(db, v);
@@ -199,6 +201,13 @@ bool StorageSchema::prepare(SqliteConnection& db) {
             st.bindText(1, VELString::valueOf(CURRENT_VERSION).view()).run();
         }
         db.exec("COMMIT");
+        if (from < CURRENT_VERSION) {
+            AdapterUtils::log(WHO,
+                              "Upgraded the repository " + db.path() + " from format version " +
+                                  VELString::valueOf(from) + " to " +
+                                  VELString::valueOf(CURRENT_VERSION),
+                              3);
+        }
         return false;
     } catch (...) {
         db.rollbackQuietly();
