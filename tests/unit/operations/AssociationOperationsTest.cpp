@@ -1,12 +1,7 @@
 // The association operations outside tarnd: which requests their readers
-// refuse, with which code and log line, what they store, and how the
-// results of Associators and References are written.
-#include "AssociatorNamesOperation.h"
-#include "AssociatorsOperation.h"
+// refuse, with which code and log line, and what Associators and References
+// log while writing an instance whose class cannot be found.
 #include "OperationTestSupport.h"
-#include "ReferencesOperation.h"
-#include "tarn/CQualifier.h"
-#include "vela/IVelaAssociatorsOperation.h"
 
 namespace {
 
@@ -83,69 +78,6 @@ TEST_F(AssociationOperationsTest, ReadersRefuseWhatTheyCannotUseWithTheirOwnMess
             EXPECT_EQ(log.count(" parameter."), 0u);
         }
     }
-}
-
-TEST_F(AssociationOperationsTest, ReadersStoreTheObjectAndTheFiltersAsReceived) {
-    auto op = make("Associators",
-                   objectName(leafName("9")) + iparam("AssocClass", "<CLASSNAME NAME=\"A_b\"/>") +
-                       iparam("ResultClass", "<CLASSNAME NAME=\"Test_Other\"/>") +
-                       iparam("Role", value("From")) + iparam("IncludeQualifiers", value("any")) +
-                       iparam("IncludeClassOrigin", value("True")) + propertyList({"Id"}));
-    ASSERT_TRUE(op->isValid());
-    auto& assoc = dynamic_cast<IVelaAssociatorsOperation&>(*op);
-    EXPECT_EQ(assoc.getObjectName()->toString(), "Test_Leaf.id=9");
-    EXPECT_EQ(op->getClassName(), "Test_Leaf");
-    EXPECT_EQ(assoc.getAssocClass(), "A_b");
-    EXPECT_EQ(assoc.getResultClass(), "Test_Other");
-    EXPECT_EQ(assoc.getRole(), "From");
-    EXPECT_TRUE(assoc.getResultRole().isNull());
-    EXPECT_TRUE(assoc.getClassOrigin());
-    EXPECT_EQ(assoc.getPropertyList()->entries(), 1u);
-    const char* who = "cimxmlpa::AssociatorsOperation::setRequest";
-    EXPECT_TRUE(log.contains(who, "Test_Leaf.id=9", 4));
-    EXPECT_TRUE(log.contains(who, "AssocClass=A_b", 4));
-    EXPECT_TRUE(log.contains(who, "ResultRole=", 4));
-
-    auto names = make("AssociatorNames", objectName("<CLASSNAME NAME=\"Test_Base\"/>"));
-    ASSERT_TRUE(names->isValid());
-    EXPECT_TRUE(
-        dynamic_cast<IVelaAssociatorNamesOperation&>(*names).getObjectName()->isClassName());
-}
-
-TEST_F(AssociationOperationsTest, ClassesAreWrittenLocallyWithoutQualifiersInstancesWithPaths) {
-    // Test_Leaf again, with a qualifier.
-    auto leafClass = makeVELSmrPtr<CVelaClass>("Test_Leaf", "Test_Middle");
-    leafClass->addQualifier(VELSmrPtr<tarn::IQualifier>(new tarn::CQualifier(
-        "Description", CVelaType::string, CVelaValue::makeString("a leaf"), 0)));
-    leafClass->addProperty(makeVELSmrPtr<tarn::CPropertyDef>("Extra", CVelaType::string));
-    leafClass->resolve(context.classes->getClass(kNs, "Test_Middle"));
-    std::string body = respond(
-        "Associators",
-        objectName(leafName()) + iparam("IncludeQualifiers", value("TRUE")) +
-            iparam("IncludeClassOrigin", value("TRUE")),
-        {CVelaValue::makeClass(VELSmrPtr<IVelaClass>(leafClass)), CVelaValue::makeObject(leaf(7))});
-    // The class: its path with the object manager's host, its own properties
-    // only, no qualifiers.
-    const std::size_t split = body.find("</VALUE.OBJECTWITHPATH>");
-    ASSERT_NE(split, std::string::npos) << body;
-    const std::string cls = body.substr(0, split);
-    const std::string instance = body.substr(split);
-    EXPECT_NE(cls.find("<IRETURNVALUE><VALUE.OBJECTWITHPATH><CLASSPATH>\n<NAMESPACEPATH>\n"
-                       "<HOST>localhost</HOST>"),
-              std::string::npos)
-        << body;
-    EXPECT_NE(cls.find("<CLASS NAME=\"Test_Leaf\" SUPERCLASS=\"Test_Middle\">\n<PROPERTY "
-                       "NAME=\"Extra\""),
-              std::string::npos);
-    EXPECT_EQ(cls.find("NAME=\"Size\""), std::string::npos);
-    EXPECT_EQ(cls.find("<QUALIFIER"), std::string::npos);
-    // The instance, with its path and class origins.
-    EXPECT_EQ(instance.find("</VALUE.OBJECTWITHPATH><VALUE.OBJECTWITHPATH>\n<INSTANCEPATH>"), 0u);
-    EXPECT_NE(instance.find("<PROPERTY NAME=\"Size\" TYPE=\"uint64\" CLASSORIGIN=\"Test_Middle\" "
-                            "PROPAGATED=\"true\"><VALUE>4096</VALUE>"),
-              std::string::npos);
-    EXPECT_TRUE(
-        body.ends_with("</VALUE.OBJECTWITHPATH>\n</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP>"));
 }
 
 TEST_F(AssociationOperationsTest, AnInstanceWhoseClassCannotBeFoundIsWrittenAllTheSame) {
