@@ -9,10 +9,12 @@
 #include "EnumerateInstanceNamesOperation.h"
 #include "EnumerateInstancesOperation.h"
 #include "EnumerateQualifiersOperation.h"
+#include "ExecQueryOperation.h"
 #include "GetClassOperation.h"
 #include "GetInstanceOperation.h"
 #include "GetPropertyOperation.h"
 #include "GetQualifierOperation.h"
+#include "InvokeMethodOperation.h"
 #include "ModifyInstanceOperation.h"
 #include "ReferenceNamesOperation.h"
 #include "ReferencesOperation.h"
@@ -54,13 +56,13 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::OPENREFERENCEINSTANCEPATHS, nullptr},
     {&S::OPENASSOCIATORINSTANCEPATHS, nullptr},
     {&S::PULLINSTANCEPATHS, nullptr},
-    {&S::EXECQUERY, nullptr},
+    {&S::EXECQUERY, &OperationFactory::create<ExecQueryOperation>},
     {&S::OPENQUERYINSTANCES, nullptr},
     {&S::PULLINSTANCES, nullptr},
 };
 
-// The class of every extrinsic call (InvokeMethodOperation once it exists).
-constexpr OperationFactory::Creator kExtrinsic = nullptr;
+// The class of every extrinsic call.
+constexpr OperationFactory::Creator kExtrinsic = &OperationFactory::create<InvokeMethodOperation>;
 
 }  // namespace
 
@@ -82,9 +84,6 @@ OperationFactory::Operation OperationFactory::createIntrinsic(
 OperationFactory::Operation OperationFactory::createExtrinsic(
     IVelaOperationHandlerContext* context, VELSmrPtr<VELCIMMethodCall>& call,
     const VELSmrPtr<tarn::security::ISecurityToken>& token) {
-    if (kExtrinsic == nullptr) {
-        return Operation();
-    }
     return kExtrinsic(context, call, token);
 }
 

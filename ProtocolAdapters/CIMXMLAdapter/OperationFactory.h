@@ -44,8 +44,7 @@ class OperationFactory {
                                      IVelaOperationHandlerContext* context,
                                      VELSmrPtr<VELCIMMethodCall>& call,
                                      const VELSmrPtr<tarn::security::ISecurityToken>& token);
-    // The operation for an extrinsic call; null while method invocation is
-    // not served.
+    // The operation for an extrinsic call (an InvokeMethodOperation).
     static Operation createExtrinsic(IVelaOperationHandlerContext* context,
                                      VELSmrPtr<VELCIMMethodCall>& call,
                                      const VELSmrPtr<tarn::security::ISecurityToken>& token);

@@ -11,6 +11,7 @@
 
 #include "tarn/IAssociationProvider.h"
 #include "tarn/IInstanceProvider.h"
+#include "tarn/IMethodProvider.h"
 
 namespace tarn {
 
@@ -27,6 +28,12 @@ class IProviderRegistrar {
     // already does.
     virtual void registerAssociationProvider(const VELString& nameSpace, const VELString& className,
                                              std::shared_ptr<IAssociationProvider> provider) = 0;
+
+    // The provider serves the methods of this class in this namespace, and
+    // those of its subclasses that have no method provider of their own.
+    // Throws VelaBaseException when another provider already does.
+    virtual void registerMethodProvider(const VELString& nameSpace, const VELString& className,
+                                        std::shared_ptr<IMethodProvider> provider) = 0;
 };
 
 // The entry point of provider plug-ins.

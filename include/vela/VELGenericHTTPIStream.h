@@ -22,8 +22,10 @@ class VELGenericHTTPIStream : public std::istream {
   public:
     static constexpr std::size_t DEFAULT_BUFFER_SIZE = 16384;
 
-    // buffered: bytes already received after the head; they must stay valid
-    // and unchanged while the stream lives.
+    // buffered: bytes already received after the head, read in place; they
+    // must stay valid and unchanged until the stream first reads from the
+    // socket (it asks only once it has taken them all, and never looks at
+    // them again).
     VELGenericHTTPIStream(VELSocket& socket, std::string_view buffered,
                           std::size_t bufferSize = DEFAULT_BUFFER_SIZE);
     ~VELGenericHTTPIStream() override;

@@ -1,5 +1,6 @@
 #include "handler/OperationHandler.h"
 
+#include "vela/IVelaInvokeMethodOperation.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
@@ -22,8 +23,8 @@ const char* accessName(Access a) {
 OperationHandler::OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
                                    WorkerPool& providerPool)
     : _services{schema, providers, providerPool} {
-    for (std::span<const Route> family :
-         {instanceRoutes(), classRoutes(), propertyRoutes(), associationRoutes()}) {
+    for (std::span<const Route> family : {instanceRoutes(), classRoutes(), propertyRoutes(),
+                                          queryRoutes(), methodRoutes(), associationRoutes()}) {
         for (const Route& r : family) {
             _routes.emplace(r.operation, &r);
         }
@@ -61,7 +62,10 @@ void OperationHandler::processOperation(const VELSmrPtr<IVelaOperation>& operati
 
 void OperationHandler::_process(OperationCall& call) {
     IVelaOperation& op = *call.operation;
-    const Route* route = findRoute(op.getOperationName());
+    // An extrinsic method may have any name, even that of an intrinsic operation.
+    const Route* route = dynamic_cast<IVelaInvokeMethodOperation*>(&op)
+                             ? findRoute(INVOKE_METHOD_ROUTE)
+                             : findRoute(op.getOperationName());
     if (!route) {
         call.fail(CIM_ERR_NOT_SUPPORTED,
                   "The operation " + op.getOperationName() + " is not supported");

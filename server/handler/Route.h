@@ -53,6 +53,12 @@ constexpr Route route(const char* operation, Access access) {
 std::span<const Route> instanceRoutes();
 std::span<const Route> classRoutes();
 std::span<const Route> propertyRoutes();
+std::span<const Route> queryRoutes();
+std::span<const Route> methodRoutes();
 std::span<const Route> associationRoutes();
+
+// The route name of extrinsic method calls, whose operation name is the
+// method's own.
+constexpr const char* INVOKE_METHOD_ROUTE = "InvokeMethod";
 
 }  // namespace tarn

@@ -1,51 +1,41 @@
-// tarn::HTTPConnection: one client connection of the HTTP(S) server.
+// tarn::HTTPConnection: one client connection of the HTTP(S) server. It owns
+// the socket (and the TLS stream over it), the bytes received and not yet
+// taken, and the parser of the request being read, which splits that byte
+// stream into requests: a head, then a body whose framing the parser follows.
 //
 // While it waits for a request head (and during the TLS handshake) the
-// connection lives on the server's I/O thread with asynchronous reads and a
-// deadline timer; it occupies no worker. Once a head is complete it goes to a
-// worker, which builds the request, offers it to the adapters and runs the
-// chosen one with the body streams; reads and writes there are synchronous
-// and bounded (SocketLayer). Afterwards the connection returns to the I/O
-// thread for the next head, or is closed gracefully: a TLS close
-// notification, then its sending side shut and what the client still sends
-// drained, all within the linger time.
+// connection lives on the server's I/O thread (HeadReader); it occupies no
+// worker. Once a head is complete a worker runs the request (RequestRunner)
+// and then hands the connection back, or closes it.
+//
+// As the VELSocket of the body streams, readSome gives the bytes of the
+// current request's body as they were sent (a chunked body with its chunk
+// lines) and ends exactly where the request ends, so no reader can take the
+// next request's bytes.
 #pragma once
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
-// Beast 1.74's parser trips GCC 12's maybe-uninitialized analysis in
-// sanitizer builds (a boost::optional returned as none); the code is fine.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <boost/beast/http/empty_body.hpp>
-#include <boost/beast/http/parser.hpp>
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic pop
-#endif
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 
+#include "http/ConnectionEnvironment.h"
+#include "http/ConnectionTable.h"
+#include "http/HeadReader.h"
+#include "http/RequestParser.h"
 #include "http/SocketLayer.h"
 #include "vela/VELSocket.h"
 
-class VELHTTPRequest;
-class VELGenericHTTPIStream;
-
 namespace tarn {
-
-class HTTPServer;
 
 class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTTPConnection> {
   public:
-    // serving: false for a connection past the cap, which only gets a 503.
-    HTTPConnection(HTTPServer& server, boost::asio::ip::tcp::socket socket,
-                   boost::asio::ssl::context* tls, bool serving);
+    // A registration that is not serving: the connection only gets a 503.
+    HTTPConnection(const ConnectionEnvironment& environment, boost::asio::ip::tcp::socket socket,
+                   boost::asio::ssl::context* tls, ConnectionTable::Registration registration);
     ~HTTPConnection() override;
 
     // I/O thread: begins the TLS handshake or the first head read (or, when
@@ -53,14 +43,60 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     void start();
     // I/O thread: the server stops; an idle connection closes now, a busy
     // one after its request.
-    void stopIdle();
+    void stopIdle() { _heads.stopIdle(); }
     // Any thread: shuts the socket down so that blocked reads and writes of
     // the worker fail at once (after the shutdown grace period).
     void forceClose();
 
-    bool isServing() const { return _serving; }
+    const ConnectionEnvironment& environment() const { return _env; }
+    bool isServing() const { return _registration.isServing(); }
+    // "address:port" of the client, for log lines.
+    const VELString& peer() const { return _peer; }
+    HeadReader& heads() { return _heads; }
 
-    // VELSocket
+    // ------------------------------------------------------------ transport
+    boost::asio::ip::tcp::socket& socket() { return _socket; }
+    // Null on a plain connection.
+    boost::asio::ssl::stream<SocketLayer>* tls() { return _tls.get(); }
+    // The synchronous layer (under TLS when there is TLS): its deadlines
+    // bound the worker's reads.
+    SocketLayer& layer() { return _tls ? _tls->next_layer() : _plain; }
+    // I/O thread: closes the socket (with a reset when the close option is 0).
+    void closeNow();
+    // I/O thread.
+    bool isClosed() const { return _closed; }
+
+    // -------------------------------------------------- the request being read
+    // Received bytes not yet taken; HeadReader reads into it.
+    boost::beast::flat_buffer& received() { return _buffer; }
+    // Room left for received bytes (a head or chunk line must fit).
+    std::size_t room() const { return _buffer.max_size() - _buffer.size(); }
+    // Worker: reads more bytes into the received ones; n and ec as read_some.
+    std::size_t receive(boost::system::error_code& ec);
+    // True once bytes of a request beyond empty lines have arrived.
+    bool hasPartialRequest() const;
+    // Parses the received bytes as the head of the request (a new request
+    // begins when none is being read). Bad heads are logged.
+    HeadStep parseHead();
+    // The request whose head parseHead found complete.
+    VELHTTPRequest takeRequest() { return _parser->takeRequest(); }
+    // Worker, after the head: takes the received bytes that belong to the
+    // body and returns them for the body stream to read in place. They stay
+    // valid until the next readSome.
+    std::string_view beginBody();
+    // The request has been received up to its last byte.
+    bool isRequestComplete() const {
+        return _parser && _parser->isComplete() && !_parser->failed();
+    }
+    // The request's framing is broken: where it ends cannot be known.
+    bool hasFramingError() const { return _parser && _parser->failed(); }
+    // Body bytes still to come when the request says how many (Content-Length).
+    std::optional<std::uint64_t> knownBodyLeft() const;
+    // Worker: the request is complete; drops what is left of it. The bytes
+    // after it are the next request.
+    void endRequest();
+
+    // ------------------------------------------------------------ VELSocket
     std::size_t readSome(char* buffer, std::size_t size) override;
     void writeAll(const std::string_view* parts, std::size_t count) override;
     using VELSocket::writeAll;
@@ -74,54 +110,21 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     int getCloseOption() const override { return _closeOption; }
 
   private:
-    enum class End { Keep, Close, Abort };
-    using Parser = boost::beast::http::request_parser<boost::beast::http::empty_body>;
-
-    // I/O thread
-    void readHead(bool idle);
-    void readMore();
-    void onRead(const boost::system::error_code& ec, std::size_t n);
-    // 0: more bytes needed; 200: a head is complete; else the status of the
-    // server's error answer.
-    int parseStep();
-    bool parseBuffered();
-    static std::string errorResponse(int status);
-    void armTimer(std::uint32_t milliseconds);
-    void cancelTimer();
-    void sendAndClose(std::string response);
-    void closeGracefully();
-    void drainAndClose();
-    void closeNow();
-    void afterRequest(End end);
-
-    // worker
-    void serve();
-    End serveParsedRequest();
-    End serveRequest(VELHTTPRequest& request);
-    // Waits briefly for the next head on the worker: as parseStep, or -1 when
-    // the connection failed.
-    int readHeadQuickly();
-    End skipRestOfBody(const VELHTTPRequest& request, VELGenericHTTPIStream& in);
-    void sendRaw(int status);
-    SocketLayer& layer();
+    std::size_t readRaw(boost::asio::mutable_buffer into, boost::system::error_code& ec);
+    std::string_view unparsed() const;
     [[noreturn]] void fail(const char* what, const boost::system::error_code& ec);
 
-    HTTPServer& _server;
+    const ConnectionEnvironment& _env;
+    ConnectionTable::Registration _registration;  // left last, once the socket is closed
     boost::asio::ip::tcp::socket _socket;
     SocketLayer _plain;
     std::unique_ptr<boost::asio::ssl::stream<SocketLayer>> _tls;
-    boost::asio::steady_timer _timer;
     boost::beast::flat_buffer _buffer;
-    std::optional<Parser> _parser;
-    std::string _outgoing;  // what sendAndClose is writing
-    std::array<char, 4096> _discard{};
-    bool _serving;
-
-    // Touched on the I/O thread only (or by the worker that owns the connection).
-    bool _busy = false;
-    bool _idleWait = false;
-    bool _timedOut = false;
-    std::uint64_t _timerGeneration = 0;
+    std::optional<RequestParser> _parser;  // while a request is being read
+    // The first _framed received bytes belong to the current request's body
+    // and have not been handed out; _lent: beginBody lent them in place.
+    std::size_t _framed = 0;
+    bool _lent = false;
     int _closeOption = CLOSE_OPTION_DEFAULT;
 
     std::mutex _fdMutex;  // guards closing the socket against forceClose
@@ -132,7 +135,9 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     std::uint16_t _localPort = 0;
     VELString _peerAddress;
     std::uint16_t _peerPort = 0;
-    VELString _peer;  // "address:port" for log lines
+    VELString _peer;
+
+    HeadReader _heads;  // last: it uses the members above
 };
 
 }  // namespace tarn

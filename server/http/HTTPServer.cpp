@@ -23,7 +23,11 @@ constexpr std::size_t kMaxRejecting = 64;
 
 HTTPServer::HTTPServer(const HTTPServerConfig& config, ObjectManagerContext& context,
                        AdapterRegistry& adapters, std::shared_ptr<asio::ssl::context> tls)
-    : _config(config), _context(context), _adapters(adapters), _tls(std::move(tls)) {}
+    : _config(config),
+      _context(context),
+      _adapters(adapters),
+      _tls(std::move(tls)),
+      _table(config.maxConnections, kMaxRejecting) {}
 
 HTTPServer::~HTTPServer() {
     if (_started && !_stopped) {
@@ -68,6 +72,7 @@ void HTTPServer::start() {
     }
     _started = true;
     _workers = std::make_unique<WorkerPool>(_config.workerThreads);
+    _environment.emplace(ConnectionEnvironment{_config, _adapters, *_workers, _stopping, _context});
     _work.emplace(asio::make_work_guard(_io));
     for (std::size_t i = 0; i < _listeners.size(); ++i) {
         accept(i);
@@ -107,22 +112,14 @@ void HTTPServer::onAccept(std::size_t index, error_code ec, asio::ip::tcp::socke
         });
         return;
     }
-    bool serving = false;
-    {
-        std::lock_guard<std::mutex> lock(_m);
-        if (_serving < _config.maxConnections) {
-            serving = true;
-            ++_serving;
-        } else if (_rejecting < kMaxRejecting) {
-            ++_rejecting;
-        } else {
-            error_code ignored;
-            socket.close(ignored);
-            accept(index);
-            return;
-        }
+    auto registration = _table.admit();
+    if (!registration) {
+        error_code ignored;
+        socket.close(ignored);
+        accept(index);
+        return;
     }
-    if (!serving) {
+    if (!registration->isServing()) {
         AdapterUtils::log(
             WHO,
             "Connection refused with 503: " +
@@ -130,49 +127,11 @@ void HTTPServer::onAccept(std::size_t index, error_code ec, asio::ip::tcp::socke
                 " connections are open",
             2);
     }
-    auto connection = std::make_shared<HTTPConnection>(
-        *this, std::move(socket), listener.secure ? _tls.get() : nullptr, serving);
+    auto connection = std::make_shared<HTTPConnection>(*_environment, std::move(socket),
+                                                       listener.secure ? _tls.get() : nullptr,
+                                                       std::move(*registration));
     connection->start();
     accept(index);
-}
-
-void HTTPServer::connectionStarted(const std::shared_ptr<HTTPConnection>& connection) {
-    std::lock_guard<std::mutex> lock(_m);
-    _connections.emplace(connection.get(), connection);
-}
-
-void HTTPServer::connectionEnded(HTTPConnection* connection, bool serving) {
-    {
-        std::lock_guard<std::mutex> lock(_m);
-        _connections.erase(connection);
-        if (serving) {
-            --_serving;
-        } else {
-            --_rejecting;
-        }
-    }
-    _cv.notify_all();
-}
-
-std::size_t HTTPServer::openConnections() const {
-    std::lock_guard<std::mutex> lock(_m);
-    return _connections.size();
-}
-
-std::vector<std::shared_ptr<HTTPConnection>> HTTPServer::liveConnections() {
-    std::vector<std::shared_ptr<HTTPConnection>> live;
-    std::lock_guard<std::mutex> lock(_m);
-    for (auto& entry : _connections) {
-        if (auto c = entry.second.lock()) {
-            live.push_back(std::move(c));
-        }
-    }
-    return live;
-}
-
-bool HTTPServer::waitForConnections(std::chrono::milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(_m);
-    return _cv.wait_for(lock, timeout, [this] { return _connections.empty(); });
 }
 
 bool HTTPServer::stop() {
@@ -189,21 +148,21 @@ bool HTTPServer::stop() {
             l->acceptor.close(ignored);
             l->retry->cancel();
         }
-        for (auto& c : liveConnections()) {
+        for (auto& c : _table.live()) {
             c->stopIdle();
         }
         done->set_value();
     });
     const auto grace = std::chrono::milliseconds(_config.shutdownGraceMs);
     done->get_future().wait_for(grace);
-    std::size_t open = openConnections();
+    std::size_t open = _table.size();
     AdapterUtils::log(
         WHO,
         "Stopping: " + VELString::valueOf(static_cast<unsigned long>(open)) + " connections open",
         3);
-    bool clean = waitForConnections(grace);
+    bool clean = _table.waitUntilEmpty(grace);
     if (!clean) {
-        auto live = liveConnections();
+        auto live = _table.live();
         AdapterUtils::log(WHO,
                           "Shutdown grace period over: closing " +
                               VELString::valueOf(static_cast<unsigned long>(live.size())) +
@@ -213,7 +172,7 @@ bool HTTPServer::stop() {
             c->forceClose();
         }
         live.clear();
-        waitForConnections(std::chrono::milliseconds(_config.lingerTimeoutMs + 2000));
+        _table.waitUntilEmpty(std::chrono::milliseconds(_config.lingerTimeoutMs + 2000));
     }
     bool workersEnded = _workers->stop(std::chrono::milliseconds(2000));
     if (!workersEnded) {

@@ -14,18 +14,17 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 #include "core/AdapterRegistry.h"
 #include "core/ObjectManagerContext.h"
 #include "core/WorkerPool.h"
+#include "http/ConnectionEnvironment.h"
+#include "http/ConnectionTable.h"
 #include "http/HTTPServerConfig.h"
 
 namespace tarn {
@@ -51,17 +50,7 @@ class HTTPServer {
     bool stop();
 
     bool isStopping() const { return _stopping.load(std::memory_order_acquire); }
-    std::size_t openConnections() const;
-
-    const HTTPServerConfig& config() const { return _config; }
-    ObjectManagerContext& context() { return _context; }
-    AdapterRegistry& adapters() { return _adapters; }
-    WorkerPool& workers() { return *_workers; }
-    boost::asio::io_context& io() { return _io; }
-
-    // Connection bookkeeping, called by HTTPConnection.
-    void connectionStarted(const std::shared_ptr<HTTPConnection>& connection);
-    void connectionEnded(HTTPConnection* connection, bool serving);
+    std::size_t openConnections() const { return _table.size(); }
 
   private:
     struct Listener {
@@ -72,8 +61,6 @@ class HTTPServer {
     void accept(std::size_t index);
     void onAccept(std::size_t index, boost::system::error_code ec,
                   boost::asio::ip::tcp::socket socket);
-    std::vector<std::shared_ptr<HTTPConnection>> liveConnections();
-    bool waitForConnections(std::chrono::milliseconds timeout);
 
     HTTPServerConfig _config;
     ObjectManagerContext& _context;
@@ -81,18 +68,15 @@ class HTTPServer {
     std::shared_ptr<boost::asio::ssl::context> _tls;
     std::atomic<bool> _stopping{false};
 
-    // Declared before the I/O objects: connections end (and unregister) while
+    // Declared before the I/O objects: connections end (and leave it) while
     // the io_context is destroyed.
-    mutable std::mutex _m;
-    std::condition_variable _cv;
-    std::unordered_map<HTTPConnection*, std::weak_ptr<HTTPConnection>> _connections;
-    std::size_t _serving = 0;
-    std::size_t _rejecting = 0;
+    ConnectionTable _table;
 
     boost::asio::io_context _io;
     std::optional<boost::asio::executor_work_guard<boost::asio::io_context::executor_type>> _work;
     std::vector<std::unique_ptr<Listener>> _listeners;
     std::unique_ptr<WorkerPool> _workers;
+    std::optional<ConnectionEnvironment> _environment;  // once the workers exist
     std::thread _ioThread;
     bool _started = false;
     bool _stopped = false;

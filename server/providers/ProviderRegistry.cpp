@@ -25,6 +25,7 @@ ProviderRegistry::~ProviderRegistry() {
     _default.reset();
     _associationProviders.clear();
     _defaultAssociation.reset();
+    _methodProviders.clear();
     for (void* handle : _modules) {
         ::dlclose(handle);
     }
@@ -93,6 +94,39 @@ IAssociationProvider* ProviderRegistry::findAssociationProvider(const VELString&
         }
     }
     return _defaultAssociation.get();
+}
+
+void ProviderRegistry::registerMethodProvider(const VELString& nameSpace,
+                                              const VELString& className,
+                                              std::shared_ptr<IMethodProvider> provider) {
+    if (!provider) {
+        throw VelaBaseException("InvalidData", WHO, "registerMethodProvider",
+                                "no method provider given for " + nameSpace + ":" + className,
+                                CIM_ERR_INVALID_PARAMETER);
+    }
+    if (!_methodProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
+        throw VelaBaseException(
+            "InvalidData", WHO, "registerMethodProvider",
+            "a method provider is already registered for " + nameSpace + ":" + className,
+            CIM_ERR_ALREADY_EXISTS);
+    }
+    AdapterUtils::log(WHO, "Method provider registered for " + nameSpace + ":" + className, 3);
+}
+
+IMethodProvider* ProviderRegistry::findMethodProvider(const VELString& nameSpace,
+                                                      const IVelaClass& cls) const {
+    if (_methodProviders.empty()) {
+        return nullptr;
+    }
+    VELSmrPtr<IVelaClass> held;
+    for (const IVelaClass* c = &cls; c != nullptr; c = held.get()) {
+        auto it = _methodProviders.find(key(nameSpace, c->getName()));
+        if (it != _methodProviders.end()) {
+            return it->second.get();
+        }
+        held = c->getSuperClass();
+    }
+    return nullptr;
 }
 
 void ProviderRegistry::loadConfiguredModules() {

@@ -35,6 +35,12 @@ class ProviderRegistry : public IProviderRegistrar {
     IAssociationProvider* findAssociationProvider(const VELString& nameSpace,
                                                   const VELString& className) const;
 
+    void registerMethodProvider(const VELString& nameSpace, const VELString& className,
+                                std::shared_ptr<IMethodProvider> provider) override;
+    // The method provider of the class, else of its nearest ancestor that
+    // has one; null when none has.
+    IMethodProvider* findMethodProvider(const VELString& nameSpace, const IVelaClass& cls) const;
+
     // Loads each shared library named in [Providers] Modules (comma
     // separated) and calls its tarnRegisterProviders. Throws
     // VelaBaseException naming the module when one cannot be loaded.
@@ -48,6 +54,9 @@ class ProviderRegistry : public IProviderRegistrar {
     std::map<VELString, std::shared_ptr<IAssociationProvider>>
         _associationProviders;  // "ns:class", lower case
     std::shared_ptr<IAssociationProvider> _defaultAssociation;
+
+    std::map<VELString, std::shared_ptr<IMethodProvider>>
+        _methodProviders;  // "ns:class", lower case
     std::vector<void*> _modules;
 };
 

@@ -110,6 +110,72 @@ TEST_F(HttpServerTest, KeepAliveServesManyRequestsIncludingPipelinedOnes) {
     EXPECT_TRUE(s.waitClosed(in(5s)));
 }
 
+TEST_F(HttpServerTest, ChunkedBodyWithTrailerIsFollowedByTheNextRequest) {
+    startTarnd();
+    struct Case {
+        const char* name;
+        std::string op;
+        std::string expected;
+        bool bytewise;  // each byte sent on its own
+    };
+    const Case cases[] = {
+        {"adapter reads the chunks", "echo", "abcde", false},
+        {"server skips the chunks", "ping", "pong", false},
+        {"sent byte by byte", "echo", "abcde", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Socket s = Socket::connect(httpPort);
+        std::string raw =
+            request(c.op, "Transfer-Encoding: chunked\r\n",
+                    "3\r\nabc\r\n2\r\nde\r\n0\r\nX-Checksum: 12\r\nX-More: a\r\n\r\n") +
+            request("info");
+        if (c.bytewise) {
+            for (char b : raw) {
+                s.send(std::string_view(&b, 1));
+            }
+        } else {
+            s.send(raw);
+        }
+        ResponseReader reader(s);
+        EXPECT_EQ(reader.read(in(10s)).body, c.expected);
+        Response next = reader.read(in(10s));
+        EXPECT_EQ(next.status, 200) << next.body;
+        EXPECT_NE(next.body.find("persist=1\n"), std::string::npos) << next.body;
+    }
+}
+
+TEST_F(HttpServerTest, BadHeadOrFramingGetsOneAnswerAndTheConnectionCloses) {
+    startTarnd();
+    struct Case {
+        const char* name;
+        std::string bad;
+        int status;
+    };
+    const Case cases[] = {
+        {"bad head", "POST /test HTTP/1.1\r\nContent-Length: x\r\n\r\n", 400},
+        // "0x3" is no chunk size: the body ends there, and so does the
+        // connection after the answer.
+        {"bad chunk size",
+         request("echo", "Transfer-Encoding: chunked\r\n", "0x3\r\nabc\r\n0\r\n\r\n"), 200},
+        // Without chunked last, the body's length is unknown.
+        {"transfer coding not chunked",
+         request("echo", "Transfer-Encoding: gzip\r\n", "3\r\nabc\r\n0\r\n\r\n"), 200},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Socket s = Socket::connect(httpPort);
+        s.send(c.bad + request("ping"));
+        ResponseReader reader(s);
+        EXPECT_EQ(reader.read(in(10s)).status, c.status);
+        std::string rest = reader.leftover();
+        for (std::string more; !(more = s.readSome(in(10s))).empty();) {
+            rest += more;
+        }
+        EXPECT_EQ(rest, "");
+    }
+}
+
 TEST_F(HttpServerTest, ExtensionHeaderGroupsOfMPostAreFoundByPlainName) {
     startTarnd();
     std::string r = "M-POST /cimom HTTP/1.1\r\nHost: localhost\r\nAuthorization: " + auth() +

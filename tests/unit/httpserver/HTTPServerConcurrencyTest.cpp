@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <future>
+#include <sstream>
 #include <thread>
 
 #include "HttpTestSupport.h"
@@ -54,6 +55,21 @@ class HTTPServerConcurrencyTest : public ::testing::Test {
                "\r\nAuthorization: " + basicAuth("admin", "secret") + "\r\n" + extra +
                "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
     }
+    // The same with the body in two chunks and a trailer field.
+    static std::string chunkedRequest(const std::string& op, const std::string& extra,
+                                      const std::string& body) {
+        std::size_t half = body.size() / 2;
+        auto chunk = [](std::string_view data) {
+            std::ostringstream size;
+            size << std::hex << data.size();
+            return data.empty() ? std::string() : size.str() + "\r\n" + std::string(data) + "\r\n";
+        };
+        return "POST /t HTTP/1.1\r\nHost: x\r\nTestOp: " + op +
+               "\r\nAuthorization: " + basicAuth("admin", "secret") + "\r\n" + extra +
+               "Transfer-Encoding: chunked\r\n\r\n" +
+               chunk(std::string_view(body).substr(0, half)) +
+               chunk(std::string_view(body).substr(half)) + "0\r\nX-Sum: 1\r\n\r\n";
+    }
 
     // Waits, within a bound, until the server has begun to stop.
     void awaitStopping() {
@@ -92,7 +108,8 @@ TEST_F(HTTPServerConcurrencyTest, ManyKeepAliveClientsShareFewWorkers) {
                 std::string body(static_cast<std::size_t>((c * 131 + i * 977) % 5000),
                                  char('a' + c));
                 const char* framing = i % 3 == 0 ? "Full" : i % 3 == 1 ? "Chunked" : "Full";
-                s.send(request("echo", std::string("X-Framing: ") + framing + "\r\n", body));
+                std::string extra = std::string("X-Framing: ") + framing + "\r\n";
+                s.send(i % 2 ? chunkedRequest("echo", extra, body) : request("echo", extra, body));
                 Response r = reader.read(in(30s));
                 if (r.status == 200 && r.body == body) {
                     ++good;

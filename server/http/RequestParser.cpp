@@ -1,0 +1,111 @@
+#include "http/RequestParser.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/beast/http/error.hpp>
+#include <limits>
+
+namespace http = boost::beast::http;
+
+namespace tarn {
+
+RequestParser::RequestParser(std::uint32_t headLimit) {
+    header_limit(headLimit);
+    // Bodies are limited by the connection, not here. (Not boost::none:
+    // Beast 1.74 compares the length with the optional limit and then always
+    // refuses.)
+    body_limit(std::numeric_limits<std::uint64_t>::max());
+    _fields.reserve(16);
+}
+
+HeadStep RequestParser::parseHead(std::string_view input, std::size_t& used) {
+    used = 0;
+    if (!got_some()) {
+        // Line ends between requests are ignored.
+        while (used < input.size() && (input[used] == '\r' || input[used] == '\n')) {
+            ++used;
+        }
+        input.remove_prefix(used);
+    }
+    if (input.empty()) {
+        return HeadStep::NeedMore;
+    }
+    boost::system::error_code ec;
+    used += put(boost::asio::const_buffer(input.data(), input.size()), ec);
+    if (ec == http::error::need_more) {
+        return HeadStep::NeedMore;
+    }
+    if (ec) {
+        _error = ec;
+        if (ec == http::error::bad_version) {
+            return HeadStep::BadVersion;
+        }
+        return ec == http::error::header_limit ? HeadStep::TooLarge : HeadStep::BadRequest;
+    }
+    return is_header_done() ? HeadStep::Complete : HeadStep::NeedMore;
+}
+
+std::size_t RequestParser::parseBody(std::string_view input) {
+    eager(true);
+    std::size_t used = 0;
+    while (used < input.size() && !is_done() && !_error) {
+        boost::system::error_code ec;
+        std::size_t n =
+            put(boost::asio::const_buffer(input.data() + used, input.size() - used), ec);
+        used += n;
+        if (ec == http::error::need_more || (!ec && n == 0)) {
+            break;
+        }
+        if (ec) {
+            _error = ec;
+        }
+    }
+    return used;
+}
+
+std::uint64_t RequestParser::dataAhead() const {
+    if (!is_header_done() || is_done() || _error) {
+        return 0;
+    }
+    if (chunked()) {
+        return _chunkLeft;
+    }
+    auto left = content_length_remaining();
+    return left ? *left : 0;
+}
+
+void RequestParser::failTooLarge() {
+    _error = http::error::header_limit;
+}
+
+void RequestParser::on_header_impl(boost::system::error_code&) {
+    // A transfer coding that does not end in chunked leaves the body's
+    // length unknown: the head is served, but its body cannot be delimited.
+    if (_transferCoded && !chunked()) {
+        _error = http::error::bad_transfer_encoding;
+    }
+}
+
+VELHTTPRequest RequestParser::takeRequest() {
+    return VELHTTPRequest(std::move(_method), std::move(_target),
+                          _version == 10 ? VELHTTPOperation::HTTP_1_0 : VELHTTPOperation::HTTP_1_1,
+                          _fields);
+}
+
+void RequestParser::on_request_impl(http::verb, string_view method, string_view target, int version,
+                                    boost::system::error_code&) {
+    _method = VELString(std::string_view(method.data(), method.size()));
+    _target = VELString(std::string_view(target.data(), target.size()));
+    _version = version;
+}
+
+void RequestParser::on_field_impl(http::field field, string_view name, string_view value,
+                                  boost::system::error_code&) {
+    if (is_header_done()) {
+        return;  // a trailer field: the adapter does not see those
+    }
+    _transferCoded = _transferCoded || field == http::field::transfer_encoding;
+    _fields.emplace_back(VELString(std::string_view(name.data(), name.size())),
+                         VELString(std::string_view(value.data(), value.size())));
+}
+
+}  // namespace tarn

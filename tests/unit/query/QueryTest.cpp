@@ -1,0 +1,205 @@
+// The query engine outside tarnd: what the end-to-end tests through pywbem
+// cannot reach easily. Indication filters test instances whose embedded
+// object's class is known only at run time; conditions are three-valued;
+// numbers compare exactly across types; datetimes compare as instants; CQL
+// patterns; hostile text; one compiled query shared by several threads.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "mof/MofClassSetSink.h"
+#include "mof/MofCompiler.h"
+#include "query/CompiledQuery.h"
+#include "tarn/CIMStatus.h"
+#include "vela/CVelaObject.h"
+#include "vela/CVelaType.h"
+#include "vela/CVelaValue.h"
+#include "vela/VelaBaseException.h"
+
+namespace {
+
+using tarn::query::CompiledQuery;
+using tarn::query::Truth;
+
+const char* const kNs = "root/test";
+
+const char* const kSchema = R"(
+#pragma namespace ("root/test")
+Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+Qualifier Indication : boolean = false, Scope(class, indication), Flavor(DisableOverride);
+Qualifier EmbeddedObject : boolean = false, Scope(property, method, parameter);
+class TEST_Service { [Key] string Name; uint16 Priority; };
+class TEST_Special : TEST_Service { };
+[Indication] class TEST_InstCreation {
+    [EmbeddedObject] string SourceInstance;
+    datetime IndicationTime;
+    uint64 Big;
+    sint64 Small;
+    real64 Real;
+};
+)";
+
+std::shared_ptr<tarn::CClassSet> schema() {
+    static std::shared_ptr<tarn::CClassSet> set = [] {
+        tarn::MofClassSetSink sink;
+        tarn::MofCompiler compiler;
+        EXPECT_TRUE(compiler.compileText(kSchema, "query.mof"));
+        EXPECT_TRUE(compiler.commit(sink));
+        return sink.classSet();
+    }();
+    return set;
+}
+
+VELSmrPtr<IVelaObject> service(const char* cls, const char* name, std::uint16_t priority) {
+    auto s = makeVELSmrPtr<CVelaObject>(cls);
+    s->addProperty("Name", CVelaValue::makeString(name));
+    s->addProperty("Priority", CVelaValue::makeUnsigned(CIMTypeId::UInt16, priority));
+    return s;
+}
+
+// An indication about source (may be null), raised at time.
+VELSmrPtr<IVelaObject> creation(const VELSmrPtr<IVelaObject>& source, const char* time) {
+    auto i = makeVELSmrPtr<CVelaObject>("TEST_InstCreation");
+    i->addProperty("SourceInstance", source.isNull() ? CVelaValue::makeNull(CVelaType::object)
+                                                     : CVelaValue::makeObject(source));
+    i->addProperty("IndicationTime", CVelaValue::makeDateTime(time));
+    i->addProperty("Big", CVelaValue::makeUint64(18446744073709551615ULL));
+    i->addProperty("Small", CVelaValue::makeSint64(-9223372036854775807LL - 1));
+    i->addProperty("Real", CVelaValue::makeReal64(9007199254740992.0));
+    return i;
+}
+
+Truth run(const char* language, const std::string& query, const IVelaObject& instance) {
+    return CompiledQuery::compile(language, query, *schema(), kNs)->evaluate(instance);
+}
+
+TEST(QueryTest, ConditionsOnIndicationsAndTheirEmbeddedObjects) {
+    const auto sshd = creation(service("TEST_Special", "sshd", 3), "20240101120000.000000+000");
+    const auto plain = creation(service("TEST_Service", "cron", 9), "20240101133000.000000+090");
+    const auto none = creation(nullptr, "20240101120000.000000-030");
+    const std::string from = "SELECT * FROM TEST_InstCreation WHERE ";
+    struct Case {
+        const char* language;
+        std::string where;
+        Truth sshd, plain, none;
+    };
+    const Truth T = Truth::True, F = Truth::False, U = Truth::Unknown;
+    const Case cases[] = {
+        // The embedded object's class and properties are found at run time.
+        {"WQL", "SourceInstance ISA TEST_Service", T, T, U},
+        {"WQL", "SourceInstance ISA TEST_Special", T, F, U},
+        {"WQL", "SourceInstance.Name = 'sshd'", T, F, U},
+        {"WQL", "SourceInstance.Priority < 5", T, F, U},
+        {"WQL", "SourceInstance.Nothing IS NULL", T, T, T},
+        {"WQL", "SourceInstance ISA TEST_Service AND SourceInstance.Name LIKE 'c%'", F, T, U},
+        // Three values: NOT of unknown is unknown; OR with true is true.
+        {"WQL", "NOT (SourceInstance.Name = 'sshd')", F, T, U},
+        {"WQL", "SourceInstance.Name = 'sshd' OR SourceInstance IS NULL", T, F, T},
+        {"WQL", "SourceInstance.Name = 'x' AND SourceInstance IS NULL", F, F, U},
+        // Instants: 13:30+090 is 12:00 UTC, 12:00-030 is 12:30 UTC.
+        {"WQL", "IndicationTime = '20240101120000.000000+000'", T, T, F},
+        {"WQL", "IndicationTime > '20240101121500.000000+000'", F, F, T},
+        {"WQL", "IndicationTime = '00000000000000.000000:000'", U, U, U},
+        // Integers and reals by value, whatever their types.
+        {"WQL", "Big > Small", T, T, T},
+        {"WQL", "Big = 18446744073709551615 AND Small = -9223372036854775808", T, T, T},
+        {"WQL", "Big > 1.8e19 AND Big < 1.9e19", T, T, T},
+        {"WQL", "Real < 9007199254740993", T, T, T},
+        {"WQL", "Real = 9007199254740992", T, T, T},
+        // CQL patterns: sets, ranges, repeats of any item.
+        {"DMTF:CQL", "SourceInstance.Name LIKE '[a-s]s*h*d'", T, F, U},
+        {"DMTF:CQL", "SourceInstance.Name LIKE '[^s].*'", F, T, U},
+        {"DMTF:CQL", "SourceInstance.Name LIKE 'c[a-z]*n'", F, T, U},
+        {"DMTF:CQL", "SourceInstance.Name LIKE '.*\\.*'", T, T, U},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.where);
+        EXPECT_EQ(run(c.language, from + c.where, *sshd), c.sshd);
+        EXPECT_EQ(run(c.language, from + c.where, *plain), c.plain);
+        EXPECT_EQ(run(c.language, from + c.where, *none), c.none);
+    }
+}
+
+TEST(QueryTest, HostileTextIsAnInvalidQueryNotACrash) {
+    std::string nots;
+    for (int i = 0; i < 100000; ++i) {
+        nots += "NOT ";
+    }
+    const std::string where = "SELECT * FROM TEST_Service WHERE ";
+    struct Case {
+        const char* language;
+        std::string text;
+    };
+    const Case cases[] = {
+        {"WQL", where + std::string(100000, '(') + "Name = 'a'"},
+        {"WQL", where + nots + "Name = 'a'"},
+        {"WQL", where + "Priority = 99999999999999999999999"},
+        {"WQL", where + "Priority = 1e999"},
+        {"WQL", where + "Name = 'a' AND"},
+        {"WQL", where + "Name LIKE 'a\\'"},
+        {"DMTF:CQL", where + "Name LIKE '[z-a]'"},
+        {"DMTF:CQL", where + "Name LIKE '*'"},
+        {"WQL", where + "Name = 'a' \x01"},
+    };
+    for (const Case& c : cases) {
+        try {
+            CompiledQuery::compile(c.language, c.text, *schema(), kNs);
+            ADD_FAILURE() << "accepted: " << c.text.substr(0, 80);
+        } catch (const VelaBaseException& e) {
+            EXPECT_EQ(e.getCode(), tarn::CIM_ERR_INVALID_QUERY) << e.getMessage();
+            EXPECT_NE(e.getMessage().find("at position "), VELString::npos) << e.getMessage();
+        }
+    }
+    // A pattern that backtracking would take forever on matches in linear time.
+    auto q = CompiledQuery::compile("DMTF:CQL",
+                                    "SELECT * FROM TEST_Service WHERE Name LIKE '" +
+                                        std::string(30, '.') + "*" + std::string(30, 'a') + "*b'",
+                                    *schema(), kNs);
+    EXPECT_EQ(q->evaluate(*service("TEST_Service", std::string(20000, 'a').c_str(), 1)),
+              Truth::False);
+}
+
+TEST(QueryTest, OneCompiledQueryServesManyThreads) {
+    auto q = CompiledQuery::compile(
+        "WQL", "SELECT Name FROM TEST_Service WHERE Priority > 10 AND Name LIKE 's%'", *schema(),
+        kNs);
+    std::vector<VELSmrPtr<IVelaObject>> services;
+    for (int i = 0; i < 400; ++i) {
+        // Two classes whose instances hold their properties in different orders.
+        auto s = makeVELSmrPtr<CVelaObject>(i % 2 ? "TEST_Service" : "TEST_Special");
+        if (i % 2) {
+            s->addProperty("Priority", CVelaValue::makeUnsigned(CIMTypeId::UInt16, i % 20));
+        }
+        s->addProperty("Name", CVelaValue::makeString(i % 3 ? "svc" : "other"));
+        if (!(i % 2)) {
+            s->addProperty("Priority", CVelaValue::makeUnsigned(CIMTypeId::UInt16, i % 20));
+        }
+        services.push_back(s);
+    }
+    std::size_t expected = 0;
+    for (int i = 0; i < 400; ++i) {
+        expected += (i % 20 > 10 && i % 3 != 0) ? 1 : 0;
+    }
+    std::vector<std::size_t> found(4);
+    std::vector<std::thread> threads;
+    for (std::size_t t = 0; t < found.size(); ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 50; ++round) {
+                for (const auto& s : services) {
+                    if (q->matches(*s)) {
+                        found[t] += round == 0 ? 1 : 0;
+                        EXPECT_EQ(q->project(s)->getPropertyCount(), 1u);
+                    }
+                }
+            }
+        });
+    }
+    for (auto& t : threads) {
+        t.join();
+    }
+    for (std::size_t n : found) {
+        EXPECT_EQ(n, expected);
+    }
+}
+
+}  // namespace
