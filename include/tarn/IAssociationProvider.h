@@ -1,9 +1,9 @@
 // tarn::IAssociationProvider: follows the instances of the association
-// classes it is registered for. The object manager calls it once for each
-// association class (exactly that class, not its subclasses) that can link
-// the source object and that the request's AssocClass admits, so a provider
-// need not look at subclasses or at AssocClass; it applies the other
-// filters:
+// classes it is registered for. The object manager calls it once per request
+// with those of its classes (each exactly that class, not its subclasses)
+// that can link the source object and that the request's AssocClass (for
+// References, ResultClass) admits, so a provider need not look at subclasses
+// or at AssocClass; it applies the other filters:
 //
 //   role         the reference property through which an association
 //                instance refers to the source object (empty: any);
@@ -23,6 +23,8 @@
 // instances, is asked.
 #pragma once
 
+#include <vector>
+
 #include "tarn/IMultiResponse.h"
 #include "tarn/ProviderContext.h"
 #include "vela/IVelaClass.h"
@@ -33,28 +35,27 @@ namespace tarn {
 
 class IAssociationProvider {
   public:
+    using Classes = std::vector<VELSmrPtr<IVelaClass>>;
+
     virtual ~IAssociationProvider() = default;
 
     // The objects at the other ends of the association instances, each with
     // its path.
-    virtual void associators(const ProviderContext& context,
-                             const VELSmrPtr<IVelaClass>& assocClass,
+    virtual void associators(const ProviderContext& context, const Classes& assocClasses,
                              const VELSmrPtr<IVelaInstanceName>& objectName,
                              const VELString& resultClass, const VELString& role,
                              const VELString& resultRole,
                              IMultiResponse<VELSmrPtr<IVelaObject>>& out) = 0;
-    virtual void associatorNames(const ProviderContext& context,
-                                 const VELSmrPtr<IVelaClass>& assocClass,
+    virtual void associatorNames(const ProviderContext& context, const Classes& assocClasses,
                                  const VELSmrPtr<IVelaInstanceName>& objectName,
                                  const VELString& resultClass, const VELString& role,
                                  const VELString& resultRole,
                                  IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) = 0;
     // The association instances themselves, each with its path.
-    virtual void references(const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    virtual void references(const ProviderContext& context, const Classes& assocClasses,
                             const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& role,
                             IMultiResponse<VELSmrPtr<IVelaObject>>& out) = 0;
-    virtual void referenceNames(const ProviderContext& context,
-                                const VELSmrPtr<IVelaClass>& assocClass,
+    virtual void referenceNames(const ProviderContext& context, const Classes& assocClasses,
                                 const VELSmrPtr<IVelaInstanceName>& objectName,
                                 const VELString& role,
                                 IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) = 0;

@@ -1,14 +1,15 @@
 // The association operations: Associators, AssociatorNames, References and
 // ReferenceNames.
 //
-// The source object is an instance: each association class that can link it
+// The source object is an instance: the association classes that can link it
 // (the request's AssocClass and its subclasses, else every association class
 // of the namespace, less those whose references cannot name the source
-// object through Role) is asked through its association provider, the
-// repository's index unless a provider module claims the class; one call per
-// class, results streamed as they are found.
+// object through Role) are asked through their association providers, the
+// repository's index unless a provider module claims a class; one call per
+// provider with all its classes, results streamed as they are found.
 //
-// The source object is a class: the schema is walked. An association class
+// The source object is a class: the schema answers (its association classes
+// and their references, which AssociationSchema keeps per schema generation). An association class
 // takes part when one of its references (Role, if given) refers to the class
 // or to one of its superclasses. References answers those association
 // classes, Associators the classes their other references refer to (each
@@ -33,23 +34,8 @@ namespace {
 using Names = VELSmrPtr<IVelaInstanceName>;
 using Values = VELSmrPtr<IVelaValue>;
 
-// A scalar reference property of an association class.
-struct Role {
-    VELString name;
-    VELString refClass;
-};
-
-std::vector<Role> rolesOf(const IVelaClass& cls) {
-    std::vector<Role> roles;
-    for (auto it = cls.getPropertyDefs(true); it->hasNext();) {
-        VELSmrPtr<IPropertyDef> def = it->next();
-        const IVelaType& type = *def->getType();
-        if (type.isReference() && !type.isArray()) {
-            roles.push_back({def->getName(), type.getReferenceClassName()});
-        }
-    }
-    return roles;
-}
+using Role = AssociationSchema::Role;
+using Association = AssociationSchema::Association;
 
 bool matches(const VELString& filter, const VELString& name) {
     return filter.isNull() || name.equalsIgnoreCase(filter);
@@ -73,6 +59,8 @@ class ObjectsAsValues : public IMultiResponse<VELSmrPtr<IVelaObject>> {
 // producers, which outlive the handler's call.
 struct Traversal {
     const ISchemaCatalog* schema;
+    // The namespace's association classes.
+    std::shared_ptr<const AssociationSchema::Table> table;
     VELString nameSpace;
     Names object;
     VELSmrPtr<IVelaClass> objectClass;
@@ -86,6 +74,7 @@ struct Traversal {
     Traversal(const OperationCall& call, const Names& objectName, VELString assoc, VELString result,
               VELString role_, VELString resultRole_)
         : schema(&call.services.schema),
+          table(call.services.associations.of(call.nameSpace())),
           nameSpace(call.nameSpace()),
           object(objectName),
           assocClass(std::move(assoc)),
@@ -117,20 +106,19 @@ struct Traversal {
     // The association classes of the namespace that can refer to the source
     // object, superclasses first: of AssocClass when it is given, and of
     // ResultClass for References (whose results are the associations).
-    std::vector<VELSmrPtr<IVelaClass>> associations(bool resultIsAssociation) const {
-        std::vector<VELSmrPtr<IVelaClass>> found;
+    std::vector<const Association*> associations(bool resultIsAssociation) const {
+        std::vector<const Association*> found;
         if (matchesNothing) {
             return found;
         }
-        for (const auto& cls : schema->getSubclasses(nameSpace, VELString(), true)) {
-            if (!cls->isAssociation() || (!assocClass.isNull() && !cls->isA(assocClass)) ||
-                (resultIsAssociation && !resultClass.isNull() && !cls->isA(resultClass))) {
+        for (const Association& a : *table) {
+            if ((!assocClass.isNull() && !a.cls->isA(assocClass)) ||
+                (resultIsAssociation && !resultClass.isNull() && !a.cls->isA(resultClass))) {
                 continue;
             }
-            auto roles = rolesOf(*cls);
-            if (std::any_of(roles.begin(), roles.end(),
+            if (std::any_of(a.roles.begin(), a.roles.end(),
                             [&](const Role& r) { return refersToObject(r); })) {
-                found.push_back(cls);
+                found.push_back(&a);
             }
         }
         return found;
@@ -138,12 +126,12 @@ struct Traversal {
 
     // Whether an association class has another end that the result filters
     // can admit; a class without one need not be asked.
-    bool mayHaveOtherEnd(const IVelaClass& cls) const {
+    bool mayHaveOtherEnd(const Association& a) const {
         VELSmrPtr<IVelaClass> wanted;
         if (!resultClass.isNull()) {
             wanted = schema->getClass(nameSpace, resultClass);
         }
-        auto roles = rolesOf(cls);
+        const auto& roles = a.roles;
         for (const Role& from : roles) {
             if (!refersToObject(from)) {
                 continue;
@@ -169,8 +157,8 @@ struct Traversal {
     // Class targets: the classes at the other ends, each once.
     std::vector<VELSmrPtr<IVelaClass>> associatedClasses() const {
         std::vector<VELSmrPtr<IVelaClass>> found;
-        for (const auto& cls : associations(false)) {
-            auto roles = rolesOf(*cls);
+        for (const Association* a : associations(false)) {
+            const auto& roles = a->roles;
             for (const Role& from : roles) {
                 if (!refersToObject(from)) {
                     continue;
@@ -200,24 +188,35 @@ struct Traversal {
     }
 };
 
-// One producer per association class, each asking the class's provider.
+// One producer per association provider, each asking it about the classes
+// it serves, superclasses first.
 template <class T, class Ask>
-std::vector<OperationCall::Producer<T>> perAssociation(const OperationCall& call,
-                                                       const Traversal& t, bool resultIsAssociation,
-                                                       Ask ask) {
-    std::vector<OperationCall::Producer<T>> producers;
-    for (const auto& cls : t.associations(resultIsAssociation)) {
-        if (!resultIsAssociation && !t.mayHaveOtherEnd(*cls)) {
+std::vector<OperationCall::Producer<T>> perProvider(const OperationCall& call, const Traversal& t,
+                                                    bool resultIsAssociation, Ask ask) {
+    std::vector<std::pair<IAssociationProvider*, IAssociationProvider::Classes>> groups;
+    for (const Association* a : t.associations(resultIsAssociation)) {
+        if (!resultIsAssociation && !t.mayHaveOtherEnd(*a)) {
             continue;
         }
+        const VELSmrPtr<IVelaClass>& cls = a->cls;
         IAssociationProvider* provider =
             call.services.providers.findAssociationProvider(t.nameSpace, cls->getName());
         if (!provider) {
             call.fail(CIM_ERR_NOT_SUPPORTED,
                       "No provider follows the associations of class '" + cls->getName() + "'");
         }
-        producers.push_back([provider, cls, t, context = call.context, ask](
-                                IMultiResponse<T>& out) { ask(*provider, context, cls, t, out); });
+        auto group = std::find_if(groups.begin(), groups.end(),
+                                  [&](const auto& g) { return g.first == provider; });
+        if (group == groups.end()) {
+            group = groups.insert(groups.end(), {provider, {}});
+        }
+        group->second.push_back(cls);
+    }
+    std::vector<OperationCall::Producer<T>> producers;
+    for (auto& [provider, classes] : groups) {
+        producers.push_back(
+            [provider = provider, classes = std::move(classes), t, context = call.context,
+             ask](IMultiResponse<T>& out) { ask(*provider, context, classes, t, out); });
     }
     return producers;
 }
@@ -241,15 +240,15 @@ void associators(OperationCall& call, IVelaAssociatorsOperation& op) {
                     }));
         return;
     }
-    call.stream(op, perAssociation<Values>(
-                        call, t, false,
-                        [](IAssociationProvider& provider, const ProviderContext& context,
-                           const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
-                           IMultiResponse<Values>& out) {
-                            ObjectsAsValues objects(out);
-                            provider.associators(context, cls, t.object, t.resultClass, t.role,
-                                                 t.resultRole, objects);
-                        }));
+    call.stream(
+        op, perProvider<Values>(call, t, false,
+                                [](IAssociationProvider& provider, const ProviderContext& context,
+                                   const IAssociationProvider::Classes& classes, const Traversal& t,
+                                   IMultiResponse<Values>& out) {
+                                    ObjectsAsValues objects(out);
+                                    provider.associators(context, classes, t.object, t.resultClass,
+                                                         t.role, t.resultRole, objects);
+                                }));
 }
 
 void associatorNames(OperationCall& call, IVelaAssociatorNamesOperation& op) {
@@ -265,13 +264,13 @@ void associatorNames(OperationCall& call, IVelaAssociatorNamesOperation& op) {
                     }));
         return;
     }
-    call.stream(op, perAssociation<Names>(
+    call.stream(op, perProvider<Names>(
                         call, t, false,
                         [](IAssociationProvider& provider, const ProviderContext& context,
-                           const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
+                           const IAssociationProvider::Classes& classes, const Traversal& t,
                            IMultiResponse<Names>& out) {
-                            provider.associatorNames(context, cls, t.object, t.resultClass, t.role,
-                                                     t.resultRole, out);
+                            provider.associatorNames(context, classes, t.object, t.resultClass,
+                                                     t.role, t.resultRole, out);
                         }));
 }
 
@@ -280,21 +279,21 @@ void references(OperationCall& call, IVelaReferencesOperation& op) {
                 VELString());
     if (t.isClass()) {
         call.stream(op, fromSchema<Values>(t, [](const Traversal& t, IMultiResponse<Values>& out) {
-                        for (const auto& cls : t.associations(true)) {
-                            if (!out.add(CVelaValue::makeClass(cls), true)) {
+                        for (const Association* a : t.associations(true)) {
+                            if (!out.add(CVelaValue::makeClass(a->cls), true)) {
                                 return;
                             }
                         }
                     }));
         return;
     }
-    call.stream(op, perAssociation<Values>(
+    call.stream(op, perProvider<Values>(
                         call, t, true,
                         [](IAssociationProvider& provider, const ProviderContext& context,
-                           const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
+                           const IAssociationProvider::Classes& classes, const Traversal& t,
                            IMultiResponse<Values>& out) {
                             ObjectsAsValues objects(out);
-                            provider.references(context, cls, t.object, t.role, objects);
+                            provider.references(context, classes, t.object, t.role, objects);
                         }));
 }
 
@@ -303,8 +302,8 @@ void referenceNames(OperationCall& call, IVelaReferenceNamesOperation& op) {
                 VELString());
     if (t.isClass()) {
         call.stream(op, fromSchema<Names>(t, [](const Traversal& t, IMultiResponse<Names>& out) {
-                        for (const auto& cls : t.associations(true)) {
-                            if (!out.add(t.classPath(*cls), true)) {
+                        for (const Association* a : t.associations(true)) {
+                            if (!out.add(t.classPath(*a->cls), true)) {
                                 return;
                             }
                         }
@@ -312,12 +311,12 @@ void referenceNames(OperationCall& call, IVelaReferenceNamesOperation& op) {
         return;
     }
     call.stream(
-        op, perAssociation<Names>(call, t, true,
-                                  [](IAssociationProvider& provider, const ProviderContext& context,
-                                     const VELSmrPtr<IVelaClass>& cls, const Traversal& t,
-                                     IMultiResponse<Names>& out) {
-                                      provider.referenceNames(context, cls, t.object, t.role, out);
-                                  }));
+        op, perProvider<Names>(call, t, true,
+                               [](IAssociationProvider& provider, const ProviderContext& context,
+                                  const IAssociationProvider::Classes& classes, const Traversal& t,
+                                  IMultiResponse<Names>& out) {
+                                   provider.referenceNames(context, classes, t.object, t.role, out);
+                               }));
 }
 
 const Route kRoutes[] = {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/WorkerPool.h"
+#include "handler/AssociationSchema.h"
 #include "providers/ProviderRegistry.h"
 #include "tarn/CIMStatus.h"
 #include "tarn/ISchemaCatalog.h"
@@ -21,6 +22,7 @@ struct HandlerServices {
     const ISchemaCatalog& schema;
     const ProviderRegistry& providers;
     WorkerPool& pool;
+    const AssociationSchema& associations;
 };
 
 class OperationCall {

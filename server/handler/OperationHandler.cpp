@@ -22,7 +22,7 @@ const char* accessName(Access a) {
 
 OperationHandler::OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
                                    WorkerPool& providerPool)
-    : _services{schema, providers, providerPool} {
+    : _associations(schema), _services{schema, providers, providerPool, _associations} {
     for (std::span<const Route> family : {instanceRoutes(), classRoutes(), propertyRoutes(),
                                           queryRoutes(), methodRoutes(), associationRoutes()}) {
         for (const Route& r : family) {

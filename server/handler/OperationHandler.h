@@ -30,6 +30,7 @@ class OperationHandler : public IOperationHandler {
   private:
     void _process(OperationCall& call);
 
+    AssociationSchema _associations;
     HandlerServices _services;
     std::unordered_map<std::string_view, const Route*> _routes;
 };

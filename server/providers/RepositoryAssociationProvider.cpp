@@ -16,6 +16,15 @@ bool contains(const std::vector<VELString>& names, const VELString& name) {
     return false;
 }
 
+std::vector<VELString> namesOf(const IAssociationProvider::Classes& classes) {
+    std::vector<VELString> names;
+    names.reserve(classes.size());
+    for (const auto& c : classes) {
+        names.push_back(c->getName());
+    }
+    return names;
+}
+
 const VELString& nameSpaceOf(const IVelaInstanceName& name, const VELString& otherwise) {
     const auto& path = name.getNameSpacePath();
     return path.isNull() || path->getNameSpace().isNull() ? otherwise : path->getNameSpace();
@@ -51,14 +60,14 @@ VELSmrPtr<IVelaObject> fetch(const ProviderRegistry& providers, const ProviderCo
 }  // namespace
 
 void RepositoryAssociationProvider::otherEnds(const ProviderContext& context,
-                                              const VELSmrPtr<IVelaClass>& assocClass,
+                                              const Classes& assocClasses,
                                               const VELSmrPtr<IVelaInstanceName>& objectName,
                                               const VELString& resultClass, const VELString& role,
                                               const VELString& resultRole,
                                               const EndCallback& each) const {
     const ISchemaCatalog& schema = *_repository.catalog();
     _repository.referrers(
-        context.nameSpace, assocClass->getName(), objectName, role,
+        context.nameSpace, namesOf(assocClasses), objectName, role,
         [&](const VELSmrPtr<IVelaObject>& association, const std::vector<VELString>& roles) {
             for (std::size_t i = 0; i < association->getPropertyCount(); ++i) {
                 const auto& p = association->getProperty(i);
@@ -85,12 +94,12 @@ void RepositoryAssociationProvider::otherEnds(const ProviderContext& context,
 }
 
 void RepositoryAssociationProvider::associators(const ProviderContext& context,
-                                                const VELSmrPtr<IVelaClass>& assocClass,
+                                                const Classes& assocClasses,
                                                 const VELSmrPtr<IVelaInstanceName>& objectName,
                                                 const VELString& resultClass, const VELString& role,
                                                 const VELString& resultRole,
                                                 IMultiResponse<VELSmrPtr<IVelaObject>>& out) {
-    otherEnds(context, assocClass, objectName, resultClass, role, resultRole,
+    otherEnds(context, assocClasses, objectName, resultClass, role, resultRole,
               [&](const VELSmrPtr<IVelaInstanceName>& name) {
                   VELSmrPtr<IVelaObject> object = fetch(_providers, context, name);
                   return object.isNull() || out.add(std::move(object), true);
@@ -98,32 +107,32 @@ void RepositoryAssociationProvider::associators(const ProviderContext& context,
 }
 
 void RepositoryAssociationProvider::associatorNames(
-    const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    const ProviderContext& context, const Classes& assocClasses,
     const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& resultClass,
     const VELString& role, const VELString& resultRole,
     IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) {
-    otherEnds(context, assocClass, objectName, resultClass, role, resultRole,
+    otherEnds(context, assocClasses, objectName, resultClass, role, resultRole,
               [&](const VELSmrPtr<IVelaInstanceName>& name) { return out.add(name, true); });
 }
 
 void RepositoryAssociationProvider::references(const ProviderContext& context,
-                                               const VELSmrPtr<IVelaClass>& assocClass,
+                                               const Classes& assocClasses,
                                                const VELSmrPtr<IVelaInstanceName>& objectName,
                                                const VELString& role,
                                                IMultiResponse<VELSmrPtr<IVelaObject>>& out) {
     _repository.referrers(
-        context.nameSpace, assocClass->getName(), objectName, role,
+        context.nameSpace, namesOf(assocClasses), objectName, role,
         [&](const VELSmrPtr<IVelaObject>& association, const std::vector<VELString>&) {
             return out.add(association, true);
         });
 }
 
 void RepositoryAssociationProvider::referenceNames(
-    const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    const ProviderContext& context, const Classes& assocClasses,
     const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& role,
     IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) {
     _repository.referrers(
-        context.nameSpace, assocClass->getName(), objectName, role,
+        context.nameSpace, namesOf(assocClasses), objectName, role,
         [&](const VELSmrPtr<IVelaObject>& association, const std::vector<VELString>&) {
             return out.add(association->getPath(), true);
         });

@@ -16,19 +16,19 @@ class RepositoryAssociationProvider : public IAssociationProvider {
     RepositoryAssociationProvider(const Repository& repository, const ProviderRegistry& providers)
         : _repository(repository), _providers(providers) {}
 
-    void associators(const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    void associators(const ProviderContext& context, const Classes& assocClasses,
                      const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& resultClass,
                      const VELString& role, const VELString& resultRole,
                      IMultiResponse<VELSmrPtr<IVelaObject>>& out) override;
-    void associatorNames(const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    void associatorNames(const ProviderContext& context, const Classes& assocClasses,
                          const VELSmrPtr<IVelaInstanceName>& objectName,
                          const VELString& resultClass, const VELString& role,
                          const VELString& resultRole,
                          IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override;
-    void references(const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    void references(const ProviderContext& context, const Classes& assocClasses,
                     const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& role,
                     IMultiResponse<VELSmrPtr<IVelaObject>>& out) override;
-    void referenceNames(const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    void referenceNames(const ProviderContext& context, const Classes& assocClasses,
                         const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& role,
                         IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override;
 
@@ -36,7 +36,7 @@ class RepositoryAssociationProvider : public IAssociationProvider {
     using EndCallback = std::function<bool(const VELSmrPtr<IVelaInstanceName>&)>;
     // Calls each with the names of the objects at the other ends, as the
     // association instances give them, until it returns false.
-    void otherEnds(const ProviderContext& context, const VELSmrPtr<IVelaClass>& assocClass,
+    void otherEnds(const ProviderContext& context, const Classes& assocClasses,
                    const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& resultClass,
                    const VELString& role, const VELString& resultRole,
                    const EndCallback& each) const;

@@ -1,5 +1,7 @@
 #include "repository/Repository.h"
 
+#include <unordered_map>
+
 #include "repository/InstanceChecker.h"
 #include "repository/InstanceCodec.h"
 #include "repository/RepositoryError.h"
@@ -193,38 +195,48 @@ std::uint64_t Repository::countInstances(const VELString& nameSpace, const VELSt
     return n;
 }
 
-void Repository::referrers(const VELString& nameSpace, const VELString& assocClass,
+void Repository::referrers(const VELString& nameSpace, const std::vector<VELString>& assocClasses,
                            const VELSmrPtr<IVelaInstanceName>& target, const VELString& role,
                            const ReferrerCallback& callback) const {
     auto schema = _catalog->current();
     const auto& ns = nameSpaceOf(*schema, nameSpace);
-    const ClassLayout& assoc = classOf(ns, assocClass);
+    std::unordered_map<std::int64_t, const ClassLayout*> classes;
+    for (const VELString& name : assocClasses) {
+        const ClassLayout& c = classOf(ns, name);
+        classes.emplace(c.id(), &c);
+    }
     classOf(ns, target->getClassName());
     const VELString text = InstanceChecker(*schema, ns).referenceText(target);
+    if (classes.empty()) {
+        return;
+    }
     const VELString wanted = role.toLower();
     auto lease = _pool->acquire();
     ReadTransaction read(*lease);
     auto& rows = lease->statement(Sql::SELECT_REFERRERS);
     SqliteStatement::Scope scope(rows);
-    rows.bindText(1, text.view()).bind(2, assoc.id());
-    // Rows come grouped by the association instance's keys, one per role.
+    rows.bindText(1, text.view());
+    // Rows come grouped by class and association instance, one per role.
     bool more = rows.step();
     while (more) {
-        VELString keys(rows.columnText(0));
+        const std::int64_t id = rows.columnInt(0);
+        VELString keys(rows.columnText(1));
+        auto cls = classes.find(id);
         std::vector<VELString> roles;
-        bool match = wanted.isNull();
-        for (; more && rows.columnText(0) == keys.view(); more = rows.step()) {
-            std::string_view r = rows.columnText(1);
-            if (wanted.isNull() || wanted.view() == r) {
-                match = true;
-                long pos = assoc.indexOf(VELString(r));
-                roles.push_back(pos < 0 ? VELString(r)
-                                        : assoc.property(static_cast<std::size_t>(pos))->getName());
+        for (; more && rows.columnInt(0) == id && rows.columnText(1) == keys.view();
+             more = rows.step()) {
+            std::string_view r = rows.columnText(2);
+            if (cls != classes.end() && (wanted.isNull() || wanted.view() == r)) {
+                long pos = cls->second->indexOf(VELString(r));
+                roles.push_back(
+                    pos < 0 ? VELString(r)
+                            : cls->second->property(static_cast<std::size_t>(pos))->getName());
             }
         }
-        if (!match) {
+        if (roles.empty()) {
             continue;
         }
+        const ClassLayout& assoc = *cls->second;
         VELSmrPtr<CVelaObject> instance;
         {
             auto& get = lease->statement(Sql::SELECT_INSTANCE);

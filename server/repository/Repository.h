@@ -126,13 +126,15 @@ class Repository {
     // 3, 5, 4, 6.
     void deleteInstance(const VELString& nameSpace, const IVelaInstanceName& name);
 
-    // The instances of the association class assocClass (not of its
+    // The instances of the association classes assocClasses (not of their
     // subclasses) that reference target (an instance of the namespace),
     // through the reference property role or, when role is empty, through
-    // any; each once, in the order of their keys. Found through the index of
-    // references: the cost grows with the number found. 3, 5 (either class),
+    // any; each once, class by class in the order of their keys. Found through
+    // the index of references in one range of it: the cost grows with the
+    // number of association instances that reference target, not with the
+    // number of classes or of other association instances. 3, 5 (a class),
     // 4 (target's keys).
-    void referrers(const VELString& nameSpace, const VELString& assocClass,
+    void referrers(const VELString& nameSpace, const std::vector<VELString>& assocClasses,
                    const VELSmrPtr<IVelaInstanceName>& target, const VELString& role,
                    const ReferrerCallback& callback) const;
 

@@ -50,7 +50,7 @@ struct RepositorySql {
     static constexpr const char* DELETE_REFERENCE =
         "DELETE FROM refs WHERE target=?1 AND assoc=?2 AND keys=?3 AND role=?4";
     static constexpr const char* SELECT_REFERRERS =
-        "SELECT keys, role FROM refs WHERE target=?1 AND assoc=?2 ORDER BY keys, role";
+        "SELECT assoc, keys, role FROM refs WHERE target=?1 ORDER BY assoc, keys, role";
 };
 
 }  // namespace tarn

@@ -138,24 +138,26 @@ class FakeProvider : public IInstanceProvider {
 class FakeAssociations : public IAssociationProvider {
   public:
     explicit FakeAssociations(const char* who) : who(who) {}
-    void associators(const ProviderContext&, const VELSmrPtr<IVelaClass>&,
-                     const VELSmrPtr<IVelaInstanceName>&, const VELString&, const VELString&,
-                     const VELString&, IMultiResponse<VELSmrPtr<IVelaObject>>&) override {}
-    void associatorNames(const ProviderContext&, const VELSmrPtr<IVelaClass>& cls,
+    void associators(const ProviderContext&, const Classes&, const VELSmrPtr<IVelaInstanceName>&,
+                     const VELString&, const VELString&, const VELString&,
+                     IMultiResponse<VELSmrPtr<IVelaObject>>&) override {}
+    void associatorNames(const ProviderContext&, const Classes& classes,
                          const VELSmrPtr<IVelaInstanceName>& object, const VELString& resultClass,
                          const VELString& role, const VELString& resultRole,
                          IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override {
         std::lock_guard<std::mutex> lock(m);
-        log.push_back(who + " " + cls->getName().str() + " of " + object->toString().str() + " " +
-                      resultClass.str() + "/" + role.str() + "/" + resultRole.str());
+        std::string line = who;
+        for (const auto& c : classes) {
+            line += " " + c->getName().str();
+        }
+        log.push_back(line + " of " + object->toString().str() + " " + resultClass.str() + "/" +
+                      role.str() + "/" + resultRole.str());
         out.add(nameOf("Test_Other", static_cast<int>(log.size())), true);
     }
-    void references(const ProviderContext&, const VELSmrPtr<IVelaClass>&,
-                    const VELSmrPtr<IVelaInstanceName>&, const VELString&,
-                    IMultiResponse<VELSmrPtr<IVelaObject>>&) override {}
-    void referenceNames(const ProviderContext&, const VELSmrPtr<IVelaClass>&,
-                        const VELSmrPtr<IVelaInstanceName>&, const VELString&,
-                        IMultiResponse<VELSmrPtr<IVelaInstanceName>>&) override {}
+    void references(const ProviderContext&, const Classes&, const VELSmrPtr<IVelaInstanceName>&,
+                    const VELString&, IMultiResponse<VELSmrPtr<IVelaObject>>&) override {}
+    void referenceNames(const ProviderContext&, const Classes&, const VELSmrPtr<IVelaInstanceName>&,
+                        const VELString&, IMultiResponse<VELSmrPtr<IVelaInstanceName>>&) override {}
 
     std::string who;
     std::mutex m;

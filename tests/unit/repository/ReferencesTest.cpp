@@ -32,7 +32,7 @@ class References : public RepositoryTest {
     std::vector<std::string> referrers(const char* assocClass, const char* target,
                                        const char* role = "") {
         std::vector<std::string> out;
-        repo->referrers(kNs, assocClass, CVelaInstanceName::parse(target), role,
+        repo->referrers(kNs, {assocClass}, CVelaInstanceName::parse(target), role,
                         [&](const VELSmrPtr<IVelaObject>& a, const std::vector<VELString>& roles) {
                             std::string s = a->getClassName().str() + ":";
                             auto id = a->getProperty("Id");
