@@ -18,6 +18,7 @@
 #include "handler/OperationHandler.h"
 #include "http/HTTPServer.h"
 #include "providers/ProviderRegistry.h"
+#include "providers/RepositoryAssociationProvider.h"
 #include "providers/RepositoryInstanceProvider.h"
 #include "pull/EnumerationRegistry.h"
 #include "repository/DefaultSchema.h"
@@ -145,6 +146,8 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::ProviderRegistry providers;
     providers.setDefaultInstanceProvider(
         std::make_shared<tarn::RepositoryInstanceProvider>(*repository));
+    providers.setDefaultAssociationProvider(
+        std::make_shared<tarn::RepositoryAssociationProvider>(*repository, providers));
     providers.loadConfiguredModules();
     // By default as many as there are request workers, so that no streaming
     // request waits behind another's providers.
@@ -152,7 +155,7 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     TARNConfigManager::getInstance().getUint32("TARN", "ProviderThreads", providerThreads);
     tarn::WorkerPool providerPool(std::clamp<std::uint32_t>(providerThreads, 1, 1024));
     tarn::EnumerationRegistry enumerations(tarn::PullSettings::fromConfiguration());
-    tarn::OperationHandler handler({*catalog, providers, providerPool, &enumerations});
+    tarn::OperationHandler handler(*catalog, providers, providerPool, &enumerations);
     context.setOperationHandler(&handler);
 
     std::uint32_t cacheSeconds = 300;

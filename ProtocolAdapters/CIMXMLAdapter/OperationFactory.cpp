@@ -1,5 +1,7 @@
 #include "OperationFactory.h"
 
+#include "AssociatorNamesOperation.h"
+#include "AssociatorsOperation.h"
 #include "CloseEnumerationOperation.h"
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
@@ -15,12 +17,18 @@
 #include "GetQualifierOperation.h"
 #include "InvokeMethodOperation.h"
 #include "ModifyInstanceOperation.h"
+#include "OpenAssociatorInstancePathsOperation.h"
+#include "OpenAssociatorInstancesOperation.h"
 #include "OpenEnumerateInstancePathsOperation.h"
 #include "OpenEnumerateInstancesOperation.h"
 #include "OpenQueryInstancesOperation.h"
+#include "OpenReferenceInstancePathsOperation.h"
+#include "OpenReferenceInstancesOperation.h"
 #include "PullInstancePathsOperation.h"
 #include "PullInstancesOperation.h"
 #include "PullInstancesWithPathOperation.h"
+#include "ReferenceNamesOperation.h"
+#include "ReferencesOperation.h"
 #include "SetPropertyOperation.h"
 #include "vela/VELCIMStrings.h"
 
@@ -34,8 +42,8 @@ using S = VELCIMStrings;
 // served by the class of the same name with "Operation" appended.
 const OperationFactory::Entry kIntrinsics[] = {
     {&S::GETINSTANCE, &OperationFactory::create<GetInstanceOperation>},
-    {&S::ASSOCIATORNAMES, nullptr},
-    {&S::REFERENCENAMES, nullptr},
+    {&S::ASSOCIATORNAMES, &OperationFactory::create<AssociatorNamesOperation>},
+    {&S::REFERENCENAMES, &OperationFactory::create<ReferenceNamesOperation>},
     {&S::ENUMERATEINSTANCES, &OperationFactory::create<EnumerateInstancesOperation>},
     {&S::ENUMERATECLASSNAMES, &OperationFactory::create<EnumerateClassNamesOperation>},
     {&S::ENUMERATEINSTANCENAMES, &OperationFactory::create<EnumerateInstanceNamesOperation>},
@@ -44,8 +52,8 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::DELETEINSTANCE, &OperationFactory::create<DeleteInstanceOperation>},
     {&S::GETPROPERTY, &OperationFactory::create<GetPropertyOperation>},
     {&S::SETPROPERTY, &OperationFactory::create<SetPropertyOperation>},
-    {&S::ASSOCIATORS, nullptr},
-    {&S::REFERENCES, nullptr},
+    {&S::ASSOCIATORS, &OperationFactory::create<AssociatorsOperation>},
+    {&S::REFERENCES, &OperationFactory::create<ReferencesOperation>},
     {&S::GETCLASS, &OperationFactory::create<GetClassOperation>},
     {&S::ENUMERATECLASSES, &OperationFactory::create<EnumerateClassesOperation>},
     {&S::GETQUALIFIER, &OperationFactory::create<GetQualifierOperation>},
@@ -55,10 +63,12 @@ const OperationFactory::Entry kIntrinsics[] = {
     {&S::PULLINSTANCESWITHPATH, &OperationFactory::create<PullInstancesWithPathOperation>},
     {&S::OPENENUMERATEINSTANCEPATHS,
      &OperationFactory::create<OpenEnumerateInstancePathsOperation>},
-    {&S::OPENREFERENCEINSTANCES, nullptr},
-    {&S::OPENASSOCIATORINSTANCES, nullptr},
-    {&S::OPENREFERENCEINSTANCEPATHS, nullptr},
-    {&S::OPENASSOCIATORINSTANCEPATHS, nullptr},
+    {&S::OPENREFERENCEINSTANCES, &OperationFactory::create<OpenReferenceInstancesOperation>},
+    {&S::OPENASSOCIATORINSTANCES, &OperationFactory::create<OpenAssociatorInstancesOperation>},
+    {&S::OPENREFERENCEINSTANCEPATHS,
+     &OperationFactory::create<OpenReferenceInstancePathsOperation>},
+    {&S::OPENASSOCIATORINSTANCEPATHS,
+     &OperationFactory::create<OpenAssociatorInstancePathsOperation>},
     {&S::PULLINSTANCEPATHS, &OperationFactory::create<PullInstancePathsOperation>},
     {&S::EXECQUERY, &OperationFactory::create<ExecQueryOperation>},
     {&S::OPENQUERYINSTANCES, &OperationFactory::create<OpenQueryInstancesOperation>},

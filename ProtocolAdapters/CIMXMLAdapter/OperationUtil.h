@@ -8,6 +8,9 @@
 
 #include "CIMXMLUtil.h"
 #include "vela/AdapterUtils.h"
+#include "vela/IVelaInstanceName.h"
+#include "vela/IVelaOperationHandlerContext.h"
+#include "vela/IVelaValue.h"
 #include "vela/VELCIMMethodCall.h"
 #include "vela/VELGenericHTTPOStream.h"
 #include "vela/VELSmrPtr.h"
@@ -75,6 +78,27 @@ class OperationUtil {
     static VELSmrPtr<VELValSlist<VELString>> buildDeepInheritancePropertyList(
         const IVelaObject& instance, const VELSmrPtr<IVelaClass>& originClass,
         const VELSmrPtr<VELValSlist<VELString>>& requested);
+
+    // The ObjectName parameter of the association operations: false, with
+    // absentMessage (when not empty) or invalidMessage logged at severity 1
+    // under who, when it is absent, or when it has no value or a value that
+    // is not a reference. Else the name is logged at severity 4.
+    static bool readObjectName(const VELCIMMethodCall& call, std::string_view who,
+                               std::string_view absentMessage, std::string_view invalidMessage,
+                               VELSmrPtr<IVelaInstanceName>& name);
+    // A filter parameter as received (empty when absent), logged at severity 4.
+    static VELString readFilter(const VELCIMMethodCall& call, const VELString& parameter,
+                                std::string_view who);
+
+    // One result of Associators or References: a class with its path, always
+    // without qualifiers and with its local elements only; or an instance as
+    // VALUE.OBJECTWITHPATH, with class origins when includeClassOrigin is set
+    // and its class is found (what keeps it from being found is logged under
+    // who).
+    static void streamAssociationResult(std::ostream& out, const VELSmrPtr<IVelaValue>& value,
+                                        IVelaOperationHandlerContext* context,
+                                        const VELSmrPtr<VELValSlist<VELString>>& propertyList,
+                                        bool includeClassOrigin, std::string_view who);
 
     // "Caught <who>; Code: <code>; Msg: <message>" at severity 1 under source.
     static void logCaught(std::string_view source, const VelaBaseException& e);

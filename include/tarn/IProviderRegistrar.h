@@ -9,6 +9,7 @@
 
 #include <memory>
 
+#include "tarn/IAssociationProvider.h"
 #include "tarn/IInstanceProvider.h"
 #include "tarn/IMethodProvider.h"
 
@@ -21,6 +22,12 @@ class IProviderRegistrar {
     // namespace. Throws VelaBaseException when another provider already does.
     virtual void registerInstanceProvider(const VELString& nameSpace, const VELString& className,
                                           std::shared_ptr<IInstanceProvider> provider) = 0;
+
+    // The provider follows the instances of exactly this association class
+    // in this namespace. Throws VelaBaseException when another provider
+    // already does.
+    virtual void registerAssociationProvider(const VELString& nameSpace, const VELString& className,
+                                             std::shared_ptr<IAssociationProvider> provider) = 0;
 
     // The provider serves the methods of this class in this namespace, and
     // those of its subclasses that have no method provider of their own.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/WorkerPool.h"
+#include "handler/AssociationSchema.h"
 #include "providers/ProviderRegistry.h"
 #include "pull/EnumerationRegistry.h"
 #include "tarn/CIMStatus.h"
@@ -22,6 +23,7 @@ struct HandlerServices {
     const ISchemaCatalog& schema;
     const ProviderRegistry& providers;
     WorkerPool& pool;
+    const AssociationSchema& associations;
     // Pulled enumerations; null where they are not offered.
     EnumerationRegistry* enumerations = nullptr;
 };

@@ -20,9 +20,13 @@ const char* accessName(Access a) {
 
 }  // namespace
 
-OperationHandler::OperationHandler(const HandlerServices& services) : _services(services) {
-    for (std::span<const Route> family : {instanceRoutes(), classRoutes(), propertyRoutes(),
-                                          queryRoutes(), methodRoutes(), pullRoutes()}) {
+OperationHandler::OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
+                                   WorkerPool& providerPool, EnumerationRegistry* enumerations)
+    : _associations(schema),
+      _services{schema, providers, providerPool, _associations, enumerations} {
+    for (std::span<const Route> family :
+         {instanceRoutes(), classRoutes(), propertyRoutes(), queryRoutes(), methodRoutes(),
+          associationRoutes(), pullRoutes()}) {
         for (const Route& r : family) {
             _routes.emplace(r.operation, &r);
         }

@@ -17,7 +17,9 @@ namespace tarn {
 
 class OperationHandler : public IOperationHandler {
   public:
-    explicit OperationHandler(const HandlerServices& services);
+    // enumerations: the registry of pulled enumerations (null: none are offered).
+    OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
+                     WorkerPool& providerPool, EnumerationRegistry* enumerations = nullptr);
 
     void processOperation(const VELSmrPtr<IVelaOperation>& operation) override;
 
@@ -29,6 +31,7 @@ class OperationHandler : public IOperationHandler {
   private:
     void _process(OperationCall& call);
 
+    AssociationSchema _associations;
     HandlerServices _services;
     std::unordered_map<std::string_view, const Route*> _routes;
 };

@@ -1,5 +1,6 @@
 // The producers that more than one family of routes runs: those of a query
-// (ExecQuery, OpenQueryInstances).
+// (ExecQuery, OpenQueryInstances) and of an association traversal from an
+// instance (Associators and the others, their pulled forms).
 #pragma once
 
 #include <memory>
@@ -18,5 +19,26 @@ std::shared_ptr<const query::CompiledQuery> compileQuery(const OperationCall& ca
 // class's provider enumerates, the query filters and projects.
 std::vector<OperationCall::Producer<VELSmrPtr<IVelaObject>>> queryProducers(
     const OperationCall& call, std::shared_ptr<const query::CompiledQuery> query);
+
+template <class T>
+using AssociationProducers = std::vector<OperationCall::Producer<T>>;
+
+// From the instance named by object (CIM_ERR_INVALID_PARAMETER for a class
+// or an unknown class): the objects at the other ends of its associations,
+// or their names; the association instances, or their names.
+AssociationProducers<VELSmrPtr<IVelaObject>> associatorProducers(
+    const OperationCall& call, const VELSmrPtr<IVelaInstanceName>& object,
+    const VELString& assocClass, const VELString& resultClass, const VELString& role,
+    const VELString& resultRole);
+AssociationProducers<VELSmrPtr<IVelaInstanceName>> associatorNameProducers(
+    const OperationCall& call, const VELSmrPtr<IVelaInstanceName>& object,
+    const VELString& assocClass, const VELString& resultClass, const VELString& role,
+    const VELString& resultRole);
+AssociationProducers<VELSmrPtr<IVelaObject>> referenceProducers(
+    const OperationCall& call, const VELSmrPtr<IVelaInstanceName>& object,
+    const VELString& resultClass, const VELString& role);
+AssociationProducers<VELSmrPtr<IVelaInstanceName>> referenceNameProducers(
+    const OperationCall& call, const VELSmrPtr<IVelaInstanceName>& object,
+    const VELString& resultClass, const VELString& role);
 
 }  // namespace tarn

@@ -5,9 +5,13 @@
 #include "handler/Producers.h"
 #include "handler/Route.h"
 #include "vela/ICloseEnumerationOperation.h"
+#include "vela/IOpenAssociatorInstancePathsOperation.h"
+#include "vela/IOpenAssociatorInstancesOperation.h"
 #include "vela/IOpenEnumerateInstancePathsOperation.h"
 #include "vela/IOpenEnumerateInstancesOperation.h"
 #include "vela/IOpenQueryInstancesOperation.h"
+#include "vela/IOpenReferenceInstancePathsOperation.h"
+#include "vela/IOpenReferenceInstancesOperation.h"
 #include "vela/IPullInstancePathsOperation.h"
 #include "vela/IPullInstancesOperation.h"
 #include "vela/IPullInstancesWithPathOperation.h"
@@ -124,6 +128,44 @@ void openEnumerateInstancePaths(OperationCall& call, IOpenEnumerateInstancePaths
     answerBatch(call, op, op, registryOf(call).open(std::move(origin), std::move(producers)));
 }
 
+// An enumeration of the instances at the ends of associations, written with
+// the open's property list and class origins (no class to restrict them to).
+template <class Op>
+EnumerationContext::Origin instancesOrigin(OperationCall& call, Op& op) {
+    EnumerationContext::Origin origin = originOf(call, op, Kind::Instances);
+    origin.classOrigin = op.getClassOrigin();
+    origin.propertyList = op.getPropertyList();
+    return origin;
+}
+
+void openAssociatorInstances(OperationCall& call, IOpenAssociatorInstancesOperation& op) {
+    auto producers = associatorProducers(call, op.getObjectName(), op.getAssocClass(),
+                                         op.getResultClass(), op.getRole(), op.getResultRole());
+    answerBatch(call, op, op,
+                registryOf(call).open(instancesOrigin(call, op), std::move(producers)));
+}
+
+void openAssociatorInstancePaths(OperationCall& call, IOpenAssociatorInstancePathsOperation& op) {
+    auto producers = associatorNameProducers(call, op.getObjectName(), op.getAssocClass(),
+                                             op.getResultClass(), op.getRole(), op.getResultRole());
+    answerBatch(call, op, op,
+                registryOf(call).open(originOf(call, op, Kind::Paths), std::move(producers)));
+}
+
+void openReferenceInstances(OperationCall& call, IOpenReferenceInstancesOperation& op) {
+    auto producers =
+        referenceProducers(call, op.getObjectName(), op.getResultClass(), op.getRole());
+    answerBatch(call, op, op,
+                registryOf(call).open(instancesOrigin(call, op), std::move(producers)));
+}
+
+void openReferenceInstancePaths(OperationCall& call, IOpenReferenceInstancePathsOperation& op) {
+    auto producers =
+        referenceNameProducers(call, op.getObjectName(), op.getResultClass(), op.getRole());
+    answerBatch(call, op, op,
+                registryOf(call).open(originOf(call, op, Kind::Paths), std::move(producers)));
+}
+
 void openQueryInstances(OperationCall& call, IOpenQueryInstancesOperation& op) {
     auto query = compileQuery(call, op);
     auto producers = queryProducers(call, query);
@@ -153,7 +195,8 @@ void pullInstancesWithPath(OperationCall& call, IPullInstancesWithPathOperation&
 }
 
 void pullInstances(OperationCall& call, IPullInstancesOperation& op) {
-    answerBatch(call, op, op, typed<VELSmrPtr<IVelaObject>>(acquire(call, op, Kind::QueryInstances)));
+    answerBatch(call, op, op,
+                typed<VELSmrPtr<IVelaObject>>(acquire(call, op, Kind::QueryInstances)));
 }
 
 void pullInstancePaths(OperationCall& call, IPullInstancePathsOperation& op) {
@@ -167,6 +210,10 @@ void closeEnumeration(OperationCall& call, ICloseEnumerationOperation& op) {
 const Route kRoutes[] = {
     route<openEnumerateInstances>("OpenEnumerateInstances", Access::Read),
     route<openEnumerateInstancePaths>("OpenEnumerateInstancePaths", Access::Read),
+    route<openAssociatorInstances>("OpenAssociatorInstances", Access::Read),
+    route<openAssociatorInstancePaths>("OpenAssociatorInstancePaths", Access::Read),
+    route<openReferenceInstances>("OpenReferenceInstances", Access::Read),
+    route<openReferenceInstancePaths>("OpenReferenceInstancePaths", Access::Read),
     route<openQueryInstances>("OpenQueryInstances", Access::Read),
     route<pullInstancesWithPath>("PullInstancesWithPath", Access::Read),
     route<pullInstances>("PullInstances", Access::Read),

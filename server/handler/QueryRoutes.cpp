@@ -75,8 +75,8 @@ const Route kRoutes[] = {
 
 std::shared_ptr<const query::CompiledQuery> compileQuery(const OperationCall& call,
                                                          const IExecQueryOperation& op) {
-    return query::CompiledQuery::compile(op.getQueryLanguage(), op.getQuery(),
-                                         call.services.schema, call.nameSpace());
+    return query::CompiledQuery::compile(op.getQueryLanguage(), op.getQuery(), call.services.schema,
+                                         call.nameSpace());
 }
 
 std::vector<OperationCall::Producer<VELSmrPtr<IVelaObject>>> queryProducers(

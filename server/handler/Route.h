@@ -55,6 +55,7 @@ std::span<const Route> classRoutes();
 std::span<const Route> propertyRoutes();
 std::span<const Route> queryRoutes();
 std::span<const Route> methodRoutes();
+std::span<const Route> associationRoutes();
 std::span<const Route> pullRoutes();
 
 // The route name of extrinsic method calls, whose operation name is the

@@ -23,6 +23,8 @@ ProviderRegistry::~ProviderRegistry() {
     // Providers must be gone before the code that implements them.
     _instanceProviders.clear();
     _default.reset();
+    _associationProviders.clear();
+    _defaultAssociation.reset();
     _methodProviders.clear();
     for (void* handle : _modules) {
         ::dlclose(handle);
@@ -59,6 +61,39 @@ IInstanceProvider* ProviderRegistry::findInstanceProvider(const VELString& nameS
         }
     }
     return _default.get();
+}
+
+void ProviderRegistry::registerAssociationProvider(const VELString& nameSpace,
+                                                   const VELString& className,
+                                                   std::shared_ptr<IAssociationProvider> provider) {
+    if (!provider) {
+        throw VelaBaseException("InvalidData", WHO, "registerAssociationProvider",
+                                "no provider given for " + nameSpace + ":" + className,
+                                CIM_ERR_INVALID_PARAMETER);
+    }
+    if (!_associationProviders.emplace(key(nameSpace, className), std::move(provider)).second) {
+        throw VelaBaseException(
+            "InvalidData", WHO, "registerAssociationProvider",
+            "an association provider is already registered for " + nameSpace + ":" + className,
+            CIM_ERR_ALREADY_EXISTS);
+    }
+    AdapterUtils::log(WHO, "Association provider registered for " + nameSpace + ":" + className, 3);
+}
+
+void ProviderRegistry::setDefaultAssociationProvider(
+    std::shared_ptr<IAssociationProvider> provider) {
+    _defaultAssociation = std::move(provider);
+}
+
+IAssociationProvider* ProviderRegistry::findAssociationProvider(const VELString& nameSpace,
+                                                                const VELString& className) const {
+    if (!_associationProviders.empty()) {
+        auto it = _associationProviders.find(key(nameSpace, className));
+        if (it != _associationProviders.end()) {
+            return it->second.get();
+        }
+    }
+    return _defaultAssociation.get();
 }
 
 void ProviderRegistry::registerMethodProvider(const VELString& nameSpace,

@@ -28,6 +28,13 @@ class ProviderRegistry : public IProviderRegistrar {
                                             const VELString& className) const;
     std::size_t size() const { return _instanceProviders.size(); }
 
+    void registerAssociationProvider(const VELString& nameSpace, const VELString& className,
+                                     std::shared_ptr<IAssociationProvider> provider) override;
+    void setDefaultAssociationProvider(std::shared_ptr<IAssociationProvider> provider);
+    // The association provider of exactly this class, else the default one (may be null).
+    IAssociationProvider* findAssociationProvider(const VELString& nameSpace,
+                                                  const VELString& className) const;
+
     void registerMethodProvider(const VELString& nameSpace, const VELString& className,
                                 std::shared_ptr<IMethodProvider> provider) override;
     // The method provider of the class, else of its nearest ancestor that
@@ -44,6 +51,10 @@ class ProviderRegistry : public IProviderRegistrar {
     std::map<VELString, std::shared_ptr<IInstanceProvider>>
         _instanceProviders;  // "ns:class", lower case
     std::shared_ptr<IInstanceProvider> _default;
+    std::map<VELString, std::shared_ptr<IAssociationProvider>>
+        _associationProviders;  // "ns:class", lower case
+    std::shared_ptr<IAssociationProvider> _defaultAssociation;
+
     std::map<VELString, std::shared_ptr<IMethodProvider>>
         _methodProviders;  // "ns:class", lower case
     std::vector<void*> _modules;

@@ -27,7 +27,7 @@ VELString qualifierText(const IPropertyDef& def, const char* name) {
 }  // namespace
 
 ClassLayout::ClassLayout(VELSmrPtr<CVelaClass> cls, std::int64_t id)
-    : _cls(std::move(cls)), _id(id) {
+    : _cls(std::move(cls)), _id(id), _association(_cls->isAssociation()) {
     for (auto it = _cls->getPropertyDefs(true); it->hasNext();) {
         VELSmrPtr<IPropertyDef> def = it->next();
         const IVelaType& t = *def->getType();
@@ -51,6 +51,12 @@ ClassLayout::ClassLayout(VELSmrPtr<CVelaClass> cls, std::int64_t id)
         _index.emplace(def->getName(), pos);
         if (def->isKey()) {
             _keys.push_back(pos);
+        }
+        if (type->isReference()) {
+            _holdsReferences = true;
+            if (kind == Kind::Plain && !type->isArray()) {
+                _references.push_back(pos);
+            }
         }
         auto null = CVelaValue::makeNull(type);
         _nullProperties.push_back(makeVELSmrPtr<CVelaProperty>(def->getName(), type, null));

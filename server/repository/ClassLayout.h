@@ -36,6 +36,11 @@ class ClassLayout {
     const VELSmrPtr<IVelaProperty>& nullProperty(std::size_t i) const { return _nullProperties[i]; }
     const std::vector<std::size_t>& keys() const { return _keys; }
     bool isKey(std::size_t i) const { return _properties[i]->isKey(); }
+    bool isAssociation() const { return _association; }
+    // Positions of the scalar reference properties: an association's roles.
+    const std::vector<std::size_t>& references() const { return _references; }
+    // Some property holds references (scalar, array or reference key).
+    bool holdsReferences() const { return _holdsReferences; }
     // Position of the property (ignoring case), or -1. hint is tried first.
     long indexOf(const VELString& name, std::size_t hint = 0) const;
 
@@ -48,6 +53,9 @@ class ClassLayout {
     std::vector<VELSmrPtr<IVelaValue>> _nullValues;
     std::vector<VELSmrPtr<IVelaProperty>> _nullProperties;
     std::vector<std::size_t> _keys;
+    std::vector<std::size_t> _references;
+    bool _association = false;
+    bool _holdsReferences = false;
     std::unordered_map<VELString, std::size_t, VELStringHashIgnoreCase, VELStringEqualIgnoreCase>
         _index;
 };

@@ -7,6 +7,7 @@
 #include "repository/ValueCodec.h"
 #include "tarn/CIMStatus.h"
 #include "vela/CVelaInstanceName.h"
+#include "vela/CVelaNameSpacePath.h"
 #include "vela/CVelaProperty.h"
 #include "vela/CVelaType.h"
 #include "vela/CVelaValue.h"
@@ -22,12 +23,8 @@ void writeKeyValue(std::ostream& os, const IVelaValue& value, const VELString& o
 // The normal form of a reference: see the header.
 void writeReference(std::ostream& os, const IVelaInstanceName& ref, const VELString& ownNs) {
     const auto& path = ref.getNameSpacePath();
-    VELString host = path.isNull() ? VELString() : path->getHost();
     VELString ns = path.isNull() ? VELString() : path->getNameSpace();
-    if (!host.isNull()) {
-        os << "//" << host.toLower() << '/';
-    }
-    if (!ns.isNull() && (!host.isNull() || !ns.equalsIgnoreCase(ownNs))) {
+    if (!ns.isNull() && !ns.equalsIgnoreCase(ownNs)) {
         os << ns.toLower() << ':';
     }
     os << ref.getClassName().toLower();
@@ -75,27 +72,32 @@ VELSmrPtr<IVelaInstanceName> InstanceChecker::typeReference(const VELSmrPtr<IVel
                  "references nest more than " + VELString::valueOf(ValueCodec::MAX_DEPTH) +
                      " levels deep");
     }
+    // Whatever host the client wrote (this server's, another name of it, or
+    // none), the reference names an instance of this repository: the stored
+    // form has no host and always a namespace, the instance's own when the
+    // client leaves it out.
     const auto& path = ref->getNameSpacePath();
-    if (!path.isNull() && !path->getHost().isNull()) {
-        return ref;  // another host's classes are not known here
-    }
-    const SchemaSnapshot::NameSpace* ns = &_ns;
-    if (!path.isNull() && !path->getNameSpace().isNull()) {
-        ns = _schema.find(path->getNameSpace());
-        if (!ns) {
-            return ref;
-        }
-    }
-    const ClassLayout* target = ns->findClass(ref->getClassName());
+    VELString refNs = path.isNull() ? VELString() : path->getNameSpace();
+    const SchemaSnapshot::NameSpace* ns = refNs.isNull() ? &_ns : _schema.find(refNs);
+    VELSmrPtr<IVelaNameSpacePath> stored =
+        ns ? ns->path : VELSmrPtr<IVelaNameSpacePath>(new CVelaNameSpacePath(VELString(), refNs));
+    const ClassLayout* target = ns ? ns->findClass(ref->getClassName()) : nullptr;
     if (!target) {
-        return ref;  // nothing to type its keys by
+        // Nothing to type its keys by: kept as given.
+        auto copy =
+            makeVELSmrPtr<CVelaInstanceName>(ref->getClassName(), stored, ref->isClassName());
+        for (std::size_t i = 0; i < ref->getKeyBindingCount(); ++i) {
+            auto kb = ref->getKeyBinding(i);
+            copy->addKeyBinding(kb->getPropertyName(), kb->getValue());
+        }
+        return copy;
     }
     if (!expectedClass.isNull() && !target->cls()->isA(expectedClass)) {
         E::raise(
             CIM_ERR_TYPE_MISMATCH, "typeReference",
             "the reference names class " + target->name() + ", which is not a " + expectedClass);
     }
-    auto typed = makeVELSmrPtr<CVelaInstanceName>(target->name(), path);
+    auto typed = makeVELSmrPtr<CVelaInstanceName>(target->name(), stored);
     InstanceChecker inner(_schema, *ns);
     std::vector<bool> seen(target->size(), false);
     for (std::size_t i = 0; i < ref->getKeyBindingCount(); ++i) {
@@ -251,6 +253,23 @@ VELSmrPtr<IVelaValue> InstanceChecker::typeFor(const ClassLayout& layout, std::s
                      VELString::valueOf(typed->getArraySize()));
     }
     return typed;
+}
+
+VELString InstanceChecker::referenceText(const VELSmrPtr<IVelaInstanceName>& name) const {
+    VELSmrPtr<IVelaInstanceName> typed;
+    try {
+        typed = typeReference(name, VELString(), 0);
+    } catch (const VelaBaseException& e) {
+        E::raise(CIM_ERR_INVALID_PARAMETER, "referenceText", e.getMessage());
+    }
+    return normalForm(*typed, _ns.name);
+}
+
+VELString InstanceChecker::normalForm(const IVelaInstanceName& typed,
+                                      const VELString& ownNameSpace) {
+    std::ostringstream os;
+    writeReference(os, typed, ownNameSpace);
+    return VELString(os.str());
 }
 
 VELSmrPtr<IVelaValue> InstanceChecker::typeValue(const ClassLayout& layout, std::size_t i,

@@ -13,9 +13,11 @@
 //
 // The canonical key text of an instance is that of
 // IVelaInstanceName::getCanonicalKeys (keys sorted by name without regard to
-// case, names in lower case), with references written in a normal form: the
-// namespace left out when it is the instance's own, host, namespace and
-// class names in lower case, and their own keys canonical.
+// case, names in lower case), with references written in a normal form: no
+// host (a path names the same instance whatever host it carries), the
+// namespace left out when it is the instance's own, namespace and class
+// names in lower case, and their own keys canonical. References are stored
+// without host and always with their namespace.
 #pragma once
 
 #include "repository/SchemaSnapshot.h"
@@ -47,6 +49,13 @@ class InstanceChecker {
     // code 4 for a key the class lacks, a missing key or a key value that
     // cannot be of its property's type.
     VELString checkName(const ClassLayout& layout, const IVelaInstanceName& name) const;
+    // The normal form of a reference (see above) relative to this namespace:
+    // the text by which the reference index knows the instance it names. The
+    // name is typed first; 4 for keys that do not fit its class.
+    VELString referenceText(const VELSmrPtr<IVelaInstanceName>& name) const;
+    // The normal form of a reference that is already typed, relative to the
+    // namespace named ownNameSpace.
+    static VELString normalForm(const IVelaInstanceName& typed, const VELString& ownNameSpace);
     // The value typed as property i of the class stores it (an unset value
     // for null). Throws as checkNew does.
     VELSmrPtr<IVelaValue> typeValue(const ClassLayout& layout, std::size_t i,

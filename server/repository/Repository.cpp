@@ -1,5 +1,7 @@
 #include "repository/Repository.h"
 
+#include <unordered_map>
+
 #include "repository/InstanceChecker.h"
 #include "repository/InstanceCodec.h"
 #include "repository/RepositoryError.h"
@@ -52,86 +54,8 @@ Repository::~Repository() {
 }
 
 std::shared_ptr<const SchemaSnapshot> Repository::loadSchema(SqliteConnection& db) {
-    auto schema = std::make_shared<SchemaSnapshot>();
     ReadTransaction read(db);
-    std::unordered_map<std::int64_t, VELString> names;
-    {
-        auto& st = db.statement(Sql::SELECT_NAMESPACES);
-        SqliteStatement::Scope scope(st);
-        while (st.step()) {
-            VELString name(st.columnText(1));
-            schema->addNameSpace(st.columnInt(0), name);
-            names.emplace(st.columnInt(0), name);
-        }
-    }
-    auto nameOf = [&](std::int64_t id) -> const VELString& {
-        auto it = names.find(id);
-        if (it == names.end()) {
-            E::raise(CIM_ERR_FAILED, "load",
-                     "the repository is damaged: a row names namespace " + VELString::valueOf(id) +
-                         ", which does not exist");
-        }
-        return it->second;
-    };
-    {
-        auto& st = db.statement(Sql::SELECT_QUALIFIERS);
-        SqliteStatement::Scope scope(st);
-        while (st.step()) {
-            schema->setQualifier(nameOf(st.columnInt(0)),
-                                 SchemaCodec::decodeQualifierDecl(st.columnBlob(1)));
-        }
-    }
-    // Classes come after their superclasses in row order; a class whose
-    // superclass is not loaded yet waits for it all the same.
-    struct Pending {
-        std::int64_t id;
-        VELString nameSpace;
-        VELSmrPtr<CVelaClass> cls;
-    };
-    std::vector<Pending> pending;
-    auto tryAdd = [&](const Pending& p) {
-        const auto* ns = schema->find(p.nameSpace);
-        VELSmrPtr<IVelaClass> super;
-        if (!p.cls->getSuperClassName().isNull()) {
-            const ClassLayout* s = ns->findClass(p.cls->getSuperClassName());
-            if (!s) {
-                return false;
-            }
-            super = s->cls();
-        }
-        try {
-            p.cls->resolve(super);
-        } catch (const VelaBaseException& e) {
-            E::raise(
-                CIM_ERR_FAILED, "load",
-                "the repository is damaged: class " + p.cls->getName() + ": " + e.getMessage());
-        }
-        schema->addClass(p.nameSpace, p.cls, p.id);
-        return true;
-    };
-    {
-        auto& st = db.statement(Sql::SELECT_CLASSES);
-        SqliteStatement::Scope scope(st);
-        while (st.step()) {
-            const VELString& ns = nameOf(st.columnInt(1));
-            Pending p{st.columnInt(0), ns, SchemaCodec::decodeClass(st.columnBlob(3), ns)};
-            if (!tryAdd(p)) {
-                pending.push_back(std::move(p));
-            }
-        }
-    }
-    while (!pending.empty()) {
-        std::size_t before = pending.size();
-        std::erase_if(pending, [&](const Pending& p) { return tryAdd(p); });
-        if (pending.size() == before) {
-            E::raise(CIM_ERR_FAILED, "load",
-                     "the repository is damaged: the superclass " +
-                         pending.front().cls->getSuperClassName() + " of class " +
-                         pending.front().cls->getName() + " in namespace " +
-                         pending.front().nameSpace + " is missing");
-        }
-    }
-    return schema;
+    return StorageSchema::readSchema(db);
 }
 
 VELString Repository::getInfo(const VELString& name) const {
@@ -269,6 +193,63 @@ std::uint64_t Repository::countInstances(const VELString& nameSpace, const VELSt
         }
     }
     return n;
+}
+
+void Repository::referrers(const VELString& nameSpace, const std::vector<VELString>& assocClasses,
+                           const VELSmrPtr<IVelaInstanceName>& target, const VELString& role,
+                           const ReferrerCallback& callback) const {
+    auto schema = _catalog->current();
+    const auto& ns = nameSpaceOf(*schema, nameSpace);
+    std::unordered_map<std::int64_t, const ClassLayout*> classes;
+    for (const VELString& name : assocClasses) {
+        const ClassLayout& c = classOf(ns, name);
+        classes.emplace(c.id(), &c);
+    }
+    classOf(ns, target->getClassName());
+    const VELString text = InstanceChecker(*schema, ns).referenceText(target);
+    if (classes.empty()) {
+        return;
+    }
+    const VELString wanted = role.toLower();
+    auto lease = _pool->acquire();
+    ReadTransaction read(*lease);
+    auto& rows = lease->statement(Sql::SELECT_REFERRERS);
+    SqliteStatement::Scope scope(rows);
+    rows.bindText(1, text.view());
+    // Rows come grouped by class and association instance, one per role.
+    bool more = rows.step();
+    while (more) {
+        const std::int64_t id = rows.columnInt(0);
+        VELString keys(rows.columnText(1));
+        auto cls = classes.find(id);
+        std::vector<VELString> roles;
+        for (; more && rows.columnInt(0) == id && rows.columnText(1) == keys.view();
+             more = rows.step()) {
+            std::string_view r = rows.columnText(2);
+            if (cls != classes.end() && (wanted.isNull() || wanted.view() == r)) {
+                long pos = cls->second->indexOf(VELString(r));
+                roles.push_back(
+                    pos < 0 ? VELString(r)
+                            : cls->second->property(static_cast<std::size_t>(pos))->getName());
+            }
+        }
+        if (roles.empty()) {
+            continue;
+        }
+        const ClassLayout& assoc = *cls->second;
+        VELSmrPtr<CVelaObject> instance;
+        {
+            auto& get = lease->statement(Sql::SELECT_INSTANCE);
+            SqliteStatement::Scope getScope(get);
+            get.bind(1, assoc.id()).bindText(2, keys.view());
+            if (get.step()) {
+                instance = InstanceCodec::decode(get.columnBlob(0), assoc, ns.path);
+            }
+        }
+        if (!instance.isNull() && !callback(instance, roles)) {
+            return;
+        }
+    }
 }
 
 VELSmrPtr<IVelaInstanceName> Repository::createInstance(const VELString& nameSpace,

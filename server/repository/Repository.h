@@ -18,7 +18,9 @@
 // database cursor into a callback, so memory does not grow with the number
 // of instances. Writes are serialised: each write is one transaction that
 // is on disk (synchronous=FULL) when the call returns; several writes can be
-// grouped into one transaction with beginTransaction().
+// grouped into one transaction with beginTransaction(). The instances of
+// association classes are indexed by the instances they reference
+// (tarn::ReferenceIndex), which referrers() reads.
 //
 // Errors are VelaBaseException with a CIM status code (tarn::RepositoryError):
 //   3  CIM_ERR_INVALID_NAMESPACE  the namespace does not exist
@@ -54,6 +56,10 @@ class Repository {
     // Return false to stop the enumeration.
     using InstanceCallback = std::function<bool(const VELSmrPtr<IVelaObject>&)>;
     using NameCallback = std::function<bool(const VELSmrPtr<IVelaInstanceName>&)>;
+    // An association instance and the reference properties (as the class
+    // spells them) through which it references the instance asked about.
+    using ReferrerCallback =
+        std::function<bool(const VELSmrPtr<IVelaObject>&, const std::vector<VELString>& roles)>;
     // Null: all properties.
     using PropertyList = VELSmrPtr<VELValSlist<VELString>>;
 
@@ -119,6 +125,18 @@ class Repository {
                         const IVelaObject& modified, const PropertyList& propertyList);
     // 3, 5, 4, 6.
     void deleteInstance(const VELString& nameSpace, const IVelaInstanceName& name);
+
+    // The instances of the association classes assocClasses (not of their
+    // subclasses) that reference target (an instance of the namespace),
+    // through the reference property role or, when role is empty, through
+    // any; each once, class by class in the order of their keys. Found through
+    // the index of references in one range of it: the cost grows with the
+    // number of association instances that reference target, not with the
+    // number of classes or of other association instances. 3, 5 (a class),
+    // 4 (target's keys).
+    void referrers(const VELString& nameSpace, const std::vector<VELString>& assocClasses,
+                   const VELSmrPtr<IVelaInstanceName>& target, const VELString& role,
+                   const ReferrerCallback& callback) const;
 
     // A write transaction: all its writes, or none, reach the database. Only
     // one is open at a time (others wait for it); a thread must not begin a

@@ -39,6 +39,18 @@ struct RepositorySql {
         "UPDATE instances SET properties=?3 WHERE class=?1 AND keys=?2";
     static constexpr const char* DELETE_INSTANCE =
         "DELETE FROM instances WHERE class=?1 AND keys=?2";
+    static constexpr const char* DELETE_INSTANCE_RETURNING =
+        "DELETE FROM instances WHERE class=?1 AND keys=?2 RETURNING properties";
+    static constexpr const char* SCAN_INSTANCES_FROM =
+        "SELECT keys, properties FROM instances WHERE class=?1 AND keys>?2 ORDER BY keys LIMIT ?3";
+
+    static constexpr const char* INSERT_REFERENCE =
+        "INSERT INTO refs (target, assoc, keys, role) VALUES (?1, ?2, ?3, ?4) "
+        "ON CONFLICT DO NOTHING";
+    static constexpr const char* DELETE_REFERENCE =
+        "DELETE FROM refs WHERE target=?1 AND assoc=?2 AND keys=?3 AND role=?4";
+    static constexpr const char* SELECT_REFERRERS =
+        "SELECT assoc, keys, role FROM refs WHERE target=?1 ORDER BY assoc, keys, role";
 };
 
 }  // namespace tarn

@@ -2,6 +2,7 @@
 
 #include "repository/InstanceChecker.h"
 #include "repository/InstanceCodec.h"
+#include "repository/ReferenceIndex.h"
 #include "repository/Repository.h"
 #include "repository/RepositoryError.h"
 #include "repository/RepositorySql.h"
@@ -248,6 +249,8 @@ VELSmrPtr<IVelaInstanceName> RepositoryTransaction::createInstance(const VELStri
     if (keepIdentical) {
         *keepIdentical = false;
     }
+    ReferenceIndex::add(db(), layout, checked.keys,
+                        ReferenceIndex::targetsOf(layout, *checked.instance, ns.name));
     return checked.path;
 }
 
@@ -331,11 +334,22 @@ void RepositoryTransaction::modifyInstance(const VELString& nameSpace,
             CIM_ERR_INVALID_PARAMETER, "modifyInstance",
             "the key properties of instance " + layout->name() + "." + keys + " cannot be changed");
     }
-    std::string data =
-        InstanceCodec::encode(*checker.makeInstance(*layout, values, current->getPath()));
-    auto& st = db().statement(Sql::UPDATE_INSTANCE);
-    SqliteStatement::Scope scope(st);
-    st.bind(1, layout->id()).bindText(2, keys.view()).bindBlob(3, data).run();
+    auto changed = checker.makeInstance(*layout, values, current->getPath());
+    std::string data = InstanceCodec::encode(*changed);
+    {
+        auto& st = db().statement(Sql::UPDATE_INSTANCE);
+        SqliteStatement::Scope scope(st);
+        st.bind(1, layout->id()).bindText(2, keys.view()).bindBlob(3, data).run();
+    }
+    if (layout->isAssociation()) {
+        // References that are not keys may change.
+        auto before = ReferenceIndex::targetsOf(*layout, *current, ns.name);
+        auto after = ReferenceIndex::targetsOf(*layout, *changed, ns.name);
+        if (before != after) {
+            ReferenceIndex::remove(db(), *layout, keys, before);
+            ReferenceIndex::add(db(), *layout, keys, after);
+        }
+    }
 }
 
 void RepositoryTransaction::deleteInstance(const VELString& nameSpace,
@@ -345,10 +359,30 @@ void RepositoryTransaction::deleteInstance(const VELString& nameSpace,
     const auto& ns = Repository::nameSpaceOf(s, nameSpace);
     const ClassLayout& layout = Repository::classOf(ns, name.getClassName());
     VELString keys = InstanceChecker(s, ns).checkName(layout, name);
-    auto& st = db().statement(Sql::DELETE_INSTANCE);
-    SqliteStatement::Scope scope(st);
-    st.bind(1, layout.id()).bindText(2, keys.view()).run();
-    if (db().changes() == 0) {
+    bool deleted = false;
+    if (layout.isAssociation()) {
+        // Its rows of the index go with it.
+        VELSmrPtr<CVelaObject> gone;
+        {
+            auto& st = db().statement(Sql::DELETE_INSTANCE_RETURNING);
+            SqliteStatement::Scope scope(st);
+            st.bind(1, layout.id()).bindText(2, keys.view());
+            while (st.step()) {
+                gone = InstanceCodec::decode(st.columnBlob(0), layout, ns.path);
+            }
+        }
+        if (!gone.isNull()) {
+            deleted = true;
+            ReferenceIndex::remove(db(), layout, keys,
+                                   ReferenceIndex::targetsOf(layout, *gone, ns.name));
+        }
+    } else {
+        auto& st = db().statement(Sql::DELETE_INSTANCE);
+        SqliteStatement::Scope scope(st);
+        st.bind(1, layout.id()).bindText(2, keys.view()).run();
+        deleted = db().changes() != 0;
+    }
+    if (!deleted) {
         E::raise(
             CIM_ERR_NOT_FOUND, "deleteInstance",
             "instance " + layout.name() + "." + keys + " does not exist in namespace " + ns.name);

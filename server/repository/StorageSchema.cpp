@@ -1,11 +1,21 @@
 #include "repository/StorageSchema.h"
 
+#include <unordered_map>
+
+#include "repository/ReferenceIndex.h"
+#include "repository/RepositoryError.h"
+#include "repository/RepositorySql.h"
+#include "repository/SchemaCodec.h"
 #include "tarn/CIMStatus.h"
+#include "vela/AdapterUtils.h"
 #include "vela/VelaBaseException.h"
 
 namespace tarn {
 
 namespace {
+
+using E = RepositoryError;
+using Sql = RepositorySql;
 
 const char* const WHO = "tarn::StorageSchema";
 
@@ -32,14 +42,105 @@ void StorageSchema::create(SqliteConnection& db) {
         "CREATE TABLE instances (class INTEGER NOT NULL REFERENCES classes(id),"
         "  keys TEXT NOT NULL, properties BLOB NOT NULL,"
         "  PRIMARY KEY (class, keys)) WITHOUT ROWID;"
-        "INSERT INTO repository_meta VALUES ('format_version', '1');");
+        "INSERT INTO repository_meta VALUES ('format_version', '2');");
+    db.exec(ReferenceIndex::CREATE_TABLE);
+    static_assert(CURRENT_VERSION == 2, "the INSERT above writes the current format version");
     static_assert(APPLICATION_ID == 1413567054, "the PRAGMA above spells the application id");
 }
 
-void StorageSchema::upgrade(SqliteConnection&, int version) {
-    // Format 1 is the first; later formats add their step here, e.g.
-    //   case 1: db.exec("ALTER TABLE ..."); break;
-    refuse("no upgrade from repository format version " + VELString::valueOf(version));
+void StorageSchema::upgrade(SqliteConnection& db, int version) {
+    switch (version) {
+        case 1:
+            // 2: the index of references; references stored without host and
+            // with their namespace.
+            db.exec(ReferenceIndex::CREATE_TABLE);
+            ReferenceIndex::rebuild(db, *readSchema(db));
+            break;
+        default:
+            refuse("no upgrade from repository format version " + VELString::valueOf(version));
+    }
+}
+
+std::shared_ptr<const SchemaSnapshot> StorageSchema::readSchema(SqliteConnection& db) {
+    auto schema = std::make_shared<SchemaSnapshot>();
+    std::unordered_map<std::int64_t, VELString> names;
+    {
+        auto& st = db.statement(Sql::SELECT_NAMESPACES);
+        SqliteStatement::Scope scope(st);
+        while (st.step()) {
+            VELString name(st.columnText(1));
+            schema->addNameSpace(st.columnInt(0), name);
+            names.emplace(st.columnInt(0), name);
+        }
+    }
+    auto nameOf = [&](std::int64_t id) -> const VELString& {
+        auto it = names.find(id);
+        if (it == names.end()) {
+            E::raise(CIM_ERR_FAILED, "load",
+                     "the repository is damaged: a row names namespace " + VELString::valueOf(id) +
+                         ", which does not exist");
+        }
+        return it->second;
+    };
+    {
+        auto& st = db.statement(Sql::SELECT_QUALIFIERS);
+        SqliteStatement::Scope scope(st);
+        while (st.step()) {
+            schema->setQualifier(nameOf(st.columnInt(0)),
+                                 SchemaCodec::decodeQualifierDecl(st.columnBlob(1)));
+        }
+    }
+    // Classes come after their superclasses in row order; a class whose
+    // superclass is not loaded yet waits for it all the same.
+    struct Pending {
+        std::int64_t id;
+        VELString nameSpace;
+        VELSmrPtr<CVelaClass> cls;
+    };
+    std::vector<Pending> pending;
+    auto tryAdd = [&](const Pending& p) {
+        const auto* ns = schema->find(p.nameSpace);
+        VELSmrPtr<IVelaClass> super;
+        if (!p.cls->getSuperClassName().isNull()) {
+            const ClassLayout* s = ns->findClass(p.cls->getSuperClassName());
+            if (!s) {
+                return false;
+            }
+            super = s->cls();
+        }
+        try {
+            p.cls->resolve(super);
+        } catch (const VelaBaseException& e) {
+            E::raise(
+                CIM_ERR_FAILED, "load",
+                "the repository is damaged: class " + p.cls->getName() + ": " + e.getMessage());
+        }
+        schema->addClass(p.nameSpace, p.cls, p.id);
+        return true;
+    };
+    {
+        auto& st = db.statement(Sql::SELECT_CLASSES);
+        SqliteStatement::Scope scope(st);
+        while (st.step()) {
+            const VELString& ns = nameOf(st.columnInt(1));
+            Pending p{st.columnInt(0), ns, SchemaCodec::decodeClass(st.columnBlob(3), ns)};
+            if (!tryAdd(p)) {
+                pending.push_back(std::move(p));
+            }
+        }
+    }
+    while (!pending.empty()) {
+        std::size_t before = pending.size();
+        std::erase_if(pending, [&](const Pending& p) { return tryAdd(p); });
+        if (pending.size() == before) {
+            E::raise(CIM_ERR_FAILED, "load",
+                     "the repository is damaged: the superclass " +
+                         pending.front().cls->getSuperClassName() + " of class " +
+                         pending.front().cls->getName() + " in namespace " +
+                         pending.front().nameSpace + " is missing");
+        }
+    }
+    return schema;
 }
 
 int StorageSchema::version(SqliteConnection& db) {
@@ -89,6 +190,7 @@ bool StorageSchema::prepare(SqliteConnection& db) {
             refuse("the repository " + db.path() + " has a bad format version " +
                    VELString::valueOf(v));
         }
+        const int from = v;
         if (v < CURRENT_VERSION) {
             for (; v < CURRENT_VERSION; ++v) {
                 upgrade(db, v);
@@ -99,6 +201,13 @@ bool StorageSchema::prepare(SqliteConnection& db) {
             st.bindText(1, VELString::valueOf(CURRENT_VERSION).view()).run();
         }
         db.exec("COMMIT");
+        if (from < CURRENT_VERSION) {
+            AdapterUtils::log(WHO,
+                              "Upgraded the repository " + db.path() + " from format version " +
+                                  VELString::valueOf(from) + " to " +
+                                  VELString::valueOf(CURRENT_VERSION),
+                              3);
+        }
         return false;
     } catch (...) {
         db.rollbackQuietly();

@@ -10,6 +10,9 @@
 //                                   keyed by class row and canonical key text,
 //                                   clustered so that a class's instances are
 //                                   read in one range scan
+//   refs (target, assoc, keys, role)
+//                                   the index of references of association
+//                                   instances (tarn::ReferenceIndex)
 //
 // Definitions and properties are in the binary form of tarn::SchemaCodec and
 // tarn::InstanceCodec. The file carries SQLite's application id "TARN".
@@ -20,13 +23,17 @@
 // names both versions, since this code would misread it.
 #pragma once
 
+#include <memory>
+
+#include "repository/SchemaSnapshot.h"
 #include "repository/SqliteConnection.h"
 
 namespace tarn {
 
 class StorageSchema {
   public:
-    static constexpr int CURRENT_VERSION = 1;
+    // 1: the first; 2: the index of references.
+    static constexpr int CURRENT_VERSION = 2;
     static constexpr std::int32_t APPLICATION_ID = 0x5441524E;  // "TARN"
 
     // Brings the database to the current format: creates the tables in an
@@ -36,6 +43,9 @@ class StorageSchema {
     static bool prepare(SqliteConnection& db);
     // The format version of an open repository.
     static int version(SqliteConnection& db);
+    // The whole schema as the database holds it, read in the caller's
+    // transaction. Throws VelaBaseException (code 1) for a damaged schema.
+    static std::shared_ptr<const SchemaSnapshot> readSchema(SqliteConnection& db);
 
   private:
     static void create(SqliteConnection& db);

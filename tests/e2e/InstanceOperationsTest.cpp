@@ -1,8 +1,9 @@
 // The instance operations in a running tarnd: wbemcli (a client written
 // elsewhere) lists, reads, modifies and deletes instances of the default
-// schema in root/cimv2; raw requests compare whole response bodies where the
-// operations shape them: DeepInheritance, PropertyList, parameters they do
-// not know, and providers that fail before or after their first instance.
+// schema in root/cimv2 and follows their associations; raw requests compare
+// whole response bodies where the operations shape them: DeepInheritance,
+// PropertyList, parameters they do not know, and providers that fail before
+// or after their first instance.
 #include <gtest/gtest.h>
 
 #include "OperationsFixture.h"
@@ -157,6 +158,65 @@ TEST_F(InstanceOperationsTest, ACreatedInstanceIsReadModifiedAndDeletedWithWbemc
     Client again = wbemcli("di", kNewPort);
     EXPECT_NE(again.status, 0);
     EXPECT_NE(again.output.find("(6) CIM_ERR_NOT_FOUND"), std::string::npos) << again.output;
+}
+
+TEST_F(InstanceOperationsTest, WbemcliFollowsTheAssociationsOfTheDefaultSchema) {
+    startTarnd();
+    // Paths of results carry the host tarnd advertises (the machine's name);
+    // wbemcli prints a reference inside a path as host/namespace + class.
+    char host[256] = {};
+    ASSERT_EQ(::gethostname(host, sizeof host - 1), 0);
+    const std::string returned = std::string(host) + "/root/cimv2";
+    const std::string system =
+        "TARN_ComputerSystem.Name=\"tarn-example.local\",CreationClassName=\"TARN_ComputerSystem\"";
+    const std::string service =
+        "TARN_Service.Name=\"tarn-cimxml\",SystemCreationClassName=\"TARN_ComputerSystem\","
+        "SystemName=\"tarn-example.local\",CreationClassName=\"TARN_Service\"";
+    auto port = [](int number) {
+        return "TARN_ListeningPort.Address=\"127.0.0.1\",Port=" + std::to_string(number) +
+               ",Transport=6";
+    };
+    auto serviceOn = [&](int number) {
+        return "TARN_ServiceListeningPort.Antecedent=" + returned + service +
+               ",Dependent=" + returned + port(number);
+    };
+
+    Client names = wbemcli("ain", service);
+    EXPECT_EQ(names.status, 0) << names.output;
+    EXPECT_EQ(names.lines(),
+              (std::vector<std::string>{returned + ":" + system, returned + ":" + port(5988),
+                                        returned + ":" + port(5989)}));
+    Client ports = wbemcli("ai", service, {"-ac", "TARN_ServiceListeningPort", "Port,Secure"});
+    EXPECT_EQ(ports.status, 0) << ports.output;
+    EXPECT_EQ(ports.lines(),
+              (std::vector<std::string>{returned + ":" + port(5988) + " Port=5988,Secure=FALSE",
+                                        returned + ":" + port(5989) + " Port=5989,Secure=TRUE"}));
+    Client hosting = wbemcli(
+        "ai", service, {"-arc", "CIM_System", "-ar", "Dependent", "-arr", "Antecedent", "Name"});
+    EXPECT_EQ(hosting.output, returned + ":" + system + " Name=\"tarn-example.local\"\n");
+
+    Client links = wbemcli("rin", service, {"-arc", "TARN_ServiceListeningPort"});
+    EXPECT_EQ(links.status, 0) << links.output;
+    EXPECT_EQ(links.lines(), (std::vector<std::string>{returned + ":" + serviceOn(5988),
+                                                       returned + ":" + serviceOn(5989)}));
+    Client hosted = wbemcli("ri", service, {"-ar", "Dependent", "Antecedent"});
+    EXPECT_EQ(hosted.status, 0) << hosted.output;
+    const std::string hostedService =
+        "TARN_HostedService.Antecedent=" + returned + system + ",Dependent=" + returned + service;
+    EXPECT_EQ(hosted.output,
+              returned + ":" + hostedService + " Antecedent=" + returned + system + "\n");
+
+    // wbemcli sends the references of a path with the host of its URL: they
+    // name the same instances.
+    const std::string given =
+        "TARN_ServiceListeningPort.Antecedent=" + service + ",Dependent=" + port(5989);
+    Client one = wbemcli("gi", given, {"Dependent"});
+    EXPECT_EQ(one.status, 0) << one.output;
+    Client gone = wbemcli("di", given);
+    EXPECT_EQ(gone.status, 0) << gone.output;
+    EXPECT_EQ(wbemcli("rin", service, {"-arc", "TARN_ServiceListeningPort"}).lines(),
+              (std::vector<std::string>{returned + ":" + serviceOn(5988)}));
+    EXPECT_EQ(wbemcli("ain", port(5989)).output, "");
 }
 
 // ---- Whole bodies ----

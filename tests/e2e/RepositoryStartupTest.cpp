@@ -80,14 +80,14 @@ TEST_F(RepositoryStartupTest, ARepositoryTarndCannotUseStopsTheStart) {
     sqlite3* handle = nullptr;
     ASSERT_EQ(sqlite3_open(db().c_str(), &handle), SQLITE_OK);
     ASSERT_EQ(
-        sqlite3_exec(handle, "UPDATE repository_meta SET value='2' WHERE name='format_version'",
+        sqlite3_exec(handle, "UPDATE repository_meta SET value='3' WHERE name='format_version'",
                      nullptr, nullptr, nullptr),
         SQLITE_OK);
     sqlite3_close(handle);
     std::tie(status, out) = runTarnd({});
     EXPECT_EQ(status, 1) << out;
     EXPECT_NE(out.find("tarnd: the repository " + db() +
-                       " has format version 2, newer than this TARN can read (version 1)"),
+                       " has format version 3, newer than this TARN can read (version 2)"),
               std::string::npos)
         << out;
     EXPECT_EQ(out.find("running;"), std::string::npos) << out;

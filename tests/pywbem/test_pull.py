@@ -150,3 +150,25 @@ def test_a_query_is_pulled_with_its_result_class(conn, tarnd):
     iterated = tarnd.connection(use_pull_operations=True).IterQueryInstances(
         "WQL", query, MaxObjectCount=5)
     assert len(list(iterated.generator)) == COUNT - 10
+
+
+def test_association_traversals_are_pulled_as_their_plain_forms_answer(conn):
+    system = conn.EnumerateInstanceNames("TARN_ComputerSystem")[0]
+    cases = [
+        (conn.OpenAssociatorInstances, conn.PullInstancesWithPath, conn.Associators,
+         {"AssocClass": "TARN_HostedService"}),
+        (conn.OpenAssociatorInstancePaths, conn.PullInstancePaths, conn.AssociatorNames, {}),
+        (conn.OpenReferenceInstances, conn.PullInstancesWithPath, conn.References, {}),
+        (conn.OpenReferenceInstancePaths, conn.PullInstancePaths, conn.ReferenceNames,
+         {"Role": "Antecedent"}),
+    ]
+    for open_, pull, plain, filters in cases:
+        expected = plain(system, **filters)
+        assert expected, plain.__name__
+        got, _ = pull_all(conn, open_(system, MaxObjectCount=1, **filters), pull, 1)
+        paths = {str(x.path if hasattr(x, "path") else x).lower() for x in got}
+        assert paths == {str(x.path if hasattr(x, "path") else x).lower() for x in expected}, \
+            open_.__name__
+    with cim_error(pywbem.CIM_ERR_INVALID_PARAMETER):
+        conn.OpenAssociatorInstances(pywbem.CIMInstanceName("TARN_ComputerSystem",
+                                                            namespace="root/cimv2"))

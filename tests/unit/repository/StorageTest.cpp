@@ -111,9 +111,9 @@ TEST_F(Storage, ANewerFormatOrAForeignFileIsRefusedWithAClearMessage) {
     std::string message;
     EXPECT_EQ(codeOf([&] { open(); }, &message), 1);
     EXPECT_EQ(message, "the repository " + dbPath() +
-                           " has format version 99, newer than this TARN can read (version 1); run "
+                           " has format version 99, newer than this TARN can read (version 2); run "
                            "a newer TARN, or move the file away to start a new repository");
-    sql(dbPath(), "UPDATE repository_meta SET value='1' WHERE name='format_version'");
+    sql(dbPath(), "UPDATE repository_meta SET value='2' WHERE name='format_version'");
     EXPECT_EQ(codeOf([&] { open(); }), 0);
     repo.reset();
 
