@@ -66,7 +66,8 @@ class VELHTTPClient {
     static constexpr std::size_t MAX_RESPONSE_HEAD = 64u * 1024u;
 
     // baseURL: scheme and authority ("https://host:5989"); requests go to
-    // baseURL + path. secure: the scheme must be https (else http).
+    // baseURL + path. timeoutMilliseconds bounds each exchange (at least 1).
+    // secure: the scheme must be https (else http).
     // Throws VELNetException when no client can be made.
     VELHTTPClient(const VELString& baseURL, std::uint32_t timeoutMilliseconds, bool secure);
     ~VELHTTPClient();

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -211,7 +212,8 @@ VELHTTPClient::VELHTTPClient(const VELString& baseURL, std::uint32_t timeoutMill
     : _impl(std::make_unique<Impl>()) {
     initialiseCurl();
     _impl->baseURL = baseURL;
-    _impl->timeoutMs = timeoutMilliseconds;
+    // libcurl reads 0 as "no limit"; every exchange must end.
+    _impl->timeoutMs = std::max<std::uint32_t>(timeoutMilliseconds, 1);
     _impl->secure = secure;
     _impl->socket = &_socket;
     TARNConfigManager& config = TARNConfigManager::getInstance();
