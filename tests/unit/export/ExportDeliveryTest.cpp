@@ -150,27 +150,21 @@ TEST_F(Export, DeliveryAttemptTimeoutIsCorrectedAndBoundsEachAttempt) {
 }
 
 TEST_F(Export, OutboundConnectionsLeaveFromTheFirstFreeConfiguredPort) {
-    tarntest::Socket busy(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    socklen_t len = sizeof a;
-    ASSERT_EQ(::bind(busy.fd(), reinterpret_cast<sockaddr*>(&a), len), 0);
-    ASSERT_EQ(::getsockname(busy.fd(), reinterpret_cast<sockaddr*>(&a), &len), 0);
-    const std::string taken = std::to_string(ntohs(a.sin_port));
-    // Two ports free on every address of both families a moment ago (another
-    // process may have taken one since).
-    auto freePort = [] {
-        tarntest::Socket s(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        int v6only = 0;
-        ::setsockopt(s.fd(), IPPROTO_IPV6, IPV6_V6ONLY, &v6only, sizeof v6only);
-        sockaddr_in6 a6{};
-        a6.sin6_family = AF_INET6;
-        socklen_t len6 = sizeof a6;
-        ::bind(s.fd(), reinterpret_cast<sockaddr*>(&a6), len6);
-        ::getsockname(s.fd(), reinterpret_cast<sockaddr*>(&a6), &len6);
-        return std::to_string(ntohs(a6.sin6_port));
+    // A port of the wildcard address, as the client binds them, chosen by
+    // the system; busy while the socket lives.
+    auto bindAny = [](const tarntest::Socket& s) {
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        socklen_t len = sizeof a;
+        EXPECT_EQ(::bind(s.fd(), reinterpret_cast<sockaddr*>(&a), len), 0);
+        ::getsockname(s.fd(), reinterpret_cast<sockaddr*>(&a), &len);
+        return std::to_string(ntohs(a.sin_port));
     };
-    const std::string list = taken + "," + freePort() + "," + freePort();
+    auto tcp = [] { return tarntest::Socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)); };
+    tarntest::Socket busy = tcp();
+    const std::string taken = bindAny(busy);
+    // Two that were free a moment ago (another process may have taken one).
+    const std::string list = taken + "," + bindAny(tcp()) + "," + bindAny(tcp());
     const std::string ports = "[Indication]\nOutboundConnectionPorts = ";
     Listener listener;
 
