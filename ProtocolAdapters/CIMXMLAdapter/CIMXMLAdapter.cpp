@@ -11,6 +11,9 @@
 #include "vela/AdapterUtils.h"
 #include "vela/AuthenticationHelper.h"
 #include "vela/CIMUtil.h"
+#include "vela/IVelaClass.h"
+#include "vela/IVelaInstanceName.h"
+#include "vela/IVelaNameSpacePath.h"
 #include "vela/TARNClientInfo.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VELCIMStrings.h"
@@ -314,24 +317,52 @@ VELSmrPtr<CIMXMLAdapter::URLList> CIMXMLAdapter::buildVelaURL() const {
 
 // -------------------------------------------------------- indication export
 
-bool CIMXMLAdapter::canDeliverIndication(const VELSmrPtr<IVelaObject>&) {
-    log("cimxmlpa::CIMXMLAdapter::canDeliverIndication",
-        "Indication delivery is not implemented; no listener destination is accepted", 2);
+bool CIMXMLAdapter::canDeliverIndication(const VELSmrPtr<IVelaObject>& handler) {
+    if (handler.isNull()) {
+        return false;
+    }
+    const VELSmrPtr<IVelaInstanceName>& path = handler->getPath();
+    const VELString nameSpace = path.isNull() || path->getNameSpacePath().isNull()
+                                    ? VELString()
+                                    : path->getNameSpacePath()->getNameSpace();
+    for (VELSmrPtr<IVelaClass> cls = context.getClass(nameSpace, handler->getClassName());
+         !cls.isNull(); cls = cls->getSuperClass()) {
+        if (cls->getName().equalsIgnoreCase("CIM_ListenerDestinationCIMXML")) {
+            return true;
+        }
+    }
     return false;
 }
 
-bool CIMXMLAdapter::deliverIndication(const VELString&, const VELSmrPtr<IVelaObject>&,
-                                      const VELSmrPtr<IVelaObject>&,
-                                      const VELSmrPtr<VELValSlist<VELString>>&) {
-    log("cimxmlpa::CIMXMLAdapter::deliverIndication",
-        "Indication delivery is not implemented; the indication was not delivered", 2);
-    return false;
+bool CIMXMLAdapter::deliverIndication(const VELString& nameSpace,
+                                      const VELSmrPtr<IVelaObject>& indication,
+                                      const VELSmrPtr<IVelaObject>& handler,
+                                      const VELSmrPtr<VELValSlist<VELString>>& propertyList) {
+    if (!canDeliverIndication(handler)) {
+        return false;
+    }
+    return indicationDeliveryService.deliverIndication(nameSpace, indication, handler,
+                                                       propertyList);
 }
 
-void CIMXMLAdapter::encodeIndication(std::ostream&, const VELString&, const VELSmrPtr<IVelaObject>&,
-                                     const VELSmrPtr<VELValSlist<VELString>>&) {
-    log("cimxmlpa::CIMXMLAdapter::encodeIndication",
-        "Indication delivery is not implemented; nothing was encoded", 2);
+void CIMXMLAdapter::encodeIndication(std::ostream& out, const VELString& nameSpace,
+                                     const VELSmrPtr<IVelaObject>& indication,
+                                     const VELSmrPtr<VELValSlist<VELString>>& propertyList) {
+    if (indication.isNull()) {
+        log("CIMIndicationDeliveryService::deliverIndication",
+            "Indication Delivery failed due to null indication", 1);
+        return;
+    }
+    streamIndicationDelivery(out, indication, propertyList,
+                             context.getClass(nameSpace, indication->getClassName()));
+}
+
+void CIMXMLAdapter::streamIndicationDelivery(std::ostream& out,
+                                             const VELSmrPtr<IVelaObject>& indication,
+                                             const VELSmrPtr<VELValSlist<VELString>>& propertyList,
+                                             const VELSmrPtr<IVelaClass>& indicationClass) {
+    CIMIndicationDeliveryService::streamIndicationDelivery(out, indication, propertyList,
+                                                           indicationClass);
 }
 
 // --------------------------------------------------------- header validation

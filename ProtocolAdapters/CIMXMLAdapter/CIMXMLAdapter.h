@@ -76,14 +76,23 @@ class CIMXMLAdapter : public IVelaProtocolAdapter {
     std::uint16_t getAdvertisedType() const override;
     VELSmrPtr<URLList> getURL() const override;
 
-    // Indication export is not available yet: no destination is accepted.
+    // True when handler is an instance of CIM_ListenerDestinationCIMXML or
+    // of a subclass (its class looked up in the namespace of its path).
     bool canDeliverIndication(const VELSmrPtr<IVelaObject>& handler) override;
+    // Exports the indication (an instance of nameSpace) to the destination
+    // handler with the properties of propertyList (null: all), retrying as
+    // configured, on the calling thread; true when the listener took it.
+    // False at once for a destination this adapter cannot deliver to.
     bool deliverIndication(const VELString& nameSpace, const VELSmrPtr<IVelaObject>& indication,
                            const VELSmrPtr<IVelaObject>& handler,
                            const VELSmrPtr<VELValSlist<VELString>>& propertyList) override;
+    // Writes the export request body of the indication to out.
     void encodeIndication(std::ostream& out, const VELString& nameSpace,
                           const VELSmrPtr<IVelaObject>& indication,
                           const VELSmrPtr<VELValSlist<VELString>>& propertyList) override;
+    void streamIndicationDelivery(std::ostream& out, const VELSmrPtr<IVelaObject>& indication,
+                                  const VELSmrPtr<VELValSlist<VELString>>& propertyList,
+                                  const VELSmrPtr<IVelaClass>& indicationClass);
 
     // The URLs of the advertised ports, one per port, or one per interface
     // of the IPv4 interface filter that the port accepts.

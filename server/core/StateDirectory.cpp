@@ -36,6 +36,9 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     ";Level = 3\n"
     ";TraceFile = trace.log\n"
     ";MaxFileSizeMB = 64\n"
+    "; Indication deliveries written to the trace log, request and answer.\n"
+    ";TraceIndications = false\n"
+    ";TraceIndicationsBufSize = 0\n"
     "\n"
     "[HTTP]\n"
     ";ListenAddress = 127.0.0.1\n"
@@ -74,7 +77,16 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     ";BatchWaitMs = 3000\n"
     ";QueueCapacity = 64\n"
     ";MaxOpen = 256\n"
-    ";MaxOpenPerUser = 64\n";
+    ";MaxOpenPerUser = 64\n"
+    "\n"
+    "[Indication]\n"
+    "; Seconds one delivery attempt may take; local ports deliveries connect\n"
+    "; from (such as 5000,5002-5010; empty: any); checks of HTTPS listeners'\n"
+    "; certificates, against the system's trust store or the PEM file given.\n"
+    ";DeliveryAttemptTimeout = 2\n"
+    ";OutboundConnectionPorts =\n"
+    ";VerifyCertificates = true\n"
+    ";CACertificateFile =\n";
 
 void StateDirectory::prepare() const {
     if (exists(_dir)) {

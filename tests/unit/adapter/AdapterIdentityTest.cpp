@@ -123,17 +123,23 @@ TEST(CIMXMLAdapter, UrlsOfAdvertisedPortsWithTheInterfaceFilter) {
     }
 }
 
-TEST(CIMXMLAdapter, IndicationSlotsDeliverNothingYetAndSaySo) {
+TEST(CIMXMLAdapter, NullIndicationsAndDestinationsAreRefusedBeforeAnyAttempt) {
     tarn::ObjectManagerContext context(portInfo(), noClasses());
     CIMXMLAdapter adapter(context);
     tarn::LogCapture log;
+    // A null destination is simply not one the adapter can deliver to.
     EXPECT_FALSE(adapter.canDeliverIndication(nullptr));
     EXPECT_FALSE(adapter.deliverIndication("root/cimv2", nullptr, nullptr, nullptr));
+    EXPECT_EQ(log.lines().size(), 0u);
     std::ostringstream os;
     adapter.encodeIndication(os, "root/cimv2", nullptr, nullptr);
     EXPECT_EQ(os.str(), "");
-    EXPECT_EQ(log.lines().size(), 3u);
-    EXPECT_TRUE(log.containsText("Indication delivery is not implemented"));
+    const char* source = "CIMIndicationDeliveryService::deliverIndication";
+    EXPECT_TRUE(log.contains(source, "Indication Delivery failed due to null indication", 1));
+    cimxmlpa::CIMIndicationDeliveryService service(context);
+    EXPECT_FALSE(service.deliverIndication("root/cimv2", nullptr, nullptr, nullptr));
+    EXPECT_TRUE(log.contains(source, "Indication Delivery failed due to null destination", 1));
+    EXPECT_EQ(log.count("Indication Delivery failed due to null indication"), 2u);
 }
 
 TEST(CIMIndicationDeliveryService, ReadsTheOutboundPortsOfTheConfiguration) {

@@ -1,0 +1,223 @@
+// Indication export from the adapter to listeners on real sockets: the
+// request on the wire, retries with the indication service's settings,
+// attempt time-outs, outbound local ports, HTTPS verification and tracing.
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "CIMXMLAdapter.h"
+#include "ExportTestSupport.h"
+#include "security/TLSCertificate.h"
+#include "tarn/LogCapture.h"
+#include "vela/CVelaInstanceName.h"
+#include "vela/CVelaNameSpacePath.h"
+#include "vela/TARNConfigManager.h"
+
+namespace exporttest {
+namespace {
+
+using cimxmlpa::CIMXMLAdapter;
+using L = Listener;
+const char* const kDeliver = "CIMIndicationDeliveryService::deliverIndication";
+
+VELSmrPtr<IVelaObject> destination(const std::string& url,
+                                   const char* cls = "CIM_ListenerDestinationCIMXML") {
+    auto d = makeVELSmrPtr<CVelaObject>(
+        cls, makeVELSmrPtr<CVelaInstanceName>(
+                 cls, VELSmrPtr<IVelaNameSpacePath>(new CVelaNameSpacePath("", "interop"))));
+    d->addProperty("Name", CVelaValue::makeString(" listener-1\t\n"));
+    d->addProperty("Destination", CVelaValue::makeString(url));
+    return d;
+}
+
+class Export : public ::testing::Test {
+  protected:
+    // The adapter reads its outbound ports when made: configure first.
+    bool deliver(const std::string& url, const std::string& configuration = "") {
+        TARNConfigManager::getInstance().loadFromString(configuration);
+        auto indication = makeVELSmrPtr<CVelaObject>("CIM_InstCreation");
+        indication->addProperty("IndicationIdentifier", CVelaValue::makeString("42 & <x>"));
+        bool delivered = CIMXMLAdapter(context).deliverIndication("interop", indication,
+                                                                  destination(url), nullptr);
+        TARNConfigManager::getInstance().loadFromString("");
+        return delivered;
+    }
+    // How the last delivery ended, by its final line: "succeeded/4", "failed/1".
+    std::string outcome() const {
+        std::string found;
+        for (const auto& l : log.lines()) {
+            if (l.source == kDeliver && l.message.beginsWith("Indication #") &&
+                l.message.contains(" delivery to destination 'listener-1' ")) {
+                found = l.message.substring(l.message.rfind(' ') + 1).str() + "/" +
+                        std::to_string(l.severity);
+            }
+        }
+        return found;
+    }
+    std::size_t lines(const std::function<bool(const tarn::LogCapture::Line&)>& which) const {
+        auto all = log.lines();
+        return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), which));
+    }
+
+    tarn::ObjectManagerContext& context = ObjectManager::context();
+    tarn::LogCapture log;
+};
+
+TEST_F(Export, TheListenerReceivesTheWholeExportMessageWithItsThreeHeaders) {
+    Listener listener;
+    // The trace size applies only while tracing is off: on, all is traced.
+    ASSERT_TRUE(deliver(listener.url() + "/cimlistener/one",
+                        "[Log]\nTraceIndications = true\nTraceIndicationsBufSize = 10\n"));
+    EXPECT_EQ(outcome(), "succeeded/4");
+    EXPECT_EQ(lines([](const auto& l) {
+                  return l.source == "VELHTTPClient" && l.message.contains("</MESSAGE></CIM>");
+              }),
+              1u);
+    auto requests = listener.requests();
+    ASSERT_EQ(requests.size(), 1u);
+    const std::string& head = requests[0].head;
+    EXPECT_EQ(head.substr(0, head.find("\r\n")), "POST /cimlistener/one HTTP/1.1");
+    EXPECT_NE(head.find("\r\nContent-Type: application/xml; charset=\"utf-8\"\r\n"
+                        "CIMExport: MethodRequest\r\nCIMExportMethod: ExportIndication\r\n"),
+              std::string::npos)
+        << head;
+
+    static const std::regex id("MESSAGE ID=\"[0-9]{14}\\.[0-9]{6}\\+000\"");
+    EXPECT_EQ(std::regex_replace(requests[0].body, id, "MESSAGE ID=\"@\""),
+              "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
+              "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"@\" "
+              "PROTOCOLVERSION=\"1.0\">\n"
+              "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"> \n"
+              "<EXPPARAMVALUE NAME=\"NewIndication\">\n"
+              "<INSTANCE CLASSNAME=\"CIM_InstCreation\">\n"
+              "<PROPERTY NAME=\"IndicationIdentifier\" TYPE=\"string\"><VALUE>42 &amp; "
+              "&lt;x&gt;</VALUE>\n</PROPERTY>\n"
+              "</INSTANCE>\n\n"
+              "</EXPPARAMVALUE>\n"
+              "</EXPMETHODCALL></SIMPLEEXPREQ></MESSAGE></CIM>");
+}
+
+TEST_F(Export, FailedAttemptsAreRetriedAsTheIndicationServiceSays) {
+    // CIM_IndicationService: 2 retries, 1 second apart.
+    struct Case {
+        const char* name;
+        std::vector<L::Answer> script;
+        bool reachable;
+        bool delivered;
+        int attempts;
+    };
+    const Case cases[] = {
+        {"500 each time", {L::ServerError, L::ServerError, L::ServerError}, true, false, 3},
+        {"500, then 200", {L::ServerError}, true, true, 2},
+        {"nobody listens", {}, false, false, 3},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        log.clear();
+        Listener listener(c.script);
+        const Clock::time_point start = Clock::now();
+        EXPECT_EQ(deliver(c.reachable ? listener.url()
+                                      : "127.0.0.1:" + std::to_string(tarntest::freePort())),
+                  c.delivered);
+        EXPECT_GE(Clock::now() - start, std::chrono::seconds(c.attempts - 1));
+        EXPECT_EQ(outcome(), c.delivered ? "succeeded/4" : "failed/1");
+        EXPECT_EQ(listener.connections(), c.reachable ? c.attempts : 0);
+        EXPECT_EQ(lines([](const auto& l) { return l.message.beginsWith("Exception: POST to "); }),
+                  c.reachable ? 0u : 3u);
+    }
+}
+
+TEST_F(Export, DeliveryAttemptTimeoutIsCorrectedAndBoundsEachAttempt) {
+    Listener silentFirst({L::Silent});
+    EXPECT_TRUE(deliver(silentFirst.url(), "[Indication]\nDeliveryAttemptTimeout = 0\n"));
+    EXPECT_TRUE(log.contains(kDeliver,
+                             "Delivery attempt timeout of 0 (zero) is not allowed and is being "
+                             "changed to the default value of 2 seconds",
+                             2));
+    auto requests = silentFirst.requests();
+    ASSERT_EQ(requests.size(), 2u);
+    // The silent attempt ends after 2 seconds, the next begins 1 second later.
+    EXPECT_GT(requests[1].at - requests[0].at, std::chrono::milliseconds(2700));
+    EXPECT_LT(requests[1].at - requests[0].at, std::chrono::milliseconds(4500));
+
+    Listener listener;
+    EXPECT_TRUE(deliver(listener.url(), "[Indication]\nDeliveryAttemptTimeout = 5000000\n"));
+    EXPECT_TRUE(log.contains(kDeliver,
+                             "Requested indication initial delivery timeout of 5000000 is being "
+                             "reduced to 4294967 because of implementation limits",
+                             2));
+    EXPECT_EQ(lines([](const auto& l) { return l.severity == 2; }), 2u);
+}
+
+TEST_F(Export, OutboundConnectionsLeaveFromTheFirstFreeConfiguredPort) {
+    // A port of the wildcard address, as the client binds them, chosen by
+    // the system; busy while the socket lives.
+    auto bindAny = [](const tarntest::Socket& s) {
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        socklen_t len = sizeof a;
+        EXPECT_EQ(::bind(s.fd(), reinterpret_cast<sockaddr*>(&a), len), 0);
+        ::getsockname(s.fd(), reinterpret_cast<sockaddr*>(&a), &len);
+        return std::to_string(ntohs(a.sin_port));
+    };
+    auto tcp = [] { return tarntest::Socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)); };
+    tarntest::Socket busy = tcp();
+    const std::string taken = bindAny(busy);
+    // Two that were free a moment ago (another process may have taken one).
+    const std::string list = taken + "," + bindAny(tcp()) + "," + bindAny(tcp());
+    const std::string ports = "[Indication]\nOutboundConnectionPorts = ";
+    Listener listener;
+
+    // Twice: each delivery binds a port of its own, and releases it.
+    ASSERT_TRUE(deliver(listener.url(), ports + list));
+    ASSERT_TRUE(deliver(listener.url(), ports + list));
+    const std::string set = " set for outbound connections";
+    EXPECT_EQ(log.count("Local port localhost:" + taken + " unsuccessfully" + set), 2u);
+    auto requests = listener.requests();
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].peerPort, requests[1].peerPort);
+    for (const auto& r : requests) {
+        EXPECT_TRUE(log.contains(
+            "CIMIndicationDeliveryService",
+            "Local port localhost:" + std::to_string(r.peerPort) + " successfully" + set, 3));
+    }
+
+    log.clear();
+    EXPECT_FALSE(deliver(listener.url(), ports + taken));
+    EXPECT_EQ(log.count("Exception: Error binding to local port."), 3u);
+    EXPECT_EQ(outcome(), "failed/1");
+    EXPECT_EQ(listener.connections(), 2);
+}
+
+TEST_F(Export, HttpsVerifiesTheListenersCertificateUnlessToldNotTo) {
+    tarntest::TempDir dir;
+    const VELString cert = (dir.path() / "listener.crt").string();
+    const VELString key = (dir.path() / "listener.key").string();
+    tarn::TLSCertificate::generateSelfSigned(cert, key, "listener.example");
+    auto tls = tarn::TLSCertificate::makeServerContext(cert, key);
+    const std::pair<std::string, bool> cases[] = {
+        {"", false},  // the system's trust store does not know the listener
+        {"[Indication]\nCACertificateFile = " + cert.str(), true},
+        {"[Indication]\nVerifyCertificates = false", true},
+    };
+    for (const auto& [configuration, delivered] : cases) {
+        SCOPED_TRACE(configuration);
+        Listener listener({}, tls->native_handle());
+        EXPECT_EQ(deliver(listener.url() + "/tls", configuration), delivered);
+        EXPECT_EQ(listener.requests().size(), delivered ? 1u : 0u);
+        EXPECT_EQ(listener.connections(), delivered ? 1 : 3);
+    }
+}
+
+TEST_F(Export, DestinationsAreCheckedBeforeAnyAttempt) {
+    CIMXMLAdapter adapter(context);
+    EXPECT_TRUE(adapter.canDeliverIndication(destination("", "Test_Listener")));
+    EXPECT_FALSE(adapter.canDeliverIndication(destination("", "CIM_ListenerDestination")));
+    EXPECT_FALSE(adapter.canDeliverIndication(nullptr));
+    EXPECT_FALSE(deliver(" ftp://x/y "));
+    EXPECT_TRUE(log.contains(kDeliver, "Invalid destination: ftp://x/y", 1));
+    EXPECT_EQ(outcome(), "");
+}
+
+}  // namespace
+}  // namespace exporttest
