@@ -46,9 +46,9 @@ TEST_F(SchemaOperationsTest, WbemcliListsTheClassesAndReadsEveryInstanceWhole) {
                   "CIM_AllocatedLogicalElement", "CIM_ComputerSystem", "CIM_Dependency",
                   "CIM_EnabledLogicalElement", "CIM_HostedDependency", "CIM_HostedService",
                   "CIM_LogicalElement", "CIM_ManagedElement", "CIM_ManagedSystemElement",
-                  "CIM_Service", "CIM_ServiceAccessPoint", "CIM_SettingData", "CIM_System",
-                  "TARN_ComputerSystem", "TARN_HostedService", "TARN_ListeningPort", "TARN_Service",
-                  "TARN_ServiceListeningPort"}));
+                  "CIM_Service", "CIM_ServiceAccessBySAP", "CIM_ServiceAccessPoint",
+                  "CIM_SettingData", "CIM_System", "TARN_ComputerSystem", "TARN_HostedService",
+                  "TARN_ListeningPort", "TARN_Service", "TARN_ServiceListeningPort"}));
     EXPECT_EQ(classNames("root/cimv2", "CIM_System"),
               (std::vector<std::string>{"CIM_ComputerSystem", "TARN_ComputerSystem"}));
 
@@ -70,7 +70,7 @@ TEST_F(SchemaOperationsTest, WbemcliListsTheClassesAndReadsEveryInstanceWhole) {
             ++classes;
         }
     }
-    EXPECT_EQ(classes, 18u + 26u);
+    EXPECT_EQ(classes, 19u + 38u);
     Client services = wbemcli("ei", "TARN_Service");
     ASSERT_EQ(services.lines().size(), 2u) << services.output;
     for (const std::string& line : services.lines()) {
