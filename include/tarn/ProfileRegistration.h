@@ -5,7 +5,7 @@
 // instances and with CIM_ReferencedProfile to the profiles it references.
 //
 //   registrar.registerProfile({{"DMTF", "Indications", "1.2.2"}, "interop",
-//                              "CIM_IndicationService"});
+//                              "CIM_IndicationService", {}});
 #pragma once
 
 #include <vector>
