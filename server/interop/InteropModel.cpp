@@ -1,5 +1,6 @@
 #include "interop/InteropModel.h"
 
+#include "providers/CallbackResponse.h"
 #include "providers/InstancePaths.h"
 #include "repository/DefaultSchema.h"
 #include "tarn/CIMStatus.h"
@@ -626,25 +627,16 @@ bool InteropModel::eachCentralInstance(
     }
     const VELSmrPtr<IVelaInstanceName>& self = profile.instance->getPath();
     bool more = true;
-    class Names : public IMultiResponse<VELSmrPtr<IVelaInstanceName>> {
-      public:
-        explicit Names(std::function<bool(const VELSmrPtr<IVelaInstanceName>&)> f)
-            : _f(std::move(f)) {}
-        bool add(VELSmrPtr<IVelaInstanceName> item, bool) override { return _f(item); }
-        void setErrorCode(int) override {}
-        void Close() override {}
-
-      private:
-        std::function<bool(const VELSmrPtr<IVelaInstanceName>&)> _f;
-    } names([&](const VELSmrPtr<IVelaInstanceName>& name) {
-        VELSmrPtr<IVelaInstanceName> path = InstancePaths::withNameSpace(name, at.nameSpace);
-        // A profile whose central instances are profiles does not conform to itself.
-        if (InstancePaths::same(*path, *self, _settings.nameSpace)) {
-            return true;
-        }
-        more = each(path);
-        return more;
-    });
+    CallbackResponse<VELSmrPtr<IVelaInstanceName>> names(
+        [&](const VELSmrPtr<IVelaInstanceName>& name) {
+            VELSmrPtr<IVelaInstanceName> path = InstancePaths::withNameSpace(name, at.nameSpace);
+            // A profile whose central instances are profiles does not conform to itself.
+            if (InstancePaths::same(*path, *self, _settings.nameSpace)) {
+                return true;
+            }
+            more = each(path);
+            return more;
+        });
     for (const auto& cls : classes) {
         IInstanceProvider* provider = _providers.findInstanceProvider(at.nameSpace, cls->getName());
         if (!provider || cls->isAbstract()) {

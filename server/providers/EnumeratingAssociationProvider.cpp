@@ -1,27 +1,11 @@
 #include "providers/EnumeratingAssociationProvider.h"
 
+#include "providers/CallbackResponse.h"
 #include "providers/InstancePaths.h"
 
 namespace tarn {
 
 namespace {
-
-// Hands each enumerated instance to a function; false from it stops the provider.
-class Collector : public IMultiResponse<VELSmrPtr<IVelaObject>> {
-  public:
-    explicit Collector(std::function<bool(const VELSmrPtr<IVelaObject>&)> each)
-        : _each(std::move(each)) {}
-    bool add(VELSmrPtr<IVelaObject> item, bool) override {
-        _stopped = _stopped || !_each(item);
-        return !_stopped;
-    }
-    void setErrorCode(int) override {}
-    void Close() override {}
-
-  private:
-    std::function<bool(const VELSmrPtr<IVelaObject>&)> _each;
-    bool _stopped = false;
-};
 
 bool contains(const std::vector<VELString>& names, const VELString& name) {
     for (const VELString& n : names) {
@@ -59,21 +43,23 @@ void EnumeratingAssociationProvider::referrers(const ProviderContext& context,
             continue;
         }
         bool more = true;
-        Collector collector([&](const VELSmrPtr<IVelaObject>& association) {
-            std::vector<VELString> roles;
-            for (std::size_t i = 0; i < association->getPropertyCount(); ++i) {
-                const auto& p = association->getProperty(i);
-                if (!role.isNull() && !p->getName().equalsIgnoreCase(role)) {
-                    continue;
+        CallbackResponse<VELSmrPtr<IVelaObject>> collector(
+            [&](const VELSmrPtr<IVelaObject>& association) {
+                std::vector<VELString> roles;
+                for (std::size_t i = 0; i < association->getPropertyCount(); ++i) {
+                    const auto& p = association->getProperty(i);
+                    if (!role.isNull() && !p->getName().equalsIgnoreCase(role)) {
+                        continue;
+                    }
+                    VELSmrPtr<IVelaInstanceName> ref = referenceOf(*p);
+                    if (!ref.isNull() &&
+                        InstancePaths::same(*ref, *objectName, context.nameSpace)) {
+                        roles.push_back(p->getName());
+                    }
                 }
-                VELSmrPtr<IVelaInstanceName> ref = referenceOf(*p);
-                if (!ref.isNull() && InstancePaths::same(*ref, *objectName, context.nameSpace)) {
-                    roles.push_back(p->getName());
-                }
-            }
-            more = roles.empty() || each(association, roles);
-            return more;
-        });
+                more = roles.empty() || each(association, roles);
+                return more;
+            });
         provider->enumerateInstances(whole, cls, collector);
         if (!more) {
             return;

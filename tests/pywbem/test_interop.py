@@ -213,8 +213,9 @@ def test_the_interop_classes_are_the_cim_schema_s(conn):
             features[p.name.lower()] = (p.type, p.is_array, (p.reference_class or "").lower(),
                                         own(p.qualifiers))
         for m in cls.methods.values():
-            features[m.name.lower() + "()"] = (m.return_type, own(m.qualifiers), {
-                n.lower(): (a.type, a.is_array, own(a.qualifiers)) for n, a in m.parameters.items()})
+            parameters = {n.lower(): (a.type, a.is_array, own(a.qualifiers))
+                          for n, a in m.parameters.items()}
+            features[m.name.lower() + "()"] = (m.return_type, own(m.qualifiers), parameters)
         return features
 
     served = conn.EnumerateClasses(namespace=INTEROP, DeepInheritance=True, LocalOnly=True,
