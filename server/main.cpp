@@ -17,6 +17,8 @@
 #include "core/WorkerPool.h"
 #include "handler/OperationHandler.h"
 #include "http/HTTPServer.h"
+#include "interop/InteropProviders.h"
+#include "providers/EnumeratingAssociationProvider.h"
 #include "providers/ProviderRegistry.h"
 #include "providers/RepositoryAssociationProvider.h"
 #include "providers/RepositoryInstanceProvider.h"
@@ -85,6 +87,15 @@ VELString configuredFile(const tarn::StateDirectory& state, const char* section,
     return state.path(name);
 }
 
+// The schema directory: --schema-dir, else [Repository] SchemaDir, else the installed one.
+VELString schemaDirectory(const tarn::CommandLine& options) {
+    VELString configured = options.schemaDir;
+    if (configured.isNull()) {
+        TARNConfigManager::getInstance().getString("Repository", "SchemaDir", configured);
+    }
+    return tarn::DefaultSchema::locate(configured.trim());
+}
+
 // Opens the repository of the state directory, building it from the schema
 // directory's MOF when it is new (all or nothing: an interrupted first start
 // builds it again on the next), and makes its catalog the process's catalog.
@@ -95,11 +106,7 @@ std::unique_ptr<tarn::Repository> openRepository(const tarn::StateDirectory& sta
     tarn::Repository::Options repositoryOptions;
     repositoryOptions.catalog = std::move(catalog);
     auto repository = std::make_unique<tarn::Repository>(path, repositoryOptions);
-    VELString configured = options.schemaDir;
-    if (configured.isNull()) {
-        TARNConfigManager::getInstance().getString("Repository", "SchemaDir", configured);
-    }
-    VELString schemaDir = tarn::DefaultSchema::locate(configured.trim());
+    VELString schemaDir = schemaDirectory(options);
     if (tarn::DefaultSchema::ensure(*repository, schemaDir)) {
         AdapterUtils::log(WHO, "Repository " + path + " created from the schema in " + schemaDir,
                           3);
@@ -142,12 +149,30 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     context.setState(IVelaOperationHandlerContext::STARTING);
     std::unique_ptr<tarn::Repository> repository = openRepository(state, options, catalog);
 
-    // Providers: the repository serves every class no provider module claims.
+    // Providers: the built-in ones of the interop namespace, then the provider
+    // modules; the repository serves every class no provider claims.
+    tarn::AdapterRegistry adapters(context);
     tarn::ProviderRegistry providers;
     providers.setDefaultInstanceProvider(
         std::make_shared<tarn::RepositoryInstanceProvider>(*repository));
     providers.setDefaultAssociationProvider(
         std::make_shared<tarn::RepositoryAssociationProvider>(*repository, providers));
+    providers.setEnumeratingAssociationProvider(
+        std::make_shared<tarn::EnumeratingAssociationProvider>(*catalog, providers));
+    tarn::InteropModel::Settings interop;
+    interop.nameSpace = portInfo->getInteropNamespace();
+    interop.hostName = portInfo->getHostName();
+    interop.schemaDir = schemaDirectory(options);
+    interop.pull = tarn::PullSettings::fromConfiguration();
+    if (!catalog->hasNameSpace(interop.nameSpace)) {
+        AdapterUtils::log(WHO,
+                          "The interop namespace " + interop.nameSpace +
+                              " is not in the repository; nothing describes the object manager",
+                          2);
+    }
+    tarn::InteropProviders::registerAll(
+        providers, std::make_shared<tarn::InteropModel>(interop, *catalog, *repository, providers,
+                                                        adapters, portInfo));
     providers.loadConfiguredModules();
     // By default as many as there are request workers, so that no streaming
     // request waits behind another's providers.
@@ -179,7 +204,6 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
                           3);
     }
 
-    tarn::AdapterRegistry adapters(context);
     if (options.adapters.empty()) {
         VELString path = defaultAdapterPath();
         if (path.isNull()) {

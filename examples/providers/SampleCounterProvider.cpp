@@ -209,4 +209,8 @@ extern "C" void tarnRegisterProviders(tarn::IProviderRegistrar& registrar) {
     auto provider = std::make_shared<SampleCounterProvider>();
     registrar.registerInstanceProvider("root/cimv2", CLASS_NAME, provider);
     registrar.registerMethodProvider("root/cimv2", CLASS_NAME, provider);
+    // The module's management profile, advertised in the interop namespace
+    // with the counters as its central instances. "TARN" is no organisation
+    // of CIM_RegisteredProfile's list, so it is advertised as Other.
+    registrar.registerProfile({{"TARN", "Sample Counter", "1.0.0"}, "root/cimv2", CLASS_NAME, {}});
 }

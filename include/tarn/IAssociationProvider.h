@@ -18,9 +18,10 @@
 // other end that no longer exists is left out, not an error. Providers may
 // run on several threads at once; failures are thrown as VelaBaseException
 // whose code is the CIM status to report. A provider module that serves the
-// instances of an association class registers an association provider for it
-// too; otherwise the repository's index, which knows only the repository's
-// instances, is asked.
+// instances of an association class may register an association provider
+// for it too; otherwise the object manager follows the class by filtering
+// the instance provider's enumeration of it, which reads every instance of
+// the class on each request.
 #pragma once
 
 #include <vector>

@@ -12,6 +12,7 @@
 #include "tarn/IAssociationProvider.h"
 #include "tarn/IInstanceProvider.h"
 #include "tarn/IMethodProvider.h"
+#include "tarn/ProfileRegistration.h"
 
 namespace tarn {
 
@@ -25,7 +26,10 @@ class IProviderRegistrar {
 
     // The provider follows the instances of exactly this association class
     // in this namespace. Throws VelaBaseException when another provider
-    // already does.
+    // already does. Without one, a class whose instances a provider serves
+    // is followed through that provider's enumeration of the class (every
+    // request reads all its instances); other classes through the
+    // repository's index.
     virtual void registerAssociationProvider(const VELString& nameSpace, const VELString& className,
                                              std::shared_ptr<IAssociationProvider> provider) = 0;
 
@@ -34,6 +38,11 @@ class IProviderRegistrar {
     // Throws VelaBaseException when another provider already does.
     virtual void registerMethodProvider(const VELString& nameSpace, const VELString& className,
                                         std::shared_ptr<IMethodProvider> provider) = 0;
+
+    // The object manager advertises the profile in its interop namespace (see
+    // ProfileRegistration.h). Throws VelaBaseException when a profile of the
+    // same organisation, name and version is registered already.
+    virtual void registerProfile(const ProfileRegistration& profile) = 0;
 };
 
 // The entry point of provider plug-ins.

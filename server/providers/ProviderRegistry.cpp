@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include "providers/InstancePaths.h"
 #include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/TARNConfigManager.h"
@@ -25,6 +26,7 @@ ProviderRegistry::~ProviderRegistry() {
     _default.reset();
     _associationProviders.clear();
     _defaultAssociation.reset();
+    _enumeratingAssociation.reset();
     _methodProviders.clear();
     for (void* handle : _modules) {
         ::dlclose(handle);
@@ -85,15 +87,50 @@ void ProviderRegistry::setDefaultAssociationProvider(
     _defaultAssociation = std::move(provider);
 }
 
+void ProviderRegistry::setEnumeratingAssociationProvider(
+    std::shared_ptr<IAssociationProvider> provider) {
+    _enumeratingAssociation = std::move(provider);
+}
+
 IAssociationProvider* ProviderRegistry::findAssociationProvider(const VELString& nameSpace,
                                                                 const VELString& className) const {
-    if (!_associationProviders.empty()) {
-        auto it = _associationProviders.find(key(nameSpace, className));
-        if (it != _associationProviders.end()) {
-            return it->second.get();
-        }
+    if (_instanceProviders.empty() && _associationProviders.empty()) {
+        return _defaultAssociation.get();
+    }
+    const VELString k = key(nameSpace, className);
+    auto it = _associationProviders.find(k);
+    if (it != _associationProviders.end()) {
+        return it->second.get();
+    }
+    if (_enumeratingAssociation && _instanceProviders.count(k) != 0) {
+        return _enumeratingAssociation.get();
     }
     return _defaultAssociation.get();
+}
+
+VELSmrPtr<IVelaObject> ProviderRegistry::fetchInstance(
+    const ProviderContext& context, const VELSmrPtr<IVelaInstanceName>& name) const {
+    const VELString& ns = InstancePaths::nameSpaceOf(*name, context.nameSpace);
+    ProviderContext elsewhere;
+    const ProviderContext* at = &context;
+    if (!ns.equalsIgnoreCase(context.nameSpace)) {
+        elsewhere = context;
+        elsewhere.nameSpace = ns;
+        at = &elsewhere;
+    }
+    IInstanceProvider* provider = findInstanceProvider(ns, name->getClassName());
+    if (!provider) {
+        return nullptr;
+    }
+    try {
+        return provider->getInstance(*at, name);
+    } catch (const VelaBaseException& e) {
+        if (e.getCode() == CIM_ERR_NOT_FOUND || e.getCode() == CIM_ERR_INVALID_CLASS ||
+            e.getCode() == CIM_ERR_INVALID_NAMESPACE) {
+            return nullptr;
+        }
+        throw;
+    }
 }
 
 void ProviderRegistry::registerMethodProvider(const VELString& nameSpace,
@@ -127,6 +164,26 @@ IMethodProvider* ProviderRegistry::findMethodProvider(const VELString& nameSpace
         held = c->getSuperClass();
     }
     return nullptr;
+}
+
+void ProviderRegistry::registerProfile(const ProfileRegistration& profile) {
+    const ProfileId& id = profile.profile;
+    const VELString text = id.organization + " " + id.name + " " + id.version;
+    if (id.organization.isNull() || id.name.isNull() || id.version.isNull()) {
+        throw VelaBaseException(
+            "InvalidData", WHO, "registerProfile",
+            "a profile needs an organisation, a name and a version: '" + text + "'",
+            CIM_ERR_INVALID_PARAMETER);
+    }
+    for (const ProfileRegistration& p : _profiles) {
+        if (id.matches(p.profile) && id.version == p.profile.version) {
+            throw VelaBaseException("InvalidData", WHO, "registerProfile",
+                                    "the profile " + text + " is already registered",
+                                    CIM_ERR_ALREADY_EXISTS);
+        }
+    }
+    _profiles.push_back(profile);
+    AdapterUtils::log(WHO, "Profile registered: " + text, 3);
 }
 
 void ProviderRegistry::loadConfiguredModules() {

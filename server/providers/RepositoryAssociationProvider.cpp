@@ -1,7 +1,6 @@
 #include "providers/RepositoryAssociationProvider.h"
 
-#include "tarn/CIMStatus.h"
-#include "vela/VelaBaseException.h"
+#include "providers/InstancePaths.h"
 
 namespace tarn {
 
@@ -23,38 +22,6 @@ std::vector<VELString> namesOf(const IAssociationProvider::Classes& classes) {
         names.push_back(c->getName());
     }
     return names;
-}
-
-const VELString& nameSpaceOf(const IVelaInstanceName& name, const VELString& otherwise) {
-    const auto& path = name.getNameSpacePath();
-    return path.isNull() || path->getNameSpace().isNull() ? otherwise : path->getNameSpace();
-}
-
-// The object of that name from the provider that serves its class; null
-// when it no longer exists.
-VELSmrPtr<IVelaObject> fetch(const ProviderRegistry& providers, const ProviderContext& context,
-                             const VELSmrPtr<IVelaInstanceName>& name) {
-    const VELString& ns = nameSpaceOf(*name, context.nameSpace);
-    ProviderContext elsewhere;
-    const ProviderContext* at = &context;
-    if (!ns.equalsIgnoreCase(context.nameSpace)) {
-        elsewhere = context;
-        elsewhere.nameSpace = ns;
-        at = &elsewhere;
-    }
-    IInstanceProvider* provider = providers.findInstanceProvider(ns, name->getClassName());
-    if (!provider) {
-        return nullptr;
-    }
-    try {
-        return provider->getInstance(*at, name);
-    } catch (const VelaBaseException& e) {
-        if (e.getCode() == CIM_ERR_NOT_FOUND || e.getCode() == CIM_ERR_INVALID_CLASS ||
-            e.getCode() == CIM_ERR_INVALID_NAMESPACE) {
-            return nullptr;
-        }
-        throw;
-    }
 }
 
 }  // namespace
@@ -79,8 +46,8 @@ void RepositoryAssociationProvider::otherEnds(const ProviderContext& context,
                 }
                 VELSmrPtr<IVelaInstanceName> end = v->getReference();
                 if (!resultClass.isNull()) {
-                    auto cls =
-                        schema.getClass(nameSpaceOf(*end, context.nameSpace), end->getClassName());
+                    auto cls = schema.getClass(InstancePaths::nameSpaceOf(*end, context.nameSpace),
+                                               end->getClassName());
                     if (cls.isNull() || !cls->isA(resultClass)) {
                         continue;
                     }
@@ -101,7 +68,7 @@ void RepositoryAssociationProvider::associators(const ProviderContext& context,
                                                 IMultiResponse<VELSmrPtr<IVelaObject>>& out) {
     otherEnds(context, assocClasses, objectName, resultClass, role, resultRole,
               [&](const VELSmrPtr<IVelaInstanceName>& name) {
-                  VELSmrPtr<IVelaObject> object = fetch(_providers, context, name);
+                  VELSmrPtr<IVelaObject> object = _providers.fetchInstance(context, name);
                   return object.isNull() || out.add(std::move(object), true);
               });
 }

@@ -15,6 +15,28 @@ namespace tarn {
 
 const char* const DefaultSchema::ENTRY_FILE = "tarn.mof";
 const char* const DefaultSchema::INFO_NAME = "default_schema";
+const char* const DefaultSchema::QUALIFIERS_FILE = "qualifiers.mof";
+
+namespace {
+
+// The first errors of a failed compilation, for a message.
+VELString firstErrors(const MofCompiler& compiler) {
+    VELString message;
+    std::size_t shown = 0;
+    for (const auto& d : compiler.diagnostics()) {
+        if (!d.isError()) {
+            continue;
+        }
+        if (++shown > 5) {
+            message += " ...";
+            break;
+        }
+        message += " " + d.toString() + ";";
+    }
+    return message;
+}
+
+}  // namespace
 
 VELString DefaultSchema::locate(const VELString& configured) {
     if (!configured.isNull()) {
@@ -51,22 +73,35 @@ bool DefaultSchema::ensure(Repository& repository, const VELString& schemaDir) {
     std::strftime(when, sizeof when, "%Y-%m-%dT%H:%M:%SZ", &tm);
     sink.setInfoOnCommit(INFO_NAME, VELString(when) + " from " + schemaDir);
     if (!compiler.commit(sink)) {
-        VELString message = "the schema " + VELString(entry.string()) + " cannot be loaded:";
-        std::size_t shown = 0;
-        for (const auto& d : compiler.diagnostics()) {
-            if (!d.isError()) {
-                continue;
-            }
-            if (++shown > 5) {
-                message += " ...";
-                break;
-            }
-            message += " " + d.toString() + ";";
-        }
-        throw VelaBaseException("Repository", "tarn::DefaultSchema", "ensure", message,
+        throw VelaBaseException("Repository", "tarn::DefaultSchema", "ensure",
+                                "the schema " + VELString(entry.string()) +
+                                    " cannot be loaded:" + firstErrors(compiler),
                                 CIM_ERR_FAILED);
     }
     return true;
+}
+
+void DefaultSchema::createNameSpace(Repository& repository, const VELString& schemaDir,
+                                    const VELString& nameSpace) {
+    std::filesystem::path file = std::filesystem::path(schemaDir.str()) / QUALIFIERS_FILE;
+    MofOptions options;
+    options.defaultNameSpace = nameSpace.str();
+    MofCompiler compiler(options);
+    compiler.compileFile(file.string());
+    if (!compiler.finish()) {
+        throw VelaBaseException("Repository", "tarn::DefaultSchema", "createNameSpace",
+                                "the qualifier declarations " + VELString(file.string()) +
+                                    " cannot be loaded:" + firstErrors(compiler),
+                                CIM_ERR_FAILED);
+    }
+    RepositoryTransaction t = repository.beginTransaction();
+    t.createNameSpace(nameSpace);
+    for (const auto& result : compiler.result()) {
+        for (const auto& decl : result.qualifiers) {
+            t.addQualifierDecl(nameSpace, decl);
+        }
+    }
+    t.commit();
 }
 
 }  // namespace tarn

@@ -16,6 +16,9 @@ class DefaultSchema {
   public:
     static const char* const ENTRY_FILE;  // "tarn.mof"
     static const char* const INFO_NAME;   // "default_schema", the mark in repository_meta
+    // The standard qualifier declarations that every namespace of the
+    // default schema starts with.
+    static const char* const QUALIFIERS_FILE;  // "qualifiers.mof"
 
     // The schema directory: configured when not empty; otherwise
     // ../share/tarn/schema beside the running program when it exists; otherwise
@@ -25,6 +28,12 @@ class DefaultSchema {
     // Throws VelaBaseException (code 1) with the compiler's first messages
     // when the MOF does not compile or cannot be written.
     static bool ensure(Repository& repository, const VELString& schemaDir);
+    // Creates a namespace with the qualifier declarations of the schema
+    // directory's QUALIFIERS_FILE, in one transaction. Throws as
+    // Repository::createNameSpace (11 when it exists, 4 for a bad name), and
+    // with code 1 when the file does not compile.
+    static void createNameSpace(Repository& repository, const VELString& schemaDir,
+                                const VELString& nameSpace);
 };
 
 }  // namespace tarn

@@ -92,6 +92,12 @@ void Repository::createNameSpace(const VELString& nameSpace) {
     t.commit();
 }
 
+void Repository::deleteNameSpace(const VELString& nameSpace) {
+    RepositoryTransaction t = beginTransaction();
+    t.deleteNameSpace(nameSpace);
+    t.commit();
+}
+
 // Instances ------------------------------------------------------------------
 
 VELSmrPtr<CVelaObject> Repository::fetch(SqliteConnection& db, const SchemaSnapshot& schema,

@@ -34,6 +34,7 @@
 //   11 CIM_ERR_ALREADY_EXISTS     instance, namespace, or a different
 //                                 class or qualifier of that name exists
 //   13 CIM_ERR_TYPE_MISMATCH      a value that cannot be of its property's type
+//   20 CIM_ERR_NAMESPACE_NOT_EMPTY a namespace to delete holds classes
 //   1  CIM_ERR_FAILED             storage failures (disk, a damaged file)
 #pragma once
 
@@ -98,6 +99,9 @@ class Repository {
 
     // Names are components of letters, digits and "_" separated by "/". 11, 4.
     void createNameSpace(const VELString& nameSpace);
+    // Deletes a namespace that holds no class, with its qualifier
+    // declarations. 3, 20 (CIM_ERR_NAMESPACE_NOT_EMPTY).
+    void deleteNameSpace(const VELString& nameSpace);
 
     // Instances. Each returned instance carries its path (namespace, class
     // and keys) and every property of its class, in class order.

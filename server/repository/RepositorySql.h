@@ -13,6 +13,11 @@ struct RepositorySql {
     static constexpr const char* SELECT_NAMESPACES = "SELECT id, name FROM namespaces ORDER BY id";
     static constexpr const char* INSERT_NAMESPACE =
         "INSERT INTO namespaces (name) VALUES (?1) ON CONFLICT DO NOTHING";
+    static constexpr const char* COUNT_CLASSES_OF_NAMESPACE =
+        "SELECT count(*) FROM classes WHERE ns=?1";
+    static constexpr const char* DELETE_QUALIFIERS_OF_NAMESPACE =
+        "DELETE FROM qualifiers WHERE ns=?1";
+    static constexpr const char* DELETE_NAMESPACE = "DELETE FROM namespaces WHERE id=?1";
 
     static constexpr const char* SELECT_QUALIFIERS = "SELECT ns, definition FROM qualifiers";
     static constexpr const char* SELECT_QUALIFIER =

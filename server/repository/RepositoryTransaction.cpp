@@ -148,6 +148,35 @@ void RepositoryTransaction::createNameSpace(const VELString& nameSpace) {
     editSchema().addNameSpace(db().lastInsertId(), nameSpace);
 }
 
+void RepositoryTransaction::deleteNameSpace(const VELString& nameSpace) {
+    checkOpen();
+    const auto& ns = Repository::nameSpaceOf(schema(), nameSpace);
+    const std::int64_t id = ns.id;
+    const VELString name = ns.name;
+    // Counted in the database: another process may have added a class that
+    // this process's schema does not show yet.
+    std::int64_t classes = 0;
+    {
+        auto& st = db().statement(Sql::COUNT_CLASSES_OF_NAMESPACE);
+        SqliteStatement::Scope scope(st);
+        st.bind(1, id);
+        if (st.step()) {
+            classes = st.columnInt(0);
+        }
+    }
+    if (classes > 0) {
+        E::raise(CIM_ERR_NAMESPACE_NOT_EMPTY, "deleteNameSpace",
+                 "namespace " + name + " is not empty: it holds " + VELString::valueOf(classes) +
+                     (classes == 1 ? " class" : " classes"));
+    }
+    for (const char* sql : {Sql::DELETE_QUALIFIERS_OF_NAMESPACE, Sql::DELETE_NAMESPACE}) {
+        auto& st = db().statement(sql);
+        SqliteStatement::Scope scope(st);
+        st.bind(1, id).run();
+    }
+    editSchema().removeNameSpace(name);
+}
+
 bool RepositoryTransaction::addQualifierDecl(const VELString& nameSpace,
                                              const VELSmrPtr<IQualifierDef>& decl) {
     checkOpen();

@@ -36,6 +36,9 @@ class RepositoryTransaction {
 
     bool hasNameSpace(const VELString& nameSpace) const;
     void createNameSpace(const VELString& nameSpace);
+    // Deletes a namespace that holds no class, with its qualifier
+    // declarations. 3; 20 (CIM_ERR_NAMESPACE_NOT_EMPTY) when it holds classes.
+    void deleteNameSpace(const VELString& nameSpace);
     // True when declared; false when the same declaration was already there;
     // 11 when a different one of that name is.
     bool addQualifierDecl(const VELString& nameSpace, const VELSmrPtr<IQualifierDef>& decl);

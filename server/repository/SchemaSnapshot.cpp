@@ -84,6 +84,14 @@ void SchemaSnapshot::addNameSpace(std::int64_t id, const VELString& name) {
     _nameSpaces[name] = std::move(ns);
 }
 
+void SchemaSnapshot::removeNameSpace(const VELString& name) {
+    auto it = _nameSpaces.find(name);
+    if (it != _nameSpaces.end()) {
+        _owned.erase(it->second.get());
+        _nameSpaces.erase(it);
+    }
+}
+
 void SchemaSnapshot::setQualifier(const VELString& nameSpace,
                                   const VELSmrPtr<IQualifierDef>& decl) {
     NameSpace& ns = edit(nameSpace);

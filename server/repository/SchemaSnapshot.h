@@ -59,6 +59,7 @@ class SchemaSnapshot {
 
     // Edits; only on a snapshot that has not been published.
     void addNameSpace(std::int64_t id, const VELString& name);
+    void removeNameSpace(const VELString& name);
     // Adds or replaces the declaration.
     void setQualifier(const VELString& nameSpace, const VELSmrPtr<IQualifierDef>& decl);
     // cls must be resolved against the class of its superclass name in this snapshot.

@@ -38,7 +38,7 @@ TEST_F(RepositoryStartupTest, TheFirstStartBuildsTheRepositoryBeforeTheServerRun
     std::size_t starting = out.find("Object manager state: STARTING");
     std::size_t created = out.find("tarnd: Repository " + db() + " created from the schema in " +
                                    std::string(TARN_SOURCE_DIR) + "/schema");
-    std::size_t opened = out.find("tarnd: Repository " + db() + ": 2 namespaces, 44 classes");
+    std::size_t opened = out.find("tarnd: Repository " + db() + ": 2 namespaces, 57 classes");
     std::size_t started = out.find("Object manager state: STARTED");
     ASSERT_NE(created, std::string::npos) << out;
     ASSERT_NE(opened, std::string::npos) << out;
@@ -55,7 +55,7 @@ TEST_F(RepositoryStartupTest, TheFirstStartBuildsTheRepositoryBeforeTheServerRun
     ASSERT_TRUE(second.waitForOutput("running;", in(30s))) << second.output();
     EXPECT_EQ(second.output().find("created from the schema"), std::string::npos)
         << second.output();
-    EXPECT_NE(second.output().find(": 2 namespaces, 44 classes"), std::string::npos);
+    EXPECT_NE(second.output().find(": 2 namespaces, 57 classes"), std::string::npos);
     second.signal(SIGTERM);
     EXPECT_EQ(second.waitExit(in(15s)), std::optional<int>(0)) << second.output();
 }

@@ -3,6 +3,8 @@
 // whole (NULL arrays left out, so that it can parse them) and gets and sets
 // a property; raw requests compare whole response bodies where the
 // operations shape them.
+#include <map>
+
 #include "OperationsFixture.h"
 
 namespace tarntest {
@@ -25,11 +27,15 @@ class SchemaOperationsTest : public OperationsFixture {
         std::sort(names.begin(), names.end());
         return names;
     }
-    Client wbemcliIn(const std::string& nameSpace, const std::string& op, const std::string& path) {
+    Client wbemcliIn(const std::string& nameSpace, const std::string& op, const std::string& path,
+                     std::vector<std::string> more = {}) {
+        std::vector<std::string> argv = {"/usr/bin/wbemcli", op,
+                                         "http://admin:" + password +
+                                             "@127.0.0.1:" + std::to_string(httpPort) + "/" +
+                                             nameSpace + (path.empty() ? "" : ":" + path)};
+        argv.insert(argv.end(), more.begin(), more.end());
         ChildProcess client;
-        client.start({"/usr/bin/wbemcli", op,
-                      "http://admin:" + password + "@127.0.0.1:" + std::to_string(httpPort) + "/" +
-                          nameSpace + (path.empty() ? "" : ":" + path)});
+        client.start(argv);
         auto status = client.waitExit(in(30s));
         return {status.value_or(-1), client.output()};
     }
@@ -46,9 +52,9 @@ TEST_F(SchemaOperationsTest, WbemcliListsTheClassesAndReadsEveryInstanceWhole) {
                   "CIM_AllocatedLogicalElement", "CIM_ComputerSystem", "CIM_Dependency",
                   "CIM_EnabledLogicalElement", "CIM_HostedDependency", "CIM_HostedService",
                   "CIM_LogicalElement", "CIM_ManagedElement", "CIM_ManagedSystemElement",
-                  "CIM_Service", "CIM_ServiceAccessPoint", "CIM_SettingData", "CIM_System",
-                  "TARN_ComputerSystem", "TARN_HostedService", "TARN_ListeningPort", "TARN_Service",
-                  "TARN_ServiceListeningPort"}));
+                  "CIM_Service", "CIM_ServiceAccessBySAP", "CIM_ServiceAccessPoint",
+                  "CIM_SettingData", "CIM_System", "TARN_ComputerSystem", "TARN_HostedService",
+                  "TARN_ListeningPort", "TARN_Service", "TARN_ServiceListeningPort"}));
     EXPECT_EQ(classNames("root/cimv2", "CIM_System"),
               (std::vector<std::string>{"CIM_ComputerSystem", "TARN_ComputerSystem"}));
 
@@ -70,7 +76,7 @@ TEST_F(SchemaOperationsTest, WbemcliListsTheClassesAndReadsEveryInstanceWhole) {
             ++classes;
         }
     }
-    EXPECT_EQ(classes, 18u + 26u);
+    EXPECT_EQ(classes, 19u + 38u);
     Client services = wbemcli("ei", "TARN_Service");
     ASSERT_EQ(services.lines().size(), 2u) << services.output;
     for (const std::string& line : services.lines()) {
@@ -85,6 +91,61 @@ TEST_F(SchemaOperationsTest, WbemcliListsTheClassesAndReadsEveryInstanceWhole) {
     Client get = wbemcli("gp", kService, {"Priority"});
     EXPECT_EQ(get.status, 0) << get.output;
     EXPECT_EQ(get.output, "-3\n");
+}
+
+// The interop namespace's built-in model through wbemcli, which sends the
+// paths it printed back as untyped text.
+TEST_F(SchemaOperationsTest, WbemcliFollowsTheInteropModel) {
+    // A second plain port, not advertised (the first is --http-port's).
+    const std::uint16_t quiet = freePort();
+    std::ofstream(dir.path() / "Port_settings.xml")
+        << "<PortSettings><port number=\"1\" secure=\"false\" slp=\"true\"/>"
+        << "<port number=\"" << quiet << "\" secure=\"false\" slp=\"false\"/></PortSettings>";
+    startTarnd();
+    // A CIM-XML mechanism per port, named by its URL, SLP (3) where the port
+    // is advertised.
+    Client mechanisms =
+        wbemcliIn("interop", "ei", "CIM_CIMXMLCommunicationMechanism", {"Name,AdvertiseTypes"});
+    EXPECT_EQ(mechanisms.lines().size(), 2u) << mechanisms.output;
+    for (auto [port, advertised] : {std::pair{httpPort, "3"}, std::pair{quiet, "2"}}) {
+        EXPECT_NE(
+            mechanisms.output.find(":" + std::to_string(port) + "\",AdvertiseTypes=" + advertised),
+            std::string::npos)
+            << port << "\n"
+            << mechanisms.output;
+    }
+
+    // The paths of the output, without the host wbemcli prints them with.
+    auto paths = [](const Client& c) {
+        std::vector<std::string> out;
+        for (const std::string& line : c.lines()) {
+            out.push_back(line.substr(line.find("/interop:") + 9));
+        }
+        return out;
+    };
+    Client managers = wbemcliIn("interop", "ein", "CIM_ObjectManager");
+    ASSERT_EQ(managers.lines().size(), 1u) << managers.output;
+    const std::string manager = paths(managers)[0];
+    Client read = wbemcliIn("interop", "gi", manager);
+    EXPECT_NE(read.output.find("ElementName=\"TARN\""), std::string::npos) << read.output;
+
+    // Its system, its two namespaces, its two mechanisms and the profile it
+    // is the central instance of.
+    Client associated = wbemcliIn("interop", "ain", manager);
+    EXPECT_EQ(associated.status, 0) << associated.output;
+    std::map<std::string, int> classes;
+    for (const std::string& path : paths(associated)) {
+        ++classes[path.substr(0, path.find('.'))];
+    }
+    EXPECT_EQ(classes, (std::map<std::string, int>{{"CIM_CIMXMLCommunicationMechanism", 2},
+                                                   {"CIM_ComputerSystem", 1},
+                                                   {"CIM_Namespace", 2},
+                                                   {"CIM_RegisteredProfile", 1}}))
+        << associated.output;
+    Client profile = wbemcliIn("interop", "ain", manager, {"-ac", "CIM_ElementConformsToProfile"});
+    ASSERT_EQ(profile.lines().size(), 1u) << profile.output;
+    Client central = wbemcliIn("interop", "ain", paths(profile)[0], {"-arr", "ManagedElement"});
+    EXPECT_EQ(paths(central), paths(managers)) << central.output;
 }
 
 TEST_F(SchemaOperationsTest, WholeBodiesOfTheEdgeCases) {

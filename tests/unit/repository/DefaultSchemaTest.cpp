@@ -6,6 +6,7 @@
 
 #include "RepositoryTestSupport.h"
 #include "repository/DefaultSchema.h"
+#include "tarn/CIMStatus.h"
 #include "tarn/ISchemaCatalog.h"
 #include "tarn/QualifierFlavor.h"
 
@@ -175,6 +176,38 @@ TEST_F(DefaultSchema, Cimv2HoldsTarnsModelWithExampleInstances) {
                                        {"Priority", text("-5")}}));
     EXPECT_EQ(valueText(*repo->getInstance(ns, *path), "Priority"), "-5");
     EXPECT_EQ(valueText(*repo->getInstance(ns, *path), "RestartCount"), "0");
+}
+
+TEST_F(DefaultSchema, NamespacesAreCreatedWithTheStandardQualifiersAndDeletedWhenEmpty) {
+    auto qualifierNames = [&](const char* ns) {
+        std::vector<VELString> out;
+        for (const auto& q : repo->catalog()->getQualifierDefs(ns)) {
+            out.push_back(q->getName());
+        }
+        return out;
+    };
+    tarn::DefaultSchema::createNameSpace(*repo, schemaDir(), "root/new");
+    EXPECT_TRUE(repo->catalog()->hasNameSpace("ROOT/NEW"));
+    EXPECT_EQ(qualifierNames("root/new"), qualifierNames("interop"));
+    EXPECT_EQ(codeOf([&] { tarn::DefaultSchema::createNameSpace(*repo, schemaDir(), "root/New"); }),
+              tarn::CIM_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(codeOf([&] { tarn::DefaultSchema::createNameSpace(*repo, schemaDir(), "a//b"); }),
+              tarn::CIM_ERR_INVALID_PARAMETER);
+    EXPECT_FALSE(repo->catalog()->hasNameSpace("a//b"));
+
+    EXPECT_EQ(codeOf([&] { repo->deleteNameSpace("root/cimv2"); }),
+              tarn::CIM_ERR_NAMESPACE_NOT_EMPTY);
+    repo->deleteNameSpace("root/NEW");
+    EXPECT_FALSE(repo->catalog()->hasNameSpace("root/new"));
+    EXPECT_TRUE(qualifierNames("root/new").empty());
+    EXPECT_EQ(codeOf([&] { repo->deleteNameSpace("root/new"); }), tarn::CIM_ERR_INVALID_NAMESPACE);
+
+    // Gone from the file too; the name can be used again.
+    repo.reset();
+    repo = std::make_unique<tarn::Repository>((dir.path() / "repository.db").string());
+    EXPECT_EQ(repo->catalog()->getNameSpaces(), (std::vector<VELString>{"interop", "root/cimv2"}));
+    tarn::DefaultSchema::createNameSpace(*repo, schemaDir(), "root/new");
+    EXPECT_EQ(qualifierNames("root/new"), qualifierNames("interop"));
 }
 
 TEST_F(DefaultSchema, ItsQualifierDeclarationsAreTheStandardOnes) {
