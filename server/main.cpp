@@ -25,6 +25,7 @@
 #include "pull/EnumerationRegistry.h"
 #include "repository/DefaultSchema.h"
 #include "repository/Repository.h"
+#include "security/LoginGuard.h"
 #include "security/TLSCertificate.h"
 #include "security/UsersFile.h"
 #include "tarn/TraceLog.h"
@@ -187,8 +188,20 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     TARNConfigManager::getInstance().getUint32("Security", "AuthCacheSeconds", cacheSeconds);
     VELString usersPath = configuredFile(state, "Security", "UsersFile", "users");
     state.ensureUsers(usersPath);
-    AuthenticationHelper::setAuthenticator(
-        std::make_shared<tarn::UsersFile>(usersPath, std::chrono::seconds(cacheSeconds)));
+    AuthenticationHelper::setAuthenticator(std::make_shared<tarn::LoginGuard>(
+        std::make_shared<tarn::UsersFile>(usersPath, std::chrono::seconds(cacheSeconds)),
+        tarn::LoginGuard::Settings::fromConfiguration()));
+    VELString plainBasic;
+    AuthenticationHelper::PlainHTTPBasic plainPolicy =
+        AuthenticationHelper::PlainHTTPBasic::Loopback;
+    if (TARNConfigManager::getInstance().getString("Security", "BasicOverHTTP", plainBasic) &&
+        !AuthenticationHelper::parsePlainHTTPBasic(plainBasic, plainPolicy)) {
+        AdapterUtils::log(WHO,
+                          "Configuration error: [Security] BasicOverHTTP is '" + plainBasic +
+                              "', not loopback, any or never; loopback applies",
+                          1);
+    }
+    AuthenticationHelper::setPlainHTTPBasic(plainPolicy);
 
     std::shared_ptr<boost::asio::ssl::context> tls;
     bool anySecure = std::any_of(ports.begin(), ports.end(),

@@ -23,14 +23,21 @@ class AuthenticationHelper {
 
     // Checks the request's "Authorization: Basic ..." credentials. On success
     // records user and roles in the token and returns true (also at once when
-    // the token is already authenticated). On failure (no or malformed
-    // credentials, unknown user, wrong password, no token) it answers the
-    // client itself: status 401 "Unauthorized", header
-    // WWW-Authenticate: Basic realm="tarn", an empty body (Full framing,
-    // Content-Length: 0); it then returns false and the caller returns
-    // without writing anything more. Failed logins are logged (severity 2)
-    // with user and peer, never the password. Throws VELNetException when the
-    // client is gone while the answer is written.
+    // the token is already authenticated). Otherwise it answers the client
+    // itself (Full framing), returns false, and the caller returns without
+    // writing anything more:
+    //  - no or malformed credentials, unknown user, wrong password, no token:
+    //    status 401 "Unauthorized", header WWW-Authenticate: Basic
+    //    realm="tarn", an empty body;
+    //  - the authenticator throttles the login: 429 "Too Many Requests" with
+    //    Retry-After; the authenticator is busy: 503 "Service Unavailable"
+    //    with Retry-After; either way the connection closes;
+    //  - a plain HTTP connection where Basic is not allowed (see
+    //    setPlainHTTPBasic): 403 "Forbidden", without looking at the
+    //    credentials and without a challenge.
+    // Failed logins are logged (severity 2) with user and peer, never the
+    // password. Throws VELNetException when the client is gone while the
+    // answer is written.
     static bool authenticateRequest(VELHTTPRequest& request, VELHTTPResponse& response,
                                     VELGenericHTTPIStream& in, VELGenericHTTPOStream& out,
                                     const VELSmrPtr<tarn::security::ISecurityToken>& token);
@@ -45,6 +52,14 @@ class AuthenticationHelper {
     // user and password. False when it is not one or not valid base64, or
     // has no colon.
     static bool decodeBasic(const VELString& authorization, VELString& user, VELString& password);
+
+    // Where Basic credentials are accepted on plain HTTP connections (on
+    // TLS ones they always are): from loopback clients only (the default),
+    // from any client, or never.
+    enum class PlainHTTPBasic { Loopback, Any, Never };
+    static void setPlainHTTPBasic(PlainHTTPBasic policy);
+    // "loopback", "any" or "never" (any letter case); false for another text.
+    static bool parsePlainHTTPBasic(const VELString& text, PlainHTTPBasic& policy);
 
     // Installs the authenticator (null removes it). Thread-safe.
     static void setAuthenticator(std::shared_ptr<tarn::security::IAuthenticator> authenticator);

@@ -86,6 +86,8 @@ const char* VELHTTPResponse::standardReasonPhrase(int status) {
             return "Unsupported Media Type";
         case 417:
             return "Expectation Failed";
+        case 429:
+            return "Too Many Requests";
         case 431:
             return "Request Header Fields Too Large";
         case 500:

@@ -1,5 +1,7 @@
 #include "vela/AuthenticationHelper.h"
 
+#include <algorithm>
+#include <atomic>
 #include <mutex>
 
 #include "vela/AdapterUtils.h"
@@ -16,6 +18,8 @@ constexpr std::size_t kMaxCredentials = 4096;
 
 std::mutex g_mutex;
 std::shared_ptr<tarn::security::IAuthenticator> g_authenticator;
+std::atomic<AuthenticationHelper::PlainHTTPBasic> g_plainHTTPBasic{
+    AuthenticationHelper::PlainHTTPBasic::Loopback};
 
 int base64Value(char c) {
     if (c >= 'A' && c <= 'Z')
@@ -71,6 +75,24 @@ VELString peerOf(const VELGenericHTTPIStream& in) {
     return in.getPeerAddress() + ":" + VELString::valueOf(static_cast<unsigned>(in.getPeerPort()));
 }
 
+// An answer other than 401, with a short text body.
+void answer(VELHTTPResponse& response, VELGenericHTTPOStream& out, int status,
+            std::uint32_t retryAfter, bool close, const char* text) {
+    response.setStatus(status);
+    response.setReasonPhrase(VELHTTPResponse::standardReasonPhrase(status));
+    response.setContentType("text/plain; charset=utf-8");
+    if (retryAfter > 0) {
+        response.setHeaderField("Retry-After", VELString::valueOf(retryAfter));
+    }
+    if (close) {
+        response.setConnection("close");
+    }
+    out.setStreamType(VELGenericHTTPOStream::Full);
+    response.writeResponseTo(out);
+    out << text;
+    out.finish();
+}
+
 }  // namespace
 
 bool AuthenticationHelper::decodeBasic(const VELString& authorization, VELString& user,
@@ -99,6 +121,19 @@ bool AuthenticationHelper::authenticateRequest(
     if (token && token->isAuthenticated()) {
         return true;
     }
+    const PlainHTTPBasic plain = g_plainHTTPBasic.load();
+    if (!in.isSecure() && plain != PlainHTTPBasic::Any &&
+        (plain == PlainHTTPBasic::Never || !in.isLoopback())) {
+        // Credentials sent in the clear could be read on the way: no
+        // challenge invites them, and any that come are not looked at.
+        AdapterUtils::log(WHO,
+                          "Authentication refused from " + peerOf(in) +
+                              ": Basic credentials are not accepted over plain HTTP from there",
+                          2);
+        answer(response, out, 403, 0, false,
+               "Credentials are not accepted over plain HTTP from this address; use HTTPS.\n");
+        return false;
+    }
     VELString user;
     VELString password;
     VELString failure;
@@ -115,9 +150,27 @@ bool AuthenticationHelper::authenticateRequest(
     } else {
         auto authenticator = getAuthenticator();
         VELValSlist<VELString> roles;
-        auto result = authenticator ? authenticator->verify(user, password, roles)
+        std::uint32_t retryAfter = 0;
+        auto result = authenticator ? authenticator->verifyFrom(in.getPeerAddress(), user, password,
+                                                                roles, retryAfter)
                                     : tarn::security::IAuthenticator::UNAVAILABLE;
         switch (result) {
+            case tarn::security::IAuthenticator::THROTTLED:
+                AdapterUtils::log(WHO,
+                                  "Login of user '" + printable(user) + "' from " + peerOf(in) +
+                                      " refused: too many failed logins",
+                                  4);
+                answer(response, out, 429, std::max<std::uint32_t>(retryAfter, 1), true,
+                       "Too many failed logins; try again later.\n");
+                return false;
+            case tarn::security::IAuthenticator::BUSY:
+                AdapterUtils::log(WHO,
+                                  "Login of user '" + printable(user) + "' from " + peerOf(in) +
+                                      " refused: too many logins are being checked",
+                                  4);
+                answer(response, out, 503, std::max<std::uint32_t>(retryAfter, 1), true,
+                       "Too many logins are being checked; try again later.\n");
+                return false;
             case tarn::security::IAuthenticator::OK:
                 token->setAuthenticated(user, roles, BASIC);
                 AdapterUtils::log(WHO, "User '" + user + "' authenticated from " + peerOf(in), 4);
@@ -154,6 +207,24 @@ bool AuthenticationHelper::getUserNameRoles(const VELSmrPtr<tarn::security::ISec
     }
     userName = token->getUserName();
     roles = token->getRoles();
+    return true;
+}
+
+void AuthenticationHelper::setPlainHTTPBasic(PlainHTTPBasic policy) {
+    g_plainHTTPBasic.store(policy);
+}
+
+bool AuthenticationHelper::parsePlainHTTPBasic(const VELString& text, PlainHTTPBasic& policy) {
+    VELString t = text.trim();
+    if (t.equalsIgnoreCase("loopback")) {
+        policy = PlainHTTPBasic::Loopback;
+    } else if (t.equalsIgnoreCase("any")) {
+        policy = PlainHTTPBasic::Any;
+    } else if (t.equalsIgnoreCase("never")) {
+        policy = PlainHTTPBasic::Never;
+    } else {
+        return false;
+    }
     return true;
 }
 

@@ -42,15 +42,29 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     "\n"
     "[HTTP]\n"
     ";ListenAddress = 127.0.0.1\n"
+    "; Open connections, in all and from one client address (IPv6: one /64).\n"
     ";MaxConnections = 256\n"
+    ";MaxConnectionsPerClient = 32\n"
     ";WorkerThreads = 16\n"
     ";MaxHeaderSize = 16384\n"
+    "; A new connection's TLS handshake and first request head, later heads.\n"
+    ";FirstHeadTimeoutMs = 5000\n"
     ";HeaderTimeoutMs = 20000\n"
     ";KeepAliveTimeoutMs = 15000\n"
     ";IOTimeoutMs = 30000\n"
+    "; A request body must arrive within BodyTimeoutMs, at MinBodyRate bytes\n"
+    "; per second, falling behind that pace by BodyStallMs at most.\n"
     ";BodyTimeoutMs = 120000\n"
+    ";MinBodyRate = 4096\n"
+    ";BodyStallMs = 5000\n"
+    "; Bodies up to this size are read before a worker takes the request.\n"
+    ";BodyPreReadSize = 65536\n"
+    ";MaxChunkedBodySize = 52428800\n"
+    "; Request body bytes held in memory by all requests together.\n"
+    ";RequestMemoryMB = 512\n"
     ";LingerTimeoutMs = 2000\n"
     ";DrainLimit = 65536\n"
+    ";UnauthenticatedDrainLimit = 1024\n"
     ";ShutdownGraceMs = 10000\n"
     "\n"
     "[HTTPS]\n"
@@ -60,6 +74,17 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     "[Security]\n"
     ";UsersFile = users\n"
     ";AuthCacheSeconds = 300\n"
+    "; Basic credentials over plain HTTP: loopback (clients on this host only),\n"
+    "; any, or never.\n"
+    ";BasicOverHTTP = loopback\n"
+    "; Failed logins per client address and per user name before each further\n"
+    "; one bars both for a doubling time, up to MaxLoginBackoffSeconds.\n"
+    ";FreeLoginFailures = 5\n"
+    ";MaxLoginBackoffSeconds = 60\n"
+    "; Threads that hash passwords (default: a quarter of the cores, at least\n"
+    "; one), and logins that may wait for them.\n"
+    ";HashThreads = 1\n"
+    ";HashQueue = 8\n"
     "\n"
     "[Repository]\n"
     "; The MOF a new repository is built from (entry file tarn.mof); empty for\n"
@@ -89,6 +114,9 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     ";CACertificateFile =\n";
 
 void StateDirectory::prepare() const {
+    // What this process creates from now on (the repository and its
+    // companion files, the trace log) is its own alone.
+    ::umask(077);
     if (exists(_dir)) {
         return;
     }
@@ -152,7 +180,7 @@ bool StateDirectory::ensureConfiguration() const {
     if (exists(p)) {
         return false;
     }
-    writeFile(p, CONFIGURATION_TEMPLATE, 0644);
+    writeFile(p, CONFIGURATION_TEMPLATE, 0600);
     AdapterUtils::log(WHO, "Created " + p + " with the default settings", 3);
     return true;
 }
@@ -161,7 +189,7 @@ bool StateDirectory::ensurePortSettings(const VELString& p, const PortInfo& port
     if (exists(p)) {
         return false;
     }
-    writeFile(p, ports.toXml(), 0644);
+    writeFile(p, ports.toXml(), 0600);
     AdapterUtils::log(WHO, "Created " + p, 3);
     return true;
 }

@@ -16,8 +16,9 @@ class StateDirectory {
     explicit StateDirectory(VELString directory) : _dir(std::move(directory)) {}
     const VELString& getDirectory() const { return _dir; }
 
-    // Creates the directory (mode 0700) when it is missing. Throws
-    // VelaBaseException ("IO") when it cannot.
+    // Creates the directory (mode 0700) when it is missing, and makes every
+    // file the process creates from now on private (umask 077: mode 0600).
+    // Throws VelaBaseException ("IO") when it cannot create it.
     void prepare() const;
     // name inside the directory; an absolute name stays as it is.
     VELString path(const VELString& name) const;

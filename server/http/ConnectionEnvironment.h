@@ -1,9 +1,9 @@
 // tarn::ConnectionEnvironment: what a connection of the HTTP server needs
 // from around it, and no more: the limits, the adapters that serve requests,
-// the workers that run them, whether the server stops, and whether the
-// object manager has started. HTTPServer builds it once its workers exist;
-// it outlives every connection. (A connection's place in the server's
-// connection table is its ConnectionTable::Registration.)
+// the workers that run them, the memory budget of request bodies, whether
+// the server stops, and whether the object manager has started. HTTPServer builds it once its
+// workers exist; it outlives every connection. (A connection's place in the server's connection
+// table is its ConnectionTable::Registration.)
 #pragma once
 
 #include <atomic>
@@ -11,6 +11,7 @@
 #include "core/AdapterRegistry.h"
 #include "core/WorkerPool.h"
 #include "http/HTTPServerConfig.h"
+#include "http/RequestMemoryBudget.h"
 #include "vela/IVelaOperationHandlerContext.h"
 
 namespace tarn {
@@ -19,6 +20,7 @@ struct ConnectionEnvironment {
     const HTTPServerConfig& config;
     AdapterRegistry& adapters;
     WorkerPool& workers;
+    RequestMemoryBudget& requestMemory;
     const std::atomic<bool>& stopping;
     const IVelaOperationHandlerContext& objectManager;
 

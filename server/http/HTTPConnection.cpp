@@ -6,8 +6,10 @@
 #include <cstring>
 #include <span>
 
+#include "security/ClientAddress.h"
 #include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
+#include "vela/VELHTTPException.h"
 #include "vela/VELNetException.h"
 
 namespace asio = boost::asio;
@@ -20,6 +22,9 @@ namespace {
 const char* const WHO = "tarn::HTTPConnection";
 // Received bytes are read in pieces of this size at most.
 constexpr std::size_t kReadPiece = 16384;
+// A body's memory share grows by this much at least, so that the shared
+// budget is not touched for every piece of a large body.
+constexpr std::uint64_t kShareStep = 1u << 20;
 
 bool isLoopbackAddress(const asio::ip::address& a) {
     if (a.is_loopback()) {
@@ -42,7 +47,12 @@ HTTPConnection::HTTPConnection(const ConnectionEnvironment& environment,
       _registration(std::move(registration)),
       _socket(std::move(socket)),
       _plain(_socket),
-      _buffer(environment.config.maxHeadSize + 65536),
+      // A head, the body bytes read before a worker takes the request, and
+      // one more read piece of the next request.
+      _buffer(static_cast<std::size_t>(environment.config.maxHeadSize) +
+              environment.config.bodyPreReadSize + 65536),
+      _share(environment.requestMemory),
+      _acceptedAt(Clock::now()),
       _heads(*this) {
     error_code ec;
     auto peer = _socket.remote_endpoint(ec);
@@ -57,6 +67,7 @@ HTTPConnection::HTTPConnection(const ConnectionEnvironment& environment,
         _localPort = local.port();
     }
     _peer = _peerAddress + ":" + VELString::valueOf(static_cast<unsigned>(_peerPort));
+    _client = clientKey(_peerAddress.view());
     _socket.set_option(asio::ip::tcp::no_delay(true), ec);
     auto timeout = std::chrono::milliseconds(_env.config.ioTimeoutMs);
     _plain.setTimeout(timeout);
@@ -84,6 +95,9 @@ void HTTPConnection::closeNow() {
         _socket.set_option(asio::socket_base::linger(true, 0), ignored);
     }
     _socket.close(ignored);
+    _share.reset();
+    _registration.release();
+    _heads.onClosed();
 }
 
 void HTTPConnection::forceClose() {
@@ -106,7 +120,7 @@ bool HTTPConnection::hasPartialRequest() const {
 
 HeadStep HTTPConnection::parseHead() {
     if (!_parser) {
-        _parser.emplace(_env.config.maxHeadSize);
+        _parser.emplace(_env.config.maxHeadSize, _env.config.maxChunkedBodySize);
     }
     std::size_t used = 0;
     HeadStep step = _parser->parseHead(unparsed(), used);
@@ -119,8 +133,97 @@ HeadStep HTTPConnection::parseHead() {
     return step;
 }
 
+int HTTPConnection::acceptHead() {
+    if (_accepted) {
+        return _acceptStatus;
+    }
+    _accepted = true;
+    _served = true;
+    _bodyBytes = 0;
+    restartBodyClock();
+    const HTTPServerConfig& config = _env.config;
+    std::uint64_t upfront = 0;
+    if (_parser->hasBody()) {
+        // A body of known length reserves it at once (up to the size of the
+        // largest chunked body, beyond which it grows as it is read).
+        auto length = _parser->content_length();
+        upfront = std::min<std::uint64_t>(length ? *length : config.bodyPreReadSize,
+                                          config.maxChunkedBodySize);
+    }
+    if (!_share.growTo(upfront)) {
+        AdapterUtils::log(
+            WHO,
+            "Request from " + _peer + " refused: the request memory budget of " +
+                VELString::valueOf(static_cast<unsigned long long>(_env.requestMemory.limit())) +
+                " bytes is in use",
+            2);
+        _acceptStatus = 503;
+    }
+    return _acceptStatus;
+}
+
+void HTTPConnection::restartBodyClock() {
+    auto now = Clock::now();
+    _bodyEnd = now + std::chrono::milliseconds(_env.config.bodyTimeoutMs);
+    _bodyPace = now + std::chrono::milliseconds(_env.config.bodyStallMs);
+}
+
+void HTTPConnection::resumeBodyPace() {
+    _bodyPace =
+        std::max(_bodyPace, Clock::now() + std::chrono::milliseconds(_env.config.bodyStallMs));
+}
+
+HTTPConnection::Clock::time_point HTTPConnection::bodyDeadline() const {
+    return std::min(_bodyEnd, _bodyPace);
+}
+
+bool HTTPConnection::chargeBody(std::size_t n) {
+    if (n == 0) {
+        return true;
+    }
+    _bodyBytes += n;
+    const HTTPServerConfig& config = _env.config;
+    auto now = Clock::now();
+    auto stall = now + std::chrono::milliseconds(config.bodyStallMs);
+    if (config.minBodyRate > 0) {
+        auto credit = std::chrono::microseconds(static_cast<std::int64_t>(
+            static_cast<std::uint64_t>(n) * 1000000u / config.minBodyRate));
+        _bodyPace = std::min(_bodyPace + credit, stall);
+    } else {
+        _bodyPace = stall;
+    }
+    if (_bodyBytes > _share.size()) {
+        return _share.growTo(std::max(_bodyBytes, _share.size() + kShareStep)) ||
+               _share.growTo(_bodyBytes);
+    }
+    return true;
+}
+
+bool HTTPConnection::takeBody() {
+    if (_failureStatus != 0) {
+        return false;
+    }
+    if (!_parser->isComplete() && !_parser->failed()) {
+        std::size_t n = _parser->parseBody(unparsed());
+        _framed += n;
+        if (!chargeBody(n)) {
+            _failureStatus = 503;
+            return false;
+        }
+    }
+    if (_parser->failed()) {
+        _failureStatus = _parser->failureStatus();
+        return false;
+    }
+    return true;
+}
+
+bool HTTPConnection::isPreReadDone() const {
+    return _parser->isComplete() || _bodyBytes >= _env.config.bodyPreReadSize;
+}
+
 std::string_view HTTPConnection::beginBody() {
-    _framed = _parser->isComplete() ? 0 : _parser->parseBody(unparsed());
+    takeBody();  // a failure shows in failureStatus()
     _lent = true;
     return std::string_view(static_cast<const char*>(_buffer.data().data()), _framed);
 }
@@ -141,6 +244,16 @@ void HTTPConnection::endRequest() {
     _framed = 0;
     _lent = false;
     _parser.reset();
+    dropBody();
+    _accepted = false;
+    _acceptStatus = 0;
+    _continueSent = false;
+    _failureStatus = 0;
+    _bodyBytes = 0;
+}
+
+void HTTPConnection::dropBody() {
+    _share.reset();
 }
 
 std::size_t HTTPConnection::receive(error_code& ec) {
@@ -168,11 +281,23 @@ std::size_t HTTPConnection::readSome(char* into, std::size_t size) {
             _framed -= n;
             return n;
         }
-        if (!_parser || _parser->isComplete() || _parser->failed()) {
+        if (!_parser || _parser->isComplete()) {
             return 0;  // the end of this request's body
         }
+        if (_failureStatus != 0) {
+            failBody(_failureStatus, "the body was refused before");
+        }
+        if (_parser->failed()) {
+            int status = _parser->failureStatus();
+            failBody(status, status == 413 ? "the chunked body is larger than the limit"
+                                           : "the body's framing is broken");
+        }
         if (_buffer.size() > 0) {
-            _framed = _parser->parseBody(unparsed());
+            std::size_t n = _parser->parseBody(unparsed());
+            _framed += n;
+            if (!chargeBody(n)) {
+                failBody(503, "no room in the request memory budget");
+            }
             if (_framed > 0 || _parser->failed()) {
                 continue;
             }
@@ -180,26 +305,41 @@ std::size_t HTTPConnection::readSome(char* into, std::size_t size) {
                 // A chunk line or trailer that does not fit: the request
                 // cannot be delimited.
                 _parser->failTooLarge();
-                return 0;
+                continue;
             }
         }
         error_code ec;
         std::size_t n = 0;
-        std::uint64_t ahead = _parser->dataAhead();
-        if (_buffer.size() == 0 && ahead > 0) {
-            // Body data that needs no look: straight into the reader's memory.
-            n = readRaw(
-                asio::buffer(into, static_cast<std::size_t>(std::min<std::uint64_t>(size, ahead))),
-                ec);
-            if (n > 0) {
-                _parser->parseBody(std::string_view(into, n));
-                return n;
-            }
+        if (_peerEnded) {
+            ec = asio::error::eof;
         } else {
-            n = receive(ec);
+            layer().setReadDeadline(bodyDeadline());
+            std::uint64_t ahead = _parser->dataAhead();
+            if (_buffer.size() == 0 && ahead > 0) {
+                // Body data that needs no look: straight into the reader's memory.
+                n = readRaw(asio::buffer(into, static_cast<std::size_t>(
+                                                   std::min<std::uint64_t>(size, ahead))),
+                            ec);
+                if (n > 0) {
+                    _parser->parseBody(std::string_view(into, n));
+                    if (!chargeBody(n)) {
+                        failBody(503, "no room in the request memory budget");
+                    }
+                    return n;
+                }
+            } else {
+                n = receive(ec);
+            }
         }
         if (ec == asio::error::eof || ec == asio::ssl::error::stream_truncated) {
-            return 0;
+            _peerEnded = true;
+            if (_parser->chunked()) {
+                failBody(400, "the chunked body ended before its last chunk");
+            }
+            return 0;  // a body of known length cut short: its reader sees so
+        }
+        if (ec == asio::error::timed_out) {
+            failBody(408, "the body arrived too slowly");
         }
         if (ec) {
             fail("reading from", ec);
@@ -243,6 +383,11 @@ void HTTPConnection::writeAll(const std::string_view* parts, std::size_t count) 
     if (ec) {
         fail("writing to", ec);
     }
+}
+
+void HTTPConnection::failBody(int status, const VELString& why) {
+    _failureStatus = status;
+    throw VELHTTPException(WHO, "Request body from " + _peer + " refused: " + why, 4);
 }
 
 void HTTPConnection::fail(const char* what, const error_code& ec) {

@@ -11,7 +11,17 @@
 // As the VELSocket of the body streams, readSome gives the bytes of the
 // current request's body as they were sent (a chunked body with its chunk
 // lines) and ends exactly where the request ends, so no reader can take the
-// next request's bytes.
+// next request's bytes. A body that breaks off is an error of the stream,
+// not its end: broken chunk framing, a chunked body cut short, a body over
+// its limit or too slow, or one the request memory budget has no room for
+// (the status to answer is then failureStatus()). Only a Content-Length body
+// whose client ends the connection early ends the stream short, so that its
+// reader sees fewer bytes than announced.
+//
+// A body must arrive at a minimum pace (HTTPServerConfig: minBodyRate,
+// bodyStallMs, bodyTimeoutMs): its deadline moves ahead by one second for
+// every minBodyRate bytes received, but never further than bodyStallMs from
+// now, and never past bodyTimeoutMs after the head.
 #pragma once
 
 #include <boost/asio/ip/tcp.hpp>
@@ -25,6 +35,7 @@
 #include "http/ConnectionEnvironment.h"
 #include "http/ConnectionTable.h"
 #include "http/HeadReader.h"
+#include "http/RequestMemoryBudget.h"
 #include "http/RequestParser.h"
 #include "http/SocketLayer.h"
 #include "vela/VELSocket.h"
@@ -36,6 +47,7 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     // A registration that is not serving: the connection only gets a 503.
     HTTPConnection(const ConnectionEnvironment& environment, boost::asio::ip::tcp::socket socket,
                    boost::asio::ssl::context* tls, ConnectionTable::Registration registration);
+    using Clock = SocketLayer::Clock;
     ~HTTPConnection() override;
 
     // I/O thread: begins the TLS handshake or the first head read (or, when
@@ -52,6 +64,11 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     bool isServing() const { return _registration.isServing(); }
     // "address:port" of the client, for log lines.
     const VELString& peer() const { return _peer; }
+    // The key the connection counts under (see clientKey).
+    const std::string& client() const { return _client; }
+    Clock::time_point acceptedAt() const { return _acceptedAt; }
+    // True once a request of the connection has been served.
+    bool hasServed() const { return _served; }
     HeadReader& heads() { return _heads; }
 
     // ------------------------------------------------------------ transport
@@ -61,7 +78,8 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     // The synchronous layer (under TLS when there is TLS): its deadlines
     // bound the worker's reads.
     SocketLayer& layer() { return _tls ? _tls->next_layer() : _plain; }
-    // I/O thread: closes the socket (with a reset when the close option is 0).
+    // I/O thread: closes the socket (with a reset when the close option is 0)
+    // and frees the connection's place in the table.
     void closeNow();
     // I/O thread.
     bool isClosed() const { return _closed; }
@@ -78,6 +96,33 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     // Parses the received bytes as the head of the request (a new request
     // begins when none is being read). Bad heads are logged.
     HeadStep parseHead();
+    // Of the request whose head parseHead found complete: what the server
+    // must know before a worker takes it.
+    const RequestParser& head() const { return *_parser; }
+    // Once per request, after its head: starts the body's clock and reserves
+    // the body's memory. 0, or the status that refuses the request (503 when
+    // the budget has no room); later calls return the same.
+    int acceptHead();
+    // Takes the received bytes that belong to the body (they stay received
+    // until beginBody lends them): true while that goes well (false: see
+    // failureStatus).
+    bool takeBody();
+    // Body bytes taken so far (as sent, chunk lines included).
+    std::uint64_t bodyBytesTaken() const { return _bodyBytes; }
+    // The body is taken as far as the server takes it before a worker does.
+    bool isPreReadDone() const;
+    // When the body must have arrived (so far) at the latest.
+    Clock::time_point bodyDeadline() const;
+    // For a request that waited for "100 Continue": its body starts now.
+    void restartBodyClock();
+    // A worker takes the request: the time it waited for one (when the
+    // client could not send) does not count against the body's pace.
+    void resumeBodyPace();
+    // "100 Continue" has been sent for the current request.
+    bool continueSent() const { return _continueSent; }
+    void setContinueSent() { _continueSent = true; }
+    // The status to answer after the body stream failed (0: none).
+    int failureStatus() const { return _failureStatus; }
     // The request whose head parseHead found complete.
     VELHTTPRequest takeRequest() { return _parser->takeRequest(); }
     // Worker, after the head: takes the received bytes that belong to the
@@ -95,6 +140,12 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     // Worker: the request is complete; drops what is left of it. The bytes
     // after it are the next request.
     void endRequest();
+    // I/O thread: the client ended the connection while the body was being
+    // taken.
+    void setPeerEnded() { _peerEnded = true; }
+    // Frees the memory share of the current request's body (the connection
+    // will not read it).
+    void dropBody();
 
     // ------------------------------------------------------------ VELSocket
     std::size_t readSome(char* buffer, std::size_t size) override;
@@ -112,7 +163,10 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
   private:
     std::size_t readRaw(boost::asio::mutable_buffer into, boost::system::error_code& ec);
     std::string_view unparsed() const;
+    // Counts n more body bytes; false when the memory budget has no room.
+    bool chargeBody(std::size_t n);
     [[noreturn]] void fail(const char* what, const boost::system::error_code& ec);
+    [[noreturn]] void failBody(int status, const VELString& why);
 
     const ConnectionEnvironment& _env;
     ConnectionTable::Registration _registration;  // left last, once the socket is closed
@@ -126,6 +180,20 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     std::size_t _framed = 0;
     bool _lent = false;
     int _closeOption = CLOSE_OPTION_DEFAULT;
+
+    // The current request's body.
+    RequestMemoryBudget::Share _share;
+    bool _accepted = false;
+    int _acceptStatus = 0;
+    bool _continueSent = false;
+    bool _peerEnded = false;
+    int _failureStatus = 0;
+    std::uint64_t _bodyBytes = 0;
+    Clock::time_point _bodyEnd;   // bodyTimeoutMs after the head
+    Clock::time_point _bodyPace;  // the pace deadline (minBodyRate, bodyStallMs)
+    bool _served = false;
+    Clock::time_point _acceptedAt;
+    std::string _client;
 
     std::mutex _fdMutex;  // guards closing the socket against forceClose
     bool _closed = false;

@@ -5,6 +5,7 @@
 #include <future>
 
 #include "http/HTTPConnection.h"
+#include "security/ClientAddress.h"
 #include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/VelaBaseException.h"
@@ -27,7 +28,8 @@ HTTPServer::HTTPServer(const HTTPServerConfig& config, ObjectManagerContext& con
       _context(context),
       _adapters(adapters),
       _tls(std::move(tls)),
-      _table(config.maxConnections, kMaxRejecting) {}
+      _table(config.maxConnections, config.maxConnectionsPerClient, kMaxRejecting),
+      _requestMemory(static_cast<std::uint64_t>(config.requestMemoryMB) << 20) {}
 
 HTTPServer::~HTTPServer() {
     if (_started && !_stopped) {
@@ -72,7 +74,8 @@ void HTTPServer::start() {
     }
     _started = true;
     _workers = std::make_unique<WorkerPool>(_config.workerThreads);
-    _environment.emplace(ConnectionEnvironment{_config, _adapters, *_workers, _stopping, _context});
+    _environment.emplace(
+        ConnectionEnvironment{_config, _adapters, *_workers, _requestMemory, _stopping, _context});
     _work.emplace(asio::make_work_guard(_io));
     for (std::size_t i = 0; i < _listeners.size(); ++i) {
         accept(i);
@@ -112,19 +115,34 @@ void HTTPServer::onAccept(std::size_t index, error_code ec, asio::ip::tcp::socke
         });
         return;
     }
-    auto registration = _table.admit();
-    if (!registration) {
-        error_code ignored;
-        socket.close(ignored);
-        accept(index);
-        return;
+    error_code ignored;
+    auto peer = socket.remote_endpoint(ignored);
+    const std::string client = clientKey(peer.address().to_string());
+    ConnectionTable::Full full = ConnectionTable::Full::None;
+    auto registration = _table.admit(client, full);
+    if (!registration && makeRoom(full == ConnectionTable::Full::Client ? &client : nullptr)) {
+        if (auto again = _table.admit(client, full)) {
+            registration.emplace(std::move(*again));
+        }
     }
-    if (!registration->isServing()) {
+    if (!registration) {
+        auto rejected = _table.admitRejected();
+        if (!rejected) {
+            socket.close(ignored);
+            accept(index);
+            return;
+        }
+        registration.emplace(std::move(*rejected));
         AdapterUtils::log(
             WHO,
-            "Connection refused with 503: " +
-                VELString::valueOf(static_cast<unsigned long>(_config.maxConnections)) +
-                " connections are open",
+            full == ConnectionTable::Full::Client
+                ? "Connection from " + VELString(client) + " refused with 503: it has " +
+                      VELString::valueOf(
+                          static_cast<unsigned long>(_config.maxConnectionsPerClient)) +
+                      " connections open"
+                : "Connection refused with 503: " +
+                      VELString::valueOf(static_cast<unsigned long>(_config.maxConnections)) +
+                      " connections are open",
             2);
     }
     auto connection = std::make_shared<HTTPConnection>(*_environment, std::move(socket),
@@ -132,6 +150,40 @@ void HTTPServer::onAccept(std::size_t index, error_code ec, asio::ip::tcp::socke
                                                        std::move(*registration));
     connection->start();
     accept(index);
+}
+
+bool HTTPServer::makeRoom(const std::string* client) {
+    // A kept connection idle for less than this is not closed for another:
+    // a client that pauses between requests is not lost to a flood of
+    // newcomers. (A connection without a whole head is closed oldest first:
+    // a client that sends its head at once is not.)
+    constexpr auto kMinIdle = std::chrono::seconds(1);
+    const auto before = HTTPConnection::Clock::now() - kMinIdle;
+    std::shared_ptr<HTTPConnection> silent;  // no whole head yet: oldest first
+    std::shared_ptr<HTTPConnection> idle;    // between requests: longest idle first
+    for (auto& c : _table.live()) {
+        if (client && c->client() != *client) {
+            continue;
+        }
+        if (c->heads().awaitsFirstHead()) {
+            if (!silent || c->acceptedAt() < silent->acceptedAt()) {
+                silent = c;
+            }
+        } else if (c->heads().isIdle() && c->heads().idleSince() < before &&
+                   (!idle || c->heads().idleSince() < idle->heads().idleSince())) {
+            idle = c;
+        }
+    }
+    auto& victim = silent ? silent : idle;
+    if (!victim) {
+        return false;
+    }
+    AdapterUtils::log(WHO,
+                      VELString(silent ? "Connection without a request" : "Idle connection") +
+                          " from " + victim->peer() + " closed for a new connection",
+                      4);
+    victim->closeNow();
+    return true;
 }
 
 bool HTTPServer::stop() {

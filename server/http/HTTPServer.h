@@ -1,9 +1,14 @@
 // tarn::HTTPServer: the object manager's HTTP and HTTPS front.
 //
 // One I/O thread accepts connections on every listening port, performs TLS
-// handshakes and reads request heads, each with its deadline; a bounded pool
-// of workers runs one busy connection each (see HTTPConnection). Connections
-// past the cap get "503 Service Unavailable" and are closed.
+// handshakes and reads request heads (and small bodies), each with its
+// deadline; a bounded pool of workers runs one busy connection each (see
+// HTTPConnection). A new connection past the cap, or past the cap of its
+// client's address, takes the place of another (of that client, for the
+// client's cap): the oldest one that has not sent a whole head yet, else the
+// one idle between requests the longest, for a second at least;
+// when there is none, it gets "503 Service Unavailable" and is closed.
+// Request bodies share one memory budget.
 //
 // stop() is the graceful shutdown: no new connections, idle connections
 // closed, requests in flight given the grace period to finish; after it the
@@ -17,6 +22,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -26,6 +32,7 @@
 #include "http/ConnectionEnvironment.h"
 #include "http/ConnectionTable.h"
 #include "http/HTTPServerConfig.h"
+#include "http/RequestMemoryBudget.h"
 
 namespace tarn {
 
@@ -61,6 +68,9 @@ class HTTPServer {
     void accept(std::size_t index);
     void onAccept(std::size_t index, boost::system::error_code ec,
                   boost::asio::ip::tcp::socket socket);
+    // Closes a connection (of client, when given) for a new one, as above;
+    // false when there is none to close.
+    bool makeRoom(const std::string* client);
 
     HTTPServerConfig _config;
     ObjectManagerContext& _context;
@@ -71,6 +81,7 @@ class HTTPServer {
     // Declared before the I/O objects: connections end (and leave it) while
     // the io_context is destroyed.
     ConnectionTable _table;
+    RequestMemoryBudget _requestMemory;
 
     boost::asio::io_context _io;
     std::optional<boost::asio::executor_work_guard<boost::asio::io_context::executor_type>> _work;

@@ -1,7 +1,10 @@
 #include "http/HeadReader.h"
 
+#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
+#include <climits>
+#include <cstring>
 
 #include "http/HTTPConnection.h"
 #include "vela/AdapterUtils.h"
@@ -15,6 +18,8 @@ namespace tarn {
 namespace {
 
 const char* const WHO = "tarn::HTTPConnection";
+
+const char* const kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 // Answers the server writes itself, instead of an adapter.
 std::string cannedResponse(int status, std::string_view text) {
@@ -31,6 +36,38 @@ std::string cannedResponse(int status, std::string_view text) {
     r += "\r\n";
     r += text;
     return r;
+}
+
+std::string_view cannedText(int status) {
+    switch (status) {
+        case 408:
+            return "The request body did not arrive in time.\n";
+        case 413:
+            return "The request body is larger than the server accepts.\n";
+        case 431:
+            return "The request head is too large.\n";
+        case 501:
+            return "Transfer codings other than chunked are not implemented.\n";
+        case 503:
+            return "The server has no room for this request now.\n";
+        case 505:
+            return "Only HTTP/1.0 and HTTP/1.1 are served.\n";
+        default:
+            return "The request is not valid HTTP: its head or the framing of its body.\n";
+    }
+}
+
+int statusOf(HeadStep step) {
+    switch (step) {
+        case HeadStep::TooLarge:
+            return 431;
+        case HeadStep::BadVersion:
+            return 505;
+        case HeadStep::NotImplemented:
+            return 501;
+        default:
+            return 400;
+    }
 }
 
 }  // namespace
@@ -54,7 +91,8 @@ void HeadReader::start() {
         next();
         return;
     }
-    armTimer(_c.environment().config.headTimeoutMs);
+    armTimerAt(_c.acceptedAt() +
+               std::chrono::milliseconds(_c.environment().config.firstHeadTimeoutMs));
     _c.tls()->async_handshake(
         asio::ssl::stream_base::server, [this, next, keep = keep()](const error_code& ec) {
             cancelTimer();
@@ -84,6 +122,11 @@ void HeadReader::armTimer(std::uint32_t milliseconds) {
     });
 }
 
+void HeadReader::armTimerAt(Clock::time_point deadline) {
+    auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    armTimer(static_cast<std::uint32_t>(std::clamp<std::int64_t>(left.count(), 0, INT32_MAX)));
+}
+
 void HeadReader::cancelTimer() {
     ++_timerGeneration;
     _timer.cancel();
@@ -102,23 +145,45 @@ void HeadReader::readHead(bool idle) {
         return;  // a pipelined request was already here
     }
     _idleWait = idle && !_c.hasPartialRequest();
-    armTimer(_idleWait ? env.config.keepAliveTimeoutMs : env.config.headTimeoutMs);
+    if (_idleWait) {
+        _idleSince = Clock::now();
+        armTimer(env.config.keepAliveTimeoutMs);
+    } else if (!_c.hasServed()) {
+        // A connection that has not yet sent one whole head holds its place
+        // for a short time only.
+        armTimerAt(_c.acceptedAt() + std::chrono::milliseconds(env.config.firstHeadTimeoutMs));
+    } else {
+        armTimer(env.config.headTimeoutMs);
+    }
     readMore();
+}
+
+bool HeadReader::isIdle() const {
+    return _idleWait && !_busy && !_c.isClosed();
+}
+
+bool HeadReader::awaitsFirstHead() const {
+    // (_busy first: the worker may have the connection, and its state.)
+    return !_busy && !_c.isClosed() && !_c.hasServed();
+}
+
+template <class Handler>
+void HeadReader::receive(Handler&& handler) {
+    auto buffers = _c.received().prepare(std::min<std::size_t>(_c.room(), 16384));
+    if (_c.tls()) {
+        _c.tls()->async_read_some(buffers, std::forward<Handler>(handler));
+    } else {
+        _c.socket().async_read_some(buffers, std::forward<Handler>(handler));
+    }
 }
 
 void HeadReader::readMore() {
     if (_c.room() == 0) {
         cancelTimer();
-        answerAndClose(HeadStep::TooLarge);
+        answerAndClose(431);
         return;
     }
-    auto buffers = _c.received().prepare(std::min<std::size_t>(_c.room(), 16384));
-    auto handler = [this, keep = keep()](const error_code& ec, std::size_t n) { onRead(ec, n); };
-    if (_c.tls()) {
-        _c.tls()->async_read_some(buffers, std::move(handler));
-    } else {
-        _c.socket().async_read_some(buffers, std::move(handler));
-    }
+    receive([this, keep = keep()](const error_code& ec, std::size_t n) { onRead(ec, n); });
 }
 
 void HeadReader::onRead(const error_code& ec, std::size_t n) {
@@ -156,14 +221,119 @@ bool HeadReader::parseBuffered() {
     }
     cancelTimer();
     if (step == HeadStep::Complete) {
-        dispatch();
+        onHead();
     } else {
-        answerAndClose(step);
+        answerAndClose(statusOf(step));
     }
     return true;
 }
 
+void HeadReader::onHead() {
+    _idleWait = false;
+    int refused = _c.acceptHead();
+    if (refused != 0) {
+        answerAndClose(refused);
+        return;
+    }
+    const RequestParser& head = _c.head();
+    const HTTPServerConfig& config = _c.environment().config;
+    auto length = head.content_length();
+    if (!head.hasBody() || config.bodyPreReadSize == 0 ||
+        (length && *length > config.bodyPreReadSize)) {
+        // A large body is read by the worker, within the body's pace: the
+        // adapter may answer from the head alone (a failed login, a body too
+        // large), and the connection then closes rather than read the body.
+        dispatch();
+        return;
+    }
+    if (head.expectsContinue() && !_c.continueSent()) {
+        if (head.hasCredentials() && length) {
+            sendContinue();
+        } else {
+            dispatch();  // asked for its body only when the adapter reads it
+        }
+        return;
+    }
+    preRead();
+}
+
+void HeadReader::sendContinue() {
+    armTimer(_c.environment().config.ioTimeoutMs);
+    auto done = [this, keep = keep()](const error_code& ec, std::size_t) {
+        cancelTimer();
+        if (ec || _c.isClosed()) {
+            _c.closeNow();
+            return;
+        }
+        _c.setContinueSent();
+        _c.restartBodyClock();  // the client sends its body from now on
+        preRead();
+    };
+    if (_c.tls()) {
+        asio::async_write(*_c.tls(), asio::buffer(kContinue, std::strlen(kContinue)),
+                          std::move(done));
+    } else {
+        asio::async_write(_c.socket(), asio::buffer(kContinue, std::strlen(kContinue)),
+                          std::move(done));
+    }
+}
+
+void HeadReader::preRead() {
+    if (_c.isClosed()) {
+        return;
+    }
+    if (!_c.takeBody()) {
+        AdapterUtils::log(WHO,
+                          "Request body from " + _c.peer() + " refused with status " +
+                              VELString::valueOf(_c.failureStatus()),
+                          4);
+        answerAndClose(_c.failureStatus());
+        return;
+    }
+    if (_c.isPreReadDone() || _c.room() == 0) {
+        dispatch();
+        return;
+    }
+    armTimerAt(_c.bodyDeadline());
+    receive([this, keep = keep()](const error_code& ec, std::size_t n) { onBodyRead(ec, n); });
+}
+
+void HeadReader::onBodyRead(const error_code& ec, std::size_t n) {
+    _c.received().commit(n);
+    if (_c.isClosed()) {
+        return;
+    }
+    cancelTimer();
+    if (!ec) {
+        preRead();
+        return;
+    }
+    if (_timedOut) {
+        AdapterUtils::log(
+            WHO,
+            "Request body from " + _c.peer() + " too slow after " +
+                VELString::valueOf(static_cast<unsigned long long>(_c.bodyBytesTaken())) +
+                " bytes: not served",
+            4);
+        answerAndClose(408);
+        return;
+    }
+    if (ec == asio::error::eof || ec == asio::ssl::error::stream_truncated) {
+        _c.setPeerEnded();
+        if (_c.takeBody() && !_c.head().chunked()) {
+            // A body of known length cut short: the reader sees it short.
+            dispatch();
+            return;
+        }
+        AdapterUtils::log(
+            WHO,
+            "Request body from " + _c.peer() + " ended before it was complete: " + "not served", 4);
+    }
+    _c.closeNow();
+}
+
 void HeadReader::dispatch() {
+    _idleWait = false;
     _busy = true;
     bool posted = _c.environment().workers.post([this, keep = keep()] {
         RequestRunner::Outcome outcome = RequestRunner(_c).run();
@@ -178,8 +348,10 @@ void HeadReader::dispatch() {
 void HeadReader::resume(const RequestRunner::Outcome& outcome) {
     // The worker is done with the connection.
     _busy = false;
-    if (outcome.next != HeadStep::NeedMore && outcome.next != HeadStep::Complete) {
-        answerAndClose(outcome.next);  // the next head, read on the worker, was bad
+    if (outcome.end == RequestEnd::Keep && outcome.next == HeadStep::Complete) {
+        onHead();  // the next head, read on the worker; its body is read here
+    } else if (outcome.next != HeadStep::NeedMore && outcome.next != HeadStep::Complete) {
+        answerAndClose(statusOf(outcome.next));  // the next head, read on the worker, was bad
     } else if (outcome.end == RequestEnd::Abort) {
         _c.closeNow();
     } else if (outcome.end == RequestEnd::Close || _c.environment().isStopping()) {
@@ -189,18 +361,9 @@ void HeadReader::resume(const RequestRunner::Outcome& outcome) {
     }
 }
 
-void HeadReader::answerAndClose(HeadStep step) {
-    switch (step) {
-        case HeadStep::TooLarge:
-            sendAndClose(cannedResponse(431, "The request head is too large.\n"));
-            break;
-        case HeadStep::BadVersion:
-            sendAndClose(cannedResponse(505, "Only HTTP/1.0 and HTTP/1.1 are served.\n"));
-            break;
-        default:
-            sendAndClose(cannedResponse(400, "The request head is not valid HTTP.\n"));
-            break;
-    }
+void HeadReader::answerAndClose(int status) {
+    _c.dropBody();
+    sendAndClose(cannedResponse(status, cannedText(status)));
 }
 
 void HeadReader::sendAndClose(std::string response) {
@@ -225,6 +388,9 @@ void HeadReader::closeGracefully() {
     if (_c.isClosed()) {
         return;
     }
+    // Nothing more is read into it.
+    _c.received().clear();
+    _c.received().shrink_to_fit();
     std::uint32_t linger = _c.environment().config.lingerTimeoutMs;
     int option = _c.getCloseOption();
     if (option == 0) {

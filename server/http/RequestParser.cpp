@@ -1,14 +1,43 @@
 #include "http/RequestParser.h"
 
 #include <boost/asio/buffer.hpp>
+#include <boost/beast/core/string.hpp>
 #include <boost/beast/http/error.hpp>
+#include <cctype>
 #include <limits>
+#include <string>
+#include <vector>
 
+namespace beast = boost::beast;
 namespace http = boost::beast::http;
 
 namespace tarn {
 
-RequestParser::RequestParser(std::uint32_t headLimit) {
+namespace {
+
+// The elements of a comma-separated header list, without blanks around them
+// and without empty ones, in lower case.
+void listElements(std::string_view value, std::vector<std::string>& out) {
+    while (!value.empty()) {
+        std::size_t comma = value.find(',');
+        std::string_view element = value.substr(0, comma);
+        std::size_t b = element.find_first_not_of(" \t");
+        std::size_t e = element.find_last_not_of(" \t");
+        if (b != std::string_view::npos) {
+            std::string lower(element.substr(b, e - b + 1));
+            for (char& c : lower) {
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            }
+            out.push_back(std::move(lower));
+        }
+        value.remove_prefix(comma == std::string_view::npos ? value.size() : comma + 1);
+    }
+}
+
+}  // namespace
+
+RequestParser::RequestParser(std::uint32_t headLimit, std::uint64_t chunkedLimit)
+    : _chunkedLimit(chunkedLimit) {
     header_limit(headLimit);
     // Bodies are limited by the connection, not here. (Not boost::none:
     // Beast 1.74 compares the length with the optional limit and then always
@@ -38,6 +67,9 @@ HeadStep RequestParser::parseHead(std::string_view input, std::size_t& used) {
         _error = ec;
         if (ec == http::error::bad_version) {
             return HeadStep::BadVersion;
+        }
+        if (_notImplemented) {
+            return HeadStep::NotImplemented;
         }
         return ec == http::error::header_limit ? HeadStep::TooLarge : HeadStep::BadRequest;
     }
@@ -77,12 +109,38 @@ void RequestParser::failTooLarge() {
     _error = http::error::header_limit;
 }
 
-void RequestParser::on_header_impl(boost::system::error_code&) {
-    // A transfer coding that does not end in chunked leaves the body's
-    // length unknown: the head is served, but its body cannot be delimited.
-    if (_transferCoded && !chunked()) {
-        _error = http::error::bad_transfer_encoding;
+int RequestParser::failureStatus() const {
+    return _error == http::error::body_limit ? 413 : 400;
+}
+
+void RequestParser::on_header_impl(boost::system::error_code& ec) {
+    if (!_transferCoded) {
+        return;
     }
+    // Beast has already refused Transfer-Encoding: chunked together with a
+    // Content-Length; the rest of the rules are checked here.
+    std::vector<std::string> codings;
+    for (const auto& field : _fields) {
+        if (field.first.equalsIgnoreCase("Transfer-Encoding")) {
+            listElements(field.second.view(), codings);
+        }
+    }
+    std::size_t chunkedCount = 0;
+    for (const std::string& c : codings) {
+        chunkedCount += c == "chunked" ? 1 : 0;
+    }
+    if (!chunked() || codings.empty() || codings.back() != "chunked" || chunkedCount != 1 ||
+        _contentLength || _version != 11) {
+        // Where the body ends cannot be known for certain.
+        ec = http::error::bad_transfer_encoding;
+        return;
+    }
+    if (codings.size() > 1) {
+        _notImplemented = true;
+        ec = http::error::bad_transfer_encoding;
+        return;
+    }
+    body_limit(_chunkedLimit);
 }
 
 VELHTTPRequest RequestParser::takeRequest() {
@@ -104,6 +162,12 @@ void RequestParser::on_field_impl(http::field field, string_view name, string_vi
         return;  // a trailer field: the adapter does not see those
     }
     _transferCoded = _transferCoded || field == http::field::transfer_encoding;
+    _contentLength = _contentLength || field == http::field::content_length;
+    if (field == http::field::expect) {
+        _expectContinue =
+            beast::iequals(beast::string_view(value.data(), value.size()), "100-continue");
+    }
+    _hasCredentials = _hasCredentials || field == http::field::authorization;
     _fields.emplace_back(VELString(std::string_view(name.data(), name.size())),
                          VELString(std::string_view(value.data(), value.size())));
 }

@@ -5,6 +5,12 @@
 // many of the bytes it is given belong to the request. What follows the
 // request is the next one.
 //
+// The framing rules are strict, since a request whose end two parties see
+// differently lets a client smuggle a request past a proxy: a
+// Transfer-Encoding must end in chunked, name it once, come without a
+// Content-Length and in HTTP/1.1 (else 400); other transfer codings are not
+// implemented (501). A chunked body's data is limited.
+//
 // The caller presents the bytes not yet taken again, with more appended,
 // when the parser needs more (Beast resumes its search where it stopped).
 #pragma once
@@ -20,6 +26,7 @@
 #pragma GCC diagnostic pop
 #endif
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 #include "vela/VELHTTPRequest.h"
@@ -28,17 +35,20 @@ namespace tarn {
 
 // What a look at the bytes of a request head found.
 enum class HeadStep {
-    NeedMore,    // the head is not complete yet
-    Complete,    // the head is complete: the request can be served
-    BadRequest,  // not a valid request head (answered 400)
-    TooLarge,    // larger than the head limit (answered 431)
-    BadVersion,  // not HTTP/1.0 or HTTP/1.1 (answered 505)
+    NeedMore,        // the head is not complete yet
+    Complete,        // the head is complete: the request can be served
+    BadRequest,      // not a valid request head, or its framing is not (answered 400)
+    TooLarge,        // larger than the head limit (answered 431)
+    BadVersion,      // not HTTP/1.0 or HTTP/1.1 (answered 505)
+    NotImplemented,  // a transfer coding other than chunked (answered 501)
 };
 
 class RequestParser : public boost::beast::http::basic_parser<true> {
   public:
-    // headLimit: bytes of request line and header fields at most.
-    explicit RequestParser(std::uint32_t headLimit);
+    // headLimit: bytes of request line and header fields at most;
+    // chunkedLimit: data bytes of a chunked body at most.
+    explicit RequestParser(std::uint32_t headLimit,
+                           std::uint64_t chunkedLimit = std::numeric_limits<std::uint64_t>::max());
 
     // Parses head bytes; used tells how many were taken (with the empty
     // lines a client may send between requests).
@@ -56,6 +66,9 @@ class RequestParser : public boost::beast::http::basic_parser<true> {
     // be delimited, so nothing after it can be read as the next one.
     bool failed() const { return static_cast<bool>(_error); }
     const boost::system::error_code& error() const { return _error; }
+    // The status that answers a failed request: 413 for a chunked body over
+    // its limit, else 400.
+    int failureStatus() const;
     // Gives up on a request whose chunk line or trailer does not fit in the
     // bytes the connection keeps.
     void failTooLarge();
@@ -63,6 +76,11 @@ class RequestParser : public boost::beast::http::basic_parser<true> {
     // rest of a Content-Length body or of a chunk's data): they may be read
     // straight to where they go, and then presented to parseBody.
     std::uint64_t dataAhead() const;
+
+    // Of a complete head, before takeRequest.
+    bool hasBody() const { return is_header_done() && !is_done(); }
+    bool expectsContinue() const { return _expectContinue && _version == 11; }
+    bool hasCredentials() const { return _hasCredentials; }
 
     // The request of a complete head (its fields are moved out).
     VELHTTPRequest takeRequest();
@@ -95,7 +113,12 @@ class RequestParser : public boost::beast::http::basic_parser<true> {
     VELString _target;
     int _version = 11;
     VELHTTPRequest::Fields _fields;
+    std::uint64_t _chunkedLimit;
     bool _transferCoded = false;  // a Transfer-Encoding field came
+    bool _contentLength = false;  // a Content-Length field came
+    bool _expectContinue = false;
+    bool _hasCredentials = false;
+    bool _notImplemented = false;  // a transfer coding other than chunked
     std::uint64_t _chunkLeft = 0;
     boost::system::error_code _error;
 };

@@ -38,17 +38,28 @@ RequestRunner::Outcome RequestRunner::run() {
             end = RequestEnd::Abort;
         }
         if (end != RequestEnd::Keep) {
+            _c.dropBody();
             return {end, HeadStep::NeedMore};
         }
         HeadStep next = HeadStep::NeedMore;
         if (!readHeadQuickly(next)) {
             return {RequestEnd::Abort, HeadStep::NeedMore};
         }
-        if (next != HeadStep::Complete) {
+        if (next != HeadStep::Complete || !canServeAtOnce()) {
             return {RequestEnd::Keep, next};
         }
-        // The next request is here: serve it on this thread.
+        // The next request is here, body and all: serve it on this thread.
     }
+}
+
+bool RequestRunner::canServeAtOnce() {
+    if (_c.acceptHead() != 0) {
+        return false;  // refused: the I/O thread answers
+    }
+    if (!_c.head().hasBody() || _c.environment().config.bodyPreReadSize == 0) {
+        return true;
+    }
+    return _c.takeBody() && _c.head().isComplete();
 }
 
 bool RequestRunner::readHeadQuickly(HeadStep& step) {
@@ -94,18 +105,30 @@ RequestEnd RequestRunner::serve() {
 
 RequestEnd RequestRunner::serveRequest(VELHTTPRequest& request) {
     const ConnectionEnvironment& env = _c.environment();
-    _c.layer().setReadDeadline(SocketLayer::Clock::now() +
-                               std::chrono::milliseconds(env.config.bodyTimeoutMs));
+    int refused = _c.acceptHead();  // done by whoever dispatched it; it tells again
+    _c.resumeBodyPace();
     VELGenericHTTPIStream in(_c, _c.beginBody());
-    in.setReadLimit(static_cast<std::uint64_t>(env.config.maxBodyMB) * 1024 * 1024);
+    if (refused == 0) {
+        refused = _c.failureStatus();
+    }
+    if (refused != 0) {
+        try {
+            sendRaw(refused);
+        } catch (const VELNetException&) {
+            return RequestEnd::Abort;
+        }
+        return RequestEnd::Close;
+    }
     VELGenericHTTPOStream out(_c, request.getProtocolEnum(),
                               request.isKeepAlive() && !env.isStopping());
     VELHTTPResponse response(request.getProtocolEnum());
     out.setResponse(&response);
-    if (request.expectsContinue()) {
+    if (request.expectsContinue() && !_c.continueSent()) {
         in.setBeforeSocketRead([this, &out] {
             if (!out.hasSentBytes()) {
                 _c.writeAll("HTTP/1.1 100 Continue\r\n\r\n");
+                _c.setContinueSent();
+                _c.restartBodyClock();  // the client sends its body from now on
             }
         });
     }
@@ -140,6 +163,8 @@ RequestEnd RequestRunner::serveRequest(VELHTTPRequest& request) {
             try {
                 if (out.isHeadWritten()) {
                     out.finish();  // the adapter's own answer, held until now
+                } else if (_c.failureStatus() != 0) {
+                    sendRaw(_c.failureStatus());  // the body stream failed
                 } else {
                     sendRaw(env.isStarted() ? 400 : 503);
                 }
@@ -179,16 +204,19 @@ RequestEnd RequestRunner::serveRequest(VELHTTPRequest& request) {
     }
     if (end == RequestEnd::Keep) {
         try {
-            end = finishRequest(request, in);
+            end = finishRequest(request, in, token->isAuthenticated());
         } catch (const VELNetException&) {
             return RequestEnd::Abort;
+        } catch (const VELHTTPException& e) {
+            AdapterUtils::log(WHO, e.getMessage(), 4);  // the rest of the body failed
+            return RequestEnd::Close;
         }
     }
     return end;
 }
 
-RequestEnd RequestRunner::finishRequest(const VELHTTPRequest& request, VELGenericHTTPIStream& in) {
-    _c.layer().clearReadDeadline();
+RequestEnd RequestRunner::finishRequest(const VELHTTPRequest& request, VELGenericHTTPIStream& in,
+                                        bool authenticated) {
     if (_c.hasFramingError()) {
         // Where this request ends is unknown, so nothing after it is read.
         AdapterUtils::log(WHO, "Bad request body framing from " + _c.peer(), 4);
@@ -201,8 +229,12 @@ RequestEnd RequestRunner::finishRequest(const VELHTTPRequest& request, VELGeneri
         // The client waits for "100 Continue" before it sends the rest.
         return RequestEnd::Close;
     }
-    // Bytes the body stream holds and the adapter left are skipped too.
-    const std::uint64_t limit = _c.environment().config.drainLimit;
+    // Bytes the body stream holds and the adapter left are skipped too. A
+    // client that did not authenticate gets little of that service.
+    const HTTPServerConfig& config = _c.environment().config;
+    const std::uint64_t limit = authenticated
+                                    ? config.drainLimit
+                                    : std::min(config.drainLimit, config.unauthenticatedDrainLimit);
     const std::uint64_t held = in.getUnread().size();
     std::optional<std::uint64_t> left = _c.knownBodyLeft();
     if (held > limit || (left && *left > limit - held)) {
@@ -228,6 +260,7 @@ RequestEnd RequestRunner::finishRequest(const VELHTTPRequest& request, VELGeneri
 void RequestRunner::sendRaw(int status) {
     std::string head = "HTTP/1.1 " + std::to_string(status) + " " +
                        VELHTTPResponse::standardReasonPhrase(status) +
+                       (status == 503 ? "\r\nRetry-After: 1" : "") +
                        "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
     _c.writeAll(head);
 }

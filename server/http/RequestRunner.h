@@ -3,8 +3,11 @@
 // adapters and runs the first that takes it with the body streams (reads and
 // writes there are synchronous and bounded by the connection's deadlines),
 // finishes the response's framing, and then skips what the adapter left of
-// the request's body, so that the connection can serve the next request. A
-// client that sends its next request at once is served on the same worker.
+// the request's body (a little only after a request that was not
+// authenticated), so that the connection can serve the next request. A
+// client that sends its next request at once, body and all, is served on
+// the same worker; a next request whose body is still coming goes back to
+// the I/O thread, which reads it.
 #pragma once
 
 #include "http/RequestParser.h"
@@ -28,7 +31,8 @@ class RequestRunner {
     struct Outcome {
         RequestEnd end = RequestEnd::Close;
         // With RequestEnd::Keep: what the worker found of the next head
-        // (an error is answered by the I/O thread, which then closes).
+        // (an error is answered by the I/O thread, which then closes; a
+        // complete head is taken on by the I/O thread).
         HeadStep next = HeadStep::NeedMore;
     };
 
@@ -42,7 +46,10 @@ class RequestRunner {
     RequestEnd serve();
     RequestEnd serveRequest(VELHTTPRequest& request);
     // After the adapter: skips the rest of the request within the drain limit.
-    RequestEnd finishRequest(const VELHTTPRequest& request, VELGenericHTTPIStream& in);
+    RequestEnd finishRequest(const VELHTTPRequest& request, VELGenericHTTPIStream& in,
+                             bool authenticated);
+    // A next head the worker read: true when its request may run here at once.
+    bool canServeAtOnce();
     // Waits briefly for the next head on the worker; false when the
     // connection failed.
     bool readHeadQuickly(HeadStep& step);

@@ -207,6 +207,31 @@ std::string UsersFile::mac(const VELString& password) const {
     return std::string(reinterpret_cast<char*>(out), len);
 }
 
+bool UsersFile::remembered(const VELString& userName, const std::string& passwordMac,
+                           VELValSlist<VELString>& roles) {
+    auto cached = _cache.find(userName.str());
+    if (cached == _cache.end()) {
+        return false;
+    }
+    CacheEntry& e = cached->second;
+    auto now = std::chrono::steady_clock::now();
+    if (e.expires > now && e.passwordMac.size() == passwordMac.size() &&
+        CRYPTO_memcmp(e.passwordMac.data(), passwordMac.data(), passwordMac.size()) == 0) {
+        roles = e.roles;
+        e.expires = now + _cacheTime;
+        return true;
+    }
+    return false;
+}
+
+bool UsersFile::isRemembered(const VELString& userName, const VELString& password,
+                             VELValSlist<VELString>& roles) {
+    std::string passwordMac = mac(password);
+    std::lock_guard<std::mutex> lock(_m);
+    reloadIfChanged();
+    return remembered(userName, passwordMac, roles);
+}
+
 security::IAuthenticator::Result UsersFile::verify(const VELString& userName,
                                                    const VELString& password,
                                                    VELValSlist<VELString>& roles) {
@@ -216,15 +241,8 @@ security::IAuthenticator::Result UsersFile::verify(const VELString& userName,
     {
         std::lock_guard<std::mutex> lock(_m);
         reloadIfChanged();
-        auto cached = _cache.find(userName.str());
-        if (cached != _cache.end()) {
-            const CacheEntry& e = cached->second;
-            if (e.expires > std::chrono::steady_clock::now() &&
-                e.passwordMac.size() == passwordMac.size() &&
-                CRYPTO_memcmp(e.passwordMac.data(), passwordMac.data(), passwordMac.size()) == 0) {
-                roles = e.roles;
-                return OK;
-            }
+        if (remembered(userName, passwordMac, roles)) {
+            return OK;
         }
         for (const User& u : _users) {
             if (u.name == userName) {

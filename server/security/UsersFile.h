@@ -10,9 +10,10 @@
 //
 // As the server's authenticator it rereads the file when it changes, so that
 // tarn-user takes effect without a restart. Successful checks are remembered
-// for a while (AuthCacheSeconds) as a keyed hash of the password, so that a
-// client that sends its credentials with every request does not pay the slow
-// hash each time; failures are never remembered.
+// as a keyed hash of the password until they have not been used for a while
+// (AuthCacheSeconds), so that a client that sends its credentials with every
+// request does not pay the slow hash each time; a change of the file forgets
+// them all, and failures are never remembered.
 #pragma once
 
 #include <sys/types.h>
@@ -40,6 +41,10 @@ class UsersFile : public security::IAuthenticator {
 
     Result verify(const VELString& userName, const VELString& password,
                   VELValSlist<VELString>& roles) override;
+    // True (and the roles) when these credentials were checked successfully
+    // lately: verify would not need the slow hash.
+    bool isRemembered(const VELString& userName, const VELString& password,
+                      VELValSlist<VELString>& roles);
 
     // Administration. Each takes an exclusive lock on "<path>.lock", reads the
     // file, changes it and replaces it atomically (mode 0600). They throw
@@ -75,6 +80,9 @@ class UsersFile : public security::IAuthenticator {
     template <class Change>
     void modify(Change change);
     void reloadIfChanged();  // with _m held
+    // With _m held; a hit is remembered for longer.
+    bool remembered(const VELString& userName, const std::string& passwordMac,
+                    VELValSlist<VELString>& roles);
     std::string mac(const VELString& password) const;
 
     VELString _path;

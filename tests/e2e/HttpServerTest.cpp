@@ -1,8 +1,10 @@
 // The HTTP server of a running tarnd, driven with raw HTTP through the test
 // adapter plug-in: framing, keep-alive, extension headers, hostile and slow
-// clients, the connection cap, and the server's own answers.
+// clients, the connection caps, the request memory budget, and the server's
+// own answers.
 #include <gtest/gtest.h>
 
+#include "HostileSupport.h"
 #include "TarndFixture.h"
 
 namespace tarntest {
@@ -16,7 +18,24 @@ std::string pattern(std::size_t n) {
     return s;
 }
 
-class HttpServerTest : public TarndFixture {};
+// Everything the server sends until it closes the connection.
+std::string readToClose(Socket& s, Clock::time_point deadline) {
+    std::string got;
+    for (std::string more; !(more = s.readSome(deadline)).empty();) {
+        got += more;
+    }
+    return got;
+}
+
+// Lets time pass (for deadlines that are the point of a test).
+void elapse(std::chrono::milliseconds d) {
+    ::poll(nullptr, 0, static_cast<int>(d.count()));
+}
+
+class HttpServerTest : public TarndFixture {
+  protected:
+    void expectBrokenBodiesNotServed();
+};
 
 TEST_F(HttpServerTest, EachFramingIsReadBackExactly) {
     startTarnd();
@@ -154,13 +173,7 @@ TEST_F(HttpServerTest, BadHeadOrFramingGetsOneAnswerAndTheConnectionCloses) {
     };
     const Case cases[] = {
         {"bad head", "POST /test HTTP/1.1\r\nContent-Length: x\r\n\r\n", 400},
-        // "0x3" is no chunk size: the body ends there, and so does the
-        // connection after the answer.
-        {"bad chunk size",
-         request("echo", "Transfer-Encoding: chunked\r\n", "0x3\r\nabc\r\n0\r\n\r\n"), 200},
-        // Without chunked last, the body's length is unknown.
-        {"transfer coding not chunked",
-         request("echo", "Transfer-Encoding: gzip\r\n", "3\r\nabc\r\n0\r\n\r\n"), 200},
+        {"bad version", "POST /test HTTP/1.7\r\nContent-Length: 0\r\n\r\n", 505},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -236,7 +249,7 @@ TEST_F(HttpServerTest, HeadLargerThanTheLimitIs431AndOthersAreServed) {
 }
 
 TEST_F(HttpServerTest, SilentClientIsReleasedAtTheDeadlineWhileOthersAreServed) {
-    startTarnd("HeaderTimeoutMs = 600\nWorkerThreads = 1\n");
+    startTarnd("FirstHeadTimeoutMs = 600\nWorkerThreads = 1\n");
     auto start = Clock::now();
     Socket silent = Socket::connect(httpPort);
     Socket partial = Socket::connect(httpPort);
@@ -268,7 +281,8 @@ TEST_F(HttpServerTest, ConnectionsPastTheCapGet503) {
         held.push_back(Socket::connect(httpPort));
         held.back().send(request("ping"));
         ResponseReader reader(held.back());
-        ASSERT_EQ(reader.read(in(10s)).status, 200);  // served, and kept open
+        ASSERT_EQ(reader.read(in(10s)).status, 200);  // served, and kept open...
+        held.back().send(head("echo", "Content-Length: 10\r\n") + "\r\n12345");  // ...and busy
     }
     Response refused = exchange(request("ping"));
     EXPECT_EQ(refused.status, 503);
@@ -276,6 +290,9 @@ TEST_F(HttpServerTest, ConnectionsPastTheCapGet503) {
     EXPECT_EQ(refused.header("Retry-After"), "1");
     // Once one closes, a new connection is served again.
     held.pop_back();
+    held.back().send("67890");
+    ResponseReader reader(held.back());
+    EXPECT_EQ(reader.read(in(10s)).body, "1234567890");
     auto deadline = in(10s);
     int status = 0;
     while (Clock::now() < deadline && (status = exchange(request("ping")).status) == 503) {
@@ -314,6 +331,220 @@ TEST_F(HttpServerTest, ClientThatStopsReadingDoesNotHoldTheServer) {
     // deadline it gives up and serves the next client.
     Response r = exchange(request("ping"), in(10s));
     EXPECT_EQ(r.body, "pong");
+}
+
+TEST_F(HttpServerTest, FramingThatPartiesCouldReadDifferentlyIsRefusedAndCloses) {
+    startTarnd("MaxChunkedBodySize = 1000\n");
+    const std::string chunked = "3\r\nabc\r\n0\r\n\r\n";
+    struct Case {
+        const char* name;
+        std::string framing;  // header lines
+        std::string body;
+        int status;
+        const char* version = "HTTP/1.1";
+    };
+    const Case cases[] = {
+        {"identity", "Transfer-Encoding: identity\r\n", chunked, 400},
+        {"no such coding", "Transfer-Encoding: xchunked\r\n", chunked, 400},
+        {"chunked not last", "Transfer-Encoding: chunked, gzip\r\n", chunked, 400},
+        {"chunked twice", "Transfer-Encoding: chunked, chunked\r\n", chunked, 400},
+        {"chunked in two fields", "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n",
+         chunked, 400},
+        {"a coding before chunked", "Transfer-Encoding: gzip, chunked\r\n", chunked, 501},
+        {"a coding in a field before", "Transfer-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n",
+         chunked, 501},
+        {"length, then chunked", "Content-Length: 13\r\nTransfer-Encoding: chunked\r\n", chunked,
+         400},
+        {"chunked, then length", "Transfer-Encoding: chunked\r\nContent-Length: 13\r\n", chunked,
+         400},
+        {"length and another coding", "Transfer-Encoding: gzip\r\nContent-Length: 13\r\n", chunked,
+         400},
+        {"two lengths", "Content-Length: 3\r\nContent-Length: 4\r\n", "abcd", 400},
+        {"chunked in HTTP/1.0", "Transfer-Encoding: chunked\r\n", chunked, 400, "HTTP/1.0"},
+        {"chunk size not hexadecimal", "Transfer-Encoding: chunked\r\n", "0x3\r\nabc\r\n0\r\n\r\n",
+         400},
+        {"chunk longer than its size", "Transfer-Encoding: chunked\r\n", "3\r\nabcd\r\n0\r\n\r\n",
+         400},
+        {"chunked body over the limit", "Transfer-Encoding: chunked\r\n",
+         "7d0\r\n" + std::string(2000, 'x') + "\r\n0\r\n\r\n", 413},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Socket s = Socket::connect(httpPort);
+        // A request follows: were it answered, the two parties would have
+        // seen the first one end in different places.
+        s.send(head("echo", c.framing, c.version) + "\r\n" + c.body + request("ping"));
+        ResponseReader reader(s);
+        Response r = reader.read(in(10s));
+        EXPECT_EQ(r.status, c.status) << r.body;
+        EXPECT_EQ(r.header("Connection"), "close");
+        EXPECT_EQ(reader.leftover() + readToClose(s, in(10s)), "");
+    }
+}
+
+// Bodies that break off before their end: the client ends its side there.
+void HttpServerTest::expectBrokenBodiesNotServed() {
+    const std::string chunked = head("echo", "Transfer-Encoding: chunked\r\n") + "\r\n";
+    const std::pair<const char*, std::string> cases[] = {
+        {"no last chunk", chunked + "3\r\nabc\r\n"},
+        {"chunk cut short", chunked + "5\r\nabc"},
+        {"chunk line cut short", chunked + "3\r\nabc\r\n0\r"},
+    };
+    for (const auto& [name, start] : cases) {
+        SCOPED_TRACE(name);
+        Socket s = Socket::connect(httpPort);
+        s.send(start);
+        s.shutdownWrite();
+        std::string got = readToClose(s, in(10s));
+        // Not echoed: closed without an answer, or refused by the body stream.
+        if (!got.empty()) {
+            EXPECT_EQ(got.rfind("HTTP/1.1 400 Bad Request\r\n", 0), 0u) << got;
+        }
+        EXPECT_EQ(got.find("abc"), std::string::npos) << got;
+    }
+}
+
+TEST_F(HttpServerTest, BodyThatBreaksOffBeforeAWorkerTakesItIsNeverServed) {
+    startTarnd();
+    expectBrokenBodiesNotServed();
+}
+
+TEST_F(HttpServerTest, BodyThatBreaksOffWhileTheAdapterReadsItIsNeverServed) {
+    startTarnd("BodyPreReadSize = 0\n");
+    expectBrokenBodiesNotServed();
+}
+
+TEST_F(HttpServerTest, SlowBodiesHoldNoWorkerAndAreCutOffBelowThePace) {
+    startTarnd("WorkerThreads = 1\nBodyStallMs = 800\nMinBodyRate = 1000\n");
+    // A body that keeps the pace is read before the only worker is taken,
+    // and served.
+    Socket paced = Socket::connect(httpPort);
+    paced.send(head("echo", "Content-Length: 10\r\n") + "\r\nabcde");
+    Socket stalled = Socket::connect(httpPort);
+    auto started = Clock::now();
+    stalled.send(head("echo", "Content-Length: 10\r\n") + "\r\nabc");
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(exchange(request("ping"), in(2s)).body, "pong");  // the worker is free
+    }
+    elapse(300ms);
+    paced.send("fghij");
+    ResponseReader reader(paced);
+    EXPECT_EQ(reader.read(in(5s)).body, "abcdefghij");
+    // The other falls behind: a few more bytes, then nothing. It is answered
+    // 408 once BodyStallMs (and a few milliseconds' credit) have passed
+    // without enough bytes.
+    stalled.send("d");
+    std::string got = readToClose(stalled, in(10s));
+    EXPECT_EQ(got.rfind("HTTP/1.1 408 Request Timeout\r\n", 0), 0u) << got;
+    EXPECT_GE(Clock::now() - started, 700ms);
+}
+
+TEST_F(HttpServerTest, RequestsWithoutCredentialsAreNotAskedForOrDrainedOfTheirBodies) {
+    startTarnd();
+    const std::string noAuth = "POST /test HTTP/1.1\r\nHost: localhost\r\nTestOp: ping\r\n";
+    // Expect: 100-continue and no credentials: refused without the body.
+    {
+        Socket s = Socket::connect(httpPort);
+        s.send(noAuth + "Expect: 100-continue\r\nContent-Length: 100000\r\n\r\n");
+        std::string got = readToClose(s, in(10s));
+        EXPECT_EQ(got.rfind("HTTP/1.1 401 Unauthorized\r\n", 0), 0u) << got;
+        EXPECT_EQ(got.find("100 Continue"), std::string::npos) << got;
+    }
+    // A large body sent anyway: 401, and the connection closes rather than
+    // reading the rest.
+    {
+        Socket s = Socket::connect(httpPort);
+        s.send(noAuth + "Content-Length: 10000000\r\n\r\n" + std::string(100000, 'x'));
+        ResponseReader reader(s);
+        EXPECT_EQ(reader.read(in(10s)).status, 401);
+        EXPECT_TRUE(s.waitClosed(in(5s)));
+    }
+    // A small body, already read: the connection stays for a retry with
+    // credentials.
+    {
+        Socket s = Socket::connect(httpPort);
+        s.send(noAuth + "Content-Length: 500\r\n\r\n" + std::string(500, 'x'));
+        ResponseReader reader(s);
+        EXPECT_EQ(reader.read(in(10s)).status, 401);
+        s.send(request("ping"));
+        EXPECT_EQ(reader.read(in(10s)).body, "pong");
+    }
+}
+
+TEST_F(HttpServerTest, BodiesShareTheRequestMemoryBudget) {
+    startTarnd("RequestMemoryMB = 1\n");
+    const std::string big = pattern(700000);
+    EXPECT_EQ(exchange(request("echo", "X-Framing: Full\r\n", big)).body, big);
+    // One body holds 700000 bytes of the mebibyte while it arrives...
+    Socket first = Socket::connect(httpPort);
+    std::string whole = request("echo", "X-Framing: Full\r\n", big);
+    first.send(whole.substr(0, whole.size() - 100));
+    // ...so another of that size does not fit: 503 at once, and closed.
+    Socket second = Socket::connect(httpPort);
+    second.send(request("echo", "X-Framing: Full\r\n", big));
+    ResponseReader refused(second);
+    Response r = refused.read(in(10s));
+    EXPECT_EQ(r.status, 503);
+    EXPECT_EQ(r.header("Retry-After"), "1");
+    EXPECT_TRUE(second.waitClosed(in(5s)));
+    // A small one still fits, and once the first is done, a large one again.
+    EXPECT_EQ(exchange(request("echo", "", "small")).body, "small");
+    first.send(whole.substr(whole.size() - 100));
+    ResponseReader reader(first);
+    EXPECT_EQ(reader.read(in(10s)).body, big);
+    EXPECT_EQ(exchange(request("echo", "X-Framing: Full\r\n", big)).body, big);
+}
+
+TEST_F(HttpServerTest, AClientPastItsCapTakesThePlaceOfItsSilentOrIdleConnections) {
+    startTarnd("MaxConnectionsPerClient = 2\nKeepAliveTimeoutMs = 60000\n");
+    auto ping = [&](Socket& s) {
+        s.send(request("ping"));
+        ResponseReader reader(s);
+        return reader.read(in(10s)).body;
+    };
+    // A connection that sent nothing goes first, however young...
+    Socket silent = Socket::connect(httpPort);
+    Socket x = Socket::connect(httpPort);
+    ASSERT_EQ(ping(x), "pong");
+    elapse(1200ms);  // ...even when another has been idle for over a second
+    Socket d = Socket::connect(httpPort);
+    EXPECT_EQ(ping(d), "pong");
+    EXPECT_TRUE(silent.waitClosed(in(5s)));
+    EXPECT_EQ(ping(x), "pong");
+    // Then the one idle the longest, for a second at least.
+    elapse(1200ms);
+    ASSERT_EQ(ping(d), "pong");
+    Socket e = Socket::connect(httpPort);
+    EXPECT_EQ(ping(e), "pong");
+    EXPECT_TRUE(x.waitClosed(in(5s)));
+    // Two connections in the middle of a request (or idle for less than a
+    // second) are not given up: the newcomer gets 503.
+    d.send(head("echo", "Content-Length: 4\r\n") + "\r\nab");
+    e.send(head("echo", "Content-Length: 4\r\n") + "\r\nab");
+    Socket f = Socket::connect(httpPort);
+    f.send(request("ping"));
+    ResponseReader refused(f);
+    EXPECT_EQ(refused.read(in(10s)).status, 503);
+    // Other addresses have caps of their own.
+    Socket other = hostile::connectFrom(httpPort, "127.0.0.2");
+    EXPECT_EQ(ping(other), "pong");
+}
+
+TEST_F(HttpServerTest, NewConnectionsHaveAShortHeadDeadlineAndKeptOnesTheUsualOne) {
+    startTarnd("FirstHeadTimeoutMs = 400\nHeaderTimeoutMs = 3000\n");
+    auto start = Clock::now();
+    Socket fresh = Socket::connect(httpPort);
+    fresh.send("POST /test HTTP/1.1\r\n");  // never finished
+    Socket kept = Socket::connect(httpPort);
+    kept.send(request("ping"));
+    ResponseReader reader(kept);
+    ASSERT_EQ(reader.read(in(10s)).body, "pong");
+    kept.send("POST /test HTTP/1.1\r\nHost: x\r\n");  // half of the next head
+    EXPECT_TRUE(fresh.waitClosed(in(5s)));
+    EXPECT_GE(Clock::now() - start, 300ms);
+    elapse(600ms);  // past the first-head deadline, within the usual one
+    kept.send("TestOp: ping\r\nAuthorization: " + auth() + "\r\nContent-Length: 0\r\n\r\n");
+    EXPECT_EQ(reader.read(in(10s)).body, "pong");
 }
 
 }  // namespace

@@ -2,7 +2,11 @@
 // against the users file and its administration with tarn-user, HTTPS, and
 // graceful shutdown.
 #include <gtest/gtest.h>
+#include <ifaddrs.h>
+#include <net/if.h>
 #include <sys/stat.h>
+
+#include <set>
 
 #include "TarndFixture.h"
 
@@ -39,11 +43,17 @@ TEST_F(StateAndSecurityTest, FirstStartCreatesStateWithSafeDefaultsAndKeepsItLat
                  adapterPath()});
     ASSERT_TRUE(first.waitForOutput("running;", in(30s))) << first.output();
     EXPECT_EQ(modeOf(state), 0700u);
-    for (const char* f : {"admin.password", "users", "server.key"}) {
-        EXPECT_EQ(modeOf(state / f), 0600u) << f;
+    // Every file of the state directory is the server's alone, the
+    // repository and the files SQLite and tarn-mof keep beside it included.
+    std::set<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(state)) {
+        files.insert(entry.path().filename().string());
+        EXPECT_EQ(modeOf(entry.path()), 0600u) << entry.path();
     }
-    for (const char* f : {"tarn.conf", "Port_settings.xml", "server.crt"}) {
-        EXPECT_TRUE(std::filesystem::exists(state / f)) << f;
+    for (const char* f : {"admin.password", "users", "server.key", "server.crt", "tarn.conf",
+                          "Port_settings.xml", "repository.db", "repository.db-wal",
+                          "repository.db-shm", "repository.db-schema", "trace.log"}) {
+        EXPECT_EQ(files.count(f), 1u) << f;
     }
     std::string pw = trimmed(readFile(state / "admin.password"));
     EXPECT_GE(pw.size(), 20u);
@@ -207,9 +217,21 @@ TEST_F(StateAndSecurityTest, HttpsServesWithTheGeneratedCertificateFromTls12On) 
         EXPECT_EQ(body.size(), 300000u) << framing;
         EXPECT_EQ(body.substr(299984), "0123456789abcdef") << framing;
     }
-    // Older protocol versions are refused in the handshake.
+    // Older protocol versions are refused in the handshake, and so are TLS
+    // 1.2 cipher suites without authenticated encryption.
     auto old = curl({"-H", "TestOp: ping", "--tlsv1.1", "--tls-max", "1.1"});
     EXPECT_NE(old.first, 0) << old.second;
+    for (const char* suite :
+         {"ECDHE-ECDSA-AES128-SHA", "ECDHE-ECDSA-AES256-SHA384", "ECDHE-ECDSA-AES128-SHA256"}) {
+        auto cbc =
+            curl({"-H", "TestOp: ping", "--tlsv1.2", "--tls-max", "1.2", "--ciphers", suite});
+        EXPECT_NE(cbc.first, 0) << suite << ": " << cbc.second;
+    }
+    for (const char* suite : {"ECDHE-ECDSA-AES128-GCM-SHA256", "ECDHE-ECDSA-CHACHA20-POLY1305"}) {
+        auto aead =
+            curl({"-H", "TestOp: ping", "--tlsv1.2", "--tls-max", "1.2", "--ciphers", suite});
+        EXPECT_EQ(aead.second, "200") << suite;
+    }
     // Plain HTTP on the TLS port gets no answer, and the server goes on.
     Socket plain = Socket::connect(httpsPort);
     plain.send(request("ping"));
@@ -218,7 +240,7 @@ TEST_F(StateAndSecurityTest, HttpsServesWithTheGeneratedCertificateFromTls12On) 
 }
 
 TEST_F(StateAndSecurityTest, StopSignalLetsTheRequestInFlightFinish) {
-    startTarnd();
+    startTarnd("BodyPreReadSize = 0\n");  // the adapter starts before the body is complete
     Socket s = Socket::connect(httpPort);
     s.send(head("wait", "Content-Length: 10\r\n") + "\r\n12345");
     ResponseReader reader(s);
@@ -254,7 +276,7 @@ TEST_F(StateAndSecurityTest, StopSignalLetsTheRequestInFlightFinish) {
 }
 
 TEST_F(StateAndSecurityTest, StopSignalClosesStuckRequestsAfterTheGracePeriod) {
-    startTarnd("ShutdownGraceMs = 500\n");
+    startTarnd("ShutdownGraceMs = 500\nBodyPreReadSize = 0\n");
     Socket s = Socket::connect(httpPort);
     s.send(head("wait", "Content-Length: 10\r\n") + "\r\n123");  // never completed
     ASSERT_FALSE(s.readSome(in(10s)).empty());
@@ -266,6 +288,74 @@ TEST_F(StateAndSecurityTest, StopSignalClosesStuckRequestsAfterTheGracePeriod) {
               std::string::npos)
         << tarnd.output();
     EXPECT_TRUE(s.waitClosed(in(5s)));
+}
+
+// A local IPv4 address other than a loopback one, if the host has one.
+std::optional<std::string> nonLoopbackAddress() {
+    ifaddrs* list = nullptr;
+    if (::getifaddrs(&list) != 0) {
+        return std::nullopt;
+    }
+    std::optional<std::string> found;
+    for (ifaddrs* i = list; i && !found; i = i->ifa_next) {
+        if (i->ifa_addr && i->ifa_addr->sa_family == AF_INET && !(i->ifa_flags & IFF_LOOPBACK) &&
+            (i->ifa_flags & IFF_UP)) {
+            char text[INET_ADDRSTRLEN] = {};
+            ::inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(i->ifa_addr)->sin_addr, text,
+                        sizeof text);
+            found = text;
+        }
+    }
+    ::freeifaddrs(list);
+    return found;
+}
+
+Socket connectTo(const std::string& address, std::uint16_t port) {
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    ::inet_pton(AF_INET, address.c_str(), &a.sin_addr);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
+        ::close(fd);
+        throw std::runtime_error("connect to " + address + " failed");
+    }
+    return Socket(fd);
+}
+
+TEST_F(StateAndSecurityTest, PlainHttpBasicIsForLoopbackClientsByDefault) {
+    auto address = nonLoopbackAddress();
+    if (!address) {
+        GTEST_SKIP() << "the host has no address other than loopback ones";
+    }
+    startTarnd("", true, {"--listen", "0.0.0.0"});
+    Socket remote = connectTo(*address, httpPort);
+    remote.send(request("info"));
+    ResponseReader reader(remote);
+    Response r = reader.read(in(10s));
+    EXPECT_EQ(r.status, 403);
+    EXPECT_EQ(r.find("WWW-Authenticate"), nullptr);
+    // The same client over TLS, and a loopback client, are served.
+    const std::string url = "https://" + *address + ":" + std::to_string(httpsPort) + "/t";
+    auto tls =
+        runProgram({"/usr/bin/curl", "-sS", "-k", "-u", "admin:" + password, "-o", "/dev/null",
+                    "-w", "%{http_code}", "-X", "POST", "-d", "", "-H", "TestOp: ping", url});
+    EXPECT_EQ(tls.second, "200");
+    EXPECT_EQ(exchange(request("ping")).status, 200);
+}
+
+TEST_F(StateAndSecurityTest, PlainHttpBasicFromAnyClientWhenConfigured) {
+    auto address = nonLoopbackAddress();
+    if (!address) {
+        GTEST_SKIP() << "the host has no address other than loopback ones";
+    }
+    startTarnd("[Security]\nBasicOverHTTP = any\n", false, {"--listen", "0.0.0.0"});
+    Socket remote = connectTo(*address, httpPort);
+    remote.send(request("info"));
+    ResponseReader reader(remote);
+    Response r = reader.read(in(10s));
+    EXPECT_EQ(r.status, 200);
+    EXPECT_NE(r.body.find("loopback=0\n"), std::string::npos) << r.body;
 }
 
 }  // namespace

@@ -17,6 +17,16 @@ using tarntest::FakeSocket;
 class FakeAuthenticator : public tarn::security::IAuthenticator {
   public:
     int calls = 0;
+    VELString address;
+    Result verifyFrom(const VELString& clientAddress, const VELString& user,
+                      const VELString& password, VELValSlist<VELString>& roles,
+                      std::uint32_t& retryAfter) override {
+        address = clientAddress;
+        retryAfter = user == "throttled" ? 42 : user == "busy" ? 1 : 0;
+        return user == "throttled" ? THROTTLED
+               : user == "busy"    ? BUSY
+                                   : verify(user, password, roles);
+    }
     Result verify(const VELString& user, const VELString& password,
                   VELValSlist<VELString>& roles) override {
         ++calls;
@@ -34,7 +44,10 @@ class FakeAuthenticator : public tarn::security::IAuthenticator {
 class AuthenticationTest : public ::testing::Test {
   protected:
     void SetUp() override { AuthenticationHelper::setAuthenticator(authenticator); }
-    void TearDown() override { AuthenticationHelper::setAuthenticator(nullptr); }
+    void TearDown() override {
+        AuthenticationHelper::setAuthenticator(nullptr);
+        AuthenticationHelper::setPlainHTTPBasic(AuthenticationHelper::PlainHTTPBasic::Loopback);
+    }
 
     // Runs authenticateRequest on a request with this Authorization header
     // (none when empty); returns the result, the bytes written in written.
@@ -46,6 +59,8 @@ class AuthenticationTest : public ::testing::Test {
         VELHTTPRequest request("POST", "/cimom", VELHTTPOperation::HTTP_1_1, fields);
         VELHTTPResponse response;
         FakeSocket socket;
+        socket.secure = secure;
+        socket.loopback = loopback;
         VELGenericHTTPIStream in(socket, "");
         VELGenericHTTPOStream out(socket);
         bool ok = AuthenticationHelper::authenticateRequest(request, response, in, out, token);
@@ -55,6 +70,8 @@ class AuthenticationTest : public ::testing::Test {
 
     std::shared_ptr<FakeAuthenticator> authenticator = std::make_shared<FakeAuthenticator>();
     std::string written;
+    bool secure = false;
+    bool loopback = true;
 };
 
 const char* const kDenied =
@@ -106,6 +123,65 @@ TEST_F(AuthenticationTest, FailuresAreAnswered401AndLoggedWithoutThePassword) {
             "AuthenticationHelper::authenticateRequest",
             std::string("Authentication failed from 127.0.0.2:40000: ") + c.logged, c.severity));
         EXPECT_FALSE(log.containsText("wrong-secret"));
+    }
+}
+
+TEST_F(AuthenticationTest, PlainHttpBasicOnlyWhereThePolicyAllows) {
+    using P = AuthenticationHelper::PlainHTTPBasic;
+    struct Case {
+        const char* policy;
+        bool secure;
+        bool loopback;
+        bool served;
+    };
+    const Case cases[] = {
+        {"loopback", false, true, true}, {"loopback", false, false, false},
+        {"loopback", true, false, true}, {"LOOPBACK", false, false, false},
+        {"any", false, false, true},     {"never", false, true, false},
+        {"never", true, true, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.policy) + (c.secure ? " secure" : " plain") +
+                     (c.loopback ? " loopback" : " remote"));
+        P policy = P::Any;
+        ASSERT_TRUE(AuthenticationHelper::parsePlainHTTPBasic(c.policy, policy));
+        AuthenticationHelper::setPlainHTTPBasic(policy);
+        secure = c.secure;
+        loopback = c.loopback;
+        int calls = authenticator->calls;
+        auto token = makeVELSmrPtr<tarn::security::SecurityToken>();
+        EXPECT_EQ(run("Basic YWxpY2U6cGE6c3Mgd29yZA==", token), c.served);
+        if (!c.served) {
+            // Refused without a look at the credentials and without a challenge.
+            EXPECT_EQ(written.rfind("HTTP/1.1 403 Forbidden\r\n", 0), 0u) << written;
+            EXPECT_EQ(written.find("WWW-Authenticate"), std::string::npos);
+            EXPECT_EQ(authenticator->calls, calls);
+            EXPECT_FALSE(run("", token));
+            EXPECT_EQ(written.find("WWW-Authenticate"), std::string::npos);
+        }
+    }
+    P ignored;
+    EXPECT_FALSE(AuthenticationHelper::parsePlainHTTPBasic("sometimes", ignored));
+}
+
+TEST_F(AuthenticationTest, ThrottledAndBusyLoginsAreAnsweredWithRetryAfter) {
+    const std::pair<const char*, const char*> cases[] = {
+        // throttled:x, busy:x
+        {"Basic dGhyb3R0bGVkOng=",
+         "HTTP/1.1 429 Too Many Requests\r\nContent-Type: text/plain; charset=utf-8\r\n"
+         "Retry-After: 42\r\nConnection: close\r\nContent-Length: 41\r\n\r\n"
+         "Too many failed logins; try again later.\n"},
+        {"Basic YnVzeTp4",
+         "HTTP/1.1 503 Service Unavailable\r\nContent-Type: text/plain; charset=utf-8\r\n"
+         "Retry-After: 1\r\nConnection: close\r\nContent-Length: 52\r\n\r\n"
+         "Too many logins are being checked; try again later.\n"},
+    };
+    for (const auto& [header, answer] : cases) {
+        auto token = makeVELSmrPtr<tarn::security::SecurityToken>();
+        EXPECT_FALSE(run(header, token));
+        EXPECT_EQ(written, answer);
+        EXPECT_EQ(authenticator->address, "127.0.0.2");  // the login's client
+        EXPECT_FALSE(token->isAuthenticated());
     }
 }
 

@@ -8,10 +8,12 @@
 #include <sstream>
 #include <thread>
 
+#include "HostileSupport.h"
 #include "HttpTestSupport.h"
 #include "core/AdapterRegistry.h"
 #include "core/ObjectManagerContext.h"
 #include "http/HTTPServer.h"
+#include "security/LoginGuard.h"
 #include "security/UsersFile.h"
 #include "tarn/CClassSet.h"
 #include "vela/AuthenticationHelper.h"
@@ -128,13 +130,15 @@ TEST_F(HTTPServerConcurrencyTest, ConnectionsPastTheCapAre503WhileOthersAreServe
     tarn::HTTPServerConfig config;
     config.maxConnections = 4;
     start(config);
-    // Four held connections fill the cap.
+    // Four connections in the middle of a request fill the cap.
     std::vector<Socket> held;
+    const std::string echo = request("echo", "", "0123456789");
     for (int i = 0; i < 4; ++i) {
         held.push_back(Socket::connect(port));
         held.back().send(request("ping"));
         ResponseReader r(held.back());
         ASSERT_EQ(r.read(in(10s)).status, 200);
+        held.back().send(echo.substr(0, echo.size() - 5));
     }
     std::atomic<int> refused{0};
     std::atomic<int> other{0};
@@ -158,16 +162,16 @@ TEST_F(HTTPServerConcurrencyTest, ConnectionsPastTheCapAre503WhileOthersAreServe
     EXPECT_EQ(other.load(), 0);
     // The held ones are still served.
     for (auto& s : held) {
-        s.send(request("ping"));
+        s.send("56789");
         ResponseReader r(s);
-        EXPECT_EQ(r.read(in(10s)).body, "pong");
+        EXPECT_EQ(r.read(in(10s)).body, "0123456789");
     }
 }
 
 TEST_F(HTTPServerConcurrencyTest, SilentClientsHoldNoWorker) {
     tarn::HTTPServerConfig config;
     config.workerThreads = 2;
-    config.headTimeoutMs = 300;
+    config.firstHeadTimeoutMs = 300;
     start(config);
     std::vector<Socket> silent;
     for (int i = 0; i < 8; ++i) {
@@ -193,6 +197,7 @@ TEST_F(HTTPServerConcurrencyTest, SilentClientsHoldNoWorker) {
 TEST_F(HTTPServerConcurrencyTest, StopLetsRequestsInFlightFinishAndRefusesNewOnes) {
     tarn::HTTPServerConfig config;
     config.shutdownGraceMs = 10000;
+    config.bodyPreReadSize = 0;  // the adapter starts before the body is complete
     start(config);
     constexpr int kInFlight = 4;
     std::vector<Socket> clients;
@@ -229,6 +234,7 @@ TEST_F(HTTPServerConcurrencyTest, StopLetsRequestsInFlightFinishAndRefusesNewOne
 TEST_F(HTTPServerConcurrencyTest, StopClosesStuckRequestsAfterTheGracePeriod) {
     tarn::HTTPServerConfig config;
     config.shutdownGraceMs = 200;
+    config.bodyPreReadSize = 0;  // the adapter starts before the body is complete
     start(config);
     std::vector<Socket> stuck;
     for (int i = 0; i < 3; ++i) {
@@ -246,6 +252,92 @@ TEST_F(HTTPServerConcurrencyTest, StopClosesStuckRequestsAfterTheGracePeriod) {
     }
     EXPECT_EQ(server->openConnections(), 0u);
     server.reset();
+}
+
+TEST_F(HTTPServerConcurrencyTest, LoggedInClientsAreServedAmidSlowBodiesLoginFloodsAndNewcomers) {
+    tarn::HTTPServerConfig config;
+    config.workerThreads = 3;
+    config.maxConnections = 40;
+    config.bodyStallMs = 400;
+    start(config);
+    tarn::LoginGuard::Settings settings;
+    settings.hashThreads = 1;
+    settings.hashQueue = 2;
+    AuthenticationHelper::setAuthenticator(std::make_shared<tarn::LoginGuard>(users, settings));
+    {
+        // Logged in before the attacks start.
+        Socket s = Socket::connect(port);
+        s.send(request("ping"));
+        ResponseReader r(s);
+        ASSERT_EQ(r.read(in(30s)).body, "pong");
+    }
+    std::atomic<bool> stop{false};
+    std::atomic<int> cut{0};
+    std::atomic<int> refusedLogins{0};
+    std::vector<std::thread> attackers;
+    // More slow bodies than workers, from other addresses.
+    for (int i = 0; i < 6; ++i) {
+        attackers.emplace_back([&] {
+            while (!stop) {
+                Socket s = hostile::connectFrom(port, "127.0.0.2");
+                s.send("POST /t HTTP/1.1\r\nTestOp: echo\r\nContent-Length: 1000\r\n\r\nx");
+                std::string got;
+                try {
+                    got = s.readSome(in(10s));  // nothing comes until the stall time
+                } catch (const std::exception&) {
+                }
+                cut += got.rfind("HTTP/1.1 408", 0) == 0;
+            }
+        });
+    }
+    // Wrong passwords as fast as they are answered.
+    for (int i = 0; i < 4; ++i) {
+        attackers.emplace_back([&, i] {
+            while (!stop) {
+                Socket s = hostile::connectFrom(port, "127.0.0.3");
+                s.send("POST /t HTTP/1.1\r\nTestOp: ping\r\nAuthorization: " +
+                       basicAuth(i % 2 ? "admin" : "eve", "guess") +
+                       "\r\nContent-Length: 0\r\n\r\n");
+                ResponseReader r(s);
+                int status = 0;
+                try {
+                    status = r.read(in(30s)).status;
+                } catch (const std::exception&) {
+                }
+                refusedLogins += status == 429 || status == 503;
+            }
+        });
+    }
+    // Connections that send nothing, taking the places of each other.
+    attackers.emplace_back([&] {
+        std::vector<Socket> held;
+        while (!stop) {
+            try {
+                held.push_back(
+                    hostile::connectFrom(port, "127.0.0." + std::to_string(4 + held.size() % 8)));
+            } catch (const std::exception&) {
+            }
+            if (held.size() > 60) {
+                held.erase(held.begin());
+            }
+            ::poll(nullptr, 0, 5);
+        }
+    });
+    int served = 0;
+    for (int i = 0; i < 40; ++i) {
+        Socket s = Socket::connect(port);
+        s.send(request("echo", "", "payload"));
+        ResponseReader r(s);
+        Response answer = r.read(in(10s));
+        served += answer.status == 200 && answer.body == "payload";
+    }
+    stop = true;
+    for (auto& t : attackers) {
+        t.join();
+    }
+    EXPECT_EQ(served, 40);
+    EXPECT_GT(cut.load(), 0);
+    EXPECT_GT(refusedLogins.load(), 0);
 }
 
 }  // namespace
