@@ -154,6 +154,11 @@ RequestEnd RequestRunner::serveRequest(VELHTTPRequest& request) {
         if (imported) {
             end = RequestEnd::Close;
         } else {
+            if (_c.isRequestComplete()) {
+                // The adapter is done with the whole body: its share of the
+                // memory budget is free before the client sees the end.
+                _c.dropBody();
+            }
             out.finish();
             end = out.closesConnection() ? RequestEnd::Close : RequestEnd::Keep;
         }
