@@ -146,6 +146,21 @@ TEST_F(SchemaOperationsTest, WbemcliFollowsTheInteropModel) {
     ASSERT_EQ(profile.lines().size(), 1u) << profile.output;
     Client central = wbemcliIn("interop", "ain", paths(profile)[0], {"-arr", "ManagedElement"});
     EXPECT_EQ(paths(central), paths(managers)) << central.output;
+
+    // Every class of the model enumerates whole through wbemcli.
+    for (auto [cls, count] : std::initializer_list<std::pair<const char*, std::size_t>>{
+             {"CIM_ObjectManager", 1},
+             {"CIM_Namespace", 2},
+             {"CIM_ObjectManagerCommunicationMechanism", 2},
+             {"CIM_RegisteredProfile", 2},
+             {"CIM_HostedService", 1},
+             {"CIM_NamespaceInManager", 2},
+             {"CIM_CommMechanismForManager", 2},
+             {"CIM_ElementConformsToProfile", 2}}) {
+        Client all = wbemcliIn("interop", "ei", cls);
+        EXPECT_EQ(all.status, 0) << cls << "\n" << all.output;
+        EXPECT_EQ(all.lines().size(), count) << cls << "\n" << all.output;
+    }
 }
 
 TEST_F(SchemaOperationsTest, WholeBodiesOfTheEdgeCases) {
