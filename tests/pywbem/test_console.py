@@ -160,6 +160,36 @@ def test_create_and_delete_an_instance(console, tarnd):
         "Address": "10.0.0.9", "Port": pywbem.Uint16(8080), "Transport": pywbem.Uint16(6)})
     created = conn.GetInstance(path)
     assert created["Backlog"] == 64 and created["Protocols"] == ["HTTP/1.1", "HTTP/2"]
+    # An edit sends the property changed.
+    console.click("#edit-instance")
+    backlog = console.find("#field-Backlog")
+    backlog.clear()
+    backlog.send_keys("128")
+    console.click("#save-instance")
+    console.text('td[data-property="Backlog"]', "128")
+    assert conn.GetInstance(path)["Backlog"] == 128
+    # An association to it, its references typed as paths, followed both ways.
+    console.show_class("TARN_ServiceListeningPort")
+    console.click("#new-instance")
+    form = console.find("#instance-form")
+    form.find_element(By.ID, "field-Antecedent").send_keys(
+        'TARN_Service.SystemCreationClassName="TARN_ComputerSystem",'
+        'SystemName="tarn-example.local",CreationClassName="TARN_Service",Name="tarn-cimxml"')
+    form.find_element(By.ID, "field-Dependent").send_keys(
+        'TARN_ListeningPort.Address="10.0.0.9",Port=8080,Transport=6')
+    console.click("#save-instance")
+    console.text("#instance-path", "TARN_ServiceListeningPort.")
+    console.click('td[data-property="Dependent"] a.path')
+    console.text("#instance-path", 'Address="10.0.0.9"')
+    console.click("#associators")
+    console.text("#related ul.related", 'Name="tarn-cimxml"')
+    console.click("#references")
+    console.text("#related ul.related", "TARN_ServiceListeningPort.")
+    console.click("#related ul.related a.path")
+    console.text("#instance-path", "TARN_ServiceListeningPort.")
+    console.click("#delete-instance")
+    console.wait.until(EC.alert_is_present()).accept()
+    console.text("#done", "Deleted")
     # The server's refusal is shown with its CIM status.
     console.show_class("TARN_ListeningPort")
     console.click("#new-instance")

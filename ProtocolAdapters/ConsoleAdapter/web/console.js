@@ -157,7 +157,10 @@ function parsePath(el, ns) {
   const keys = kids(name, "KEYBINDING").map((kb) => {
     const v = kid(kb, "KEYVALUE", "VALUE.REFERENCE");
     if (!v) return [kb.getAttribute("NAME"), ""];
-    if (v.tagName === "KEYVALUE") return [kb.getAttribute("NAME"), v.textContent];
+    if (v.tagName === "KEYVALUE") {
+      const t = v.getAttribute("VALUETYPE") || "string";
+      return [kb.getAttribute("NAME"), v.textContent, t === "string"];
+    }
     const p = parsePath(v, ns);
     return [kb.getAttribute("NAME"), p ? pathText(p) : "?"];
   });
@@ -166,7 +169,9 @@ function parsePath(el, ns) {
   return { ns, cls: name.getAttribute("CLASSNAME"), keys, xml: name };
 }
 
-const pathText = (p) => `${p.cls}.${p.keys.map(([k, v]) => `${k}="${v}"`).join(",")}`;
+// Class.Key="text",Key=12: strings quoted (with \ before " and \), numbers
+// and booleans bare, as a reference is typed in the forms.
+const pathText = (p) => `${p.cls}.${p.keys.map(([k, v, quoted]) => (quoted === false ? `${k}=${v}` : `${k}="${v.replace(/["\\]/g, "\\$&")}"`)).join(",")}`;
 
 function pathLink(p) {
   return h("a", { class: "path", onclick: act(() => showInstance(p)) }, pathText(p));
@@ -217,6 +222,7 @@ function parseClass(el) {
     type: p.getAttribute("TYPE") || (p.getAttribute("REFERENCECLASS") ? "ref " + p.getAttribute("REFERENCECLASS") : "reference"),
     array: p.tagName.endsWith(".ARRAY") || p.tagName.endsWith(".REFARRAY"),
     ref: p.tagName.includes("REFERENCE") || p.tagName.includes("REFARRAY"),
+    refClass: p.getAttribute("REFERENCECLASS") || "",
     origin: p.getAttribute("CLASSORIGIN") || "",
     qualifiers: parseQualifiers(p),
     value: p.tagName.startsWith("PROPERTY") ? parseValue(p) : null,
@@ -449,7 +455,27 @@ async function deleteInstance(path) {
 // The text of a value for a form field and back.
 const fieldText = (v) => (v === null || v === undefined ? "" : Array.isArray(v) ? v.join("\n") : typeof v === "object" ? pathText(v) : v);
 
+// A reference typed as Class.Key="text",Key=12: its INSTANCENAME element.
+function referenceXml(text) {
+  const m = /^\s*([A-Za-z_][A-Za-z0-9_]*)\.(.*)$/s.exec(text);
+  if (!m) throw new Error(`Not a reference: ${text} (write Class.Key="value",Key=1)`);
+  const bindings = [];
+  const re = /\s*([A-Za-z_][A-Za-z0-9_]*)\s*=\s*("((?:[^"\\]|\\.)*)"|[^,"]*)\s*(,|$)/gy;
+  let rest = m[2];
+  let k;
+  while (rest.length && (k = re.exec(rest))) {
+    const quoted = k[3] !== undefined;
+    const value = quoted ? k[3].replace(/\\(.)/g, "$1") : k[2].trim();
+    const type = quoted ? "string" : /^(true|false)$/i.test(value) ? "boolean" : "numeric";
+    bindings.push(`<KEYBINDING NAME="${esc(k[1])}"><KEYVALUE VALUETYPE="${type}">${esc(value)}</KEYVALUE></KEYBINDING>`);
+    if (re.lastIndex >= rest.length) break;
+  }
+  if (!bindings.length || re.lastIndex < rest.length) throw new Error(`Not a reference: ${text} (write Class.Key="value",Key=1)`);
+  return `<VALUE.REFERENCE><INSTANCENAME CLASSNAME="${esc(m[1])}">${bindings.join("")}</INSTANCENAME></VALUE.REFERENCE>`;
+}
+
 function valueXml(p, text) {
+  if (p.ref) return referenceXml(text);
   if (p.array) {
     const items = text.split("\n").map((s) => s.trim()).filter((s) => s !== "");
     return `<VALUE.ARRAY>${items.map(xv).join("")}</VALUE.ARRAY>`;
@@ -461,6 +487,9 @@ function field(p, value, id) {
   if (p.type === "boolean" && !p.array) {
     return h("select", { id, name: p.name }, ["", "TRUE", "FALSE"].map((o) => h("option", { value: o, selected: (value || "").toUpperCase() === o }, o || "NULL")));
   }
+  if (p.ref) {
+    return h("input", { id, name: p.name, value: fieldText(value), placeholder: `${p.refClass || "Class"}.Key="value",...` });
+  }
   return p.array ? h("textarea", { id, name: p.name, rows: 3, placeholder: "one value a line" }, fieldText(value))
     : h("input", { id, name: p.name, value: fieldText(value), placeholder: p.type });
 }
@@ -471,7 +500,7 @@ async function editInstance(cls, path, inst) {
   await closeOpenEnumeration();
   const def = await getClass(cls, path ? path.ns : state.ns);
   const current = new Map((inst ? inst.props : []).map((p) => [p.name.toLowerCase(), p.value]));
-  const props = def.props.filter((p) => !p.ref && !(path && hasQualifier(p.qualifiers, "Key")));
+  const props = def.props.filter((p) => !(p.ref && p.array) && !(path && hasQualifier(p.qualifiers, "Key")));
   const form = h("form", { class: "edit", id: "instance-form" },
     table(["Property", "Type", "Value"], props.map((p) => [h("td", { class: hasQualifier(p.qualifiers, "Key") ? "key" : "" }, p.name),
       p.type + (p.array ? "[]" : ""), h("td", {}, field(p, path ? current.get(p.name.toLowerCase()) : null, "field-" + p.name))])),
@@ -481,8 +510,10 @@ async function editInstance(cls, path, inst) {
     const changed = props.filter((p) => form.elements[p.name].value !== fieldText(path ? current.get(p.name.toLowerCase()) : null));
     const propXml = (p) => {
       const text = form.elements[p.name].value;
+      const value = text.trim() === "" ? "" : valueXml(p, text);
+      if (p.ref) return `<PROPERTY.REFERENCE NAME="${esc(p.name)}" REFERENCECLASS="${esc(p.refClass)}">${value}</PROPERTY.REFERENCE>`;
       const tag = p.array ? "PROPERTY.ARRAY" : "PROPERTY";
-      return `<${tag} NAME="${esc(p.name)}" TYPE="${esc(p.type)}">${text.trim() === "" ? "" : valueXml(p, text)}</${tag}>`;
+      return `<${tag} NAME="${esc(p.name)}" TYPE="${esc(p.type)}">${value}</${tag}>`;
     };
     if (path) {
       const instance = `<INSTANCE CLASSNAME="${esc(cls)}">${changed.map(propXml).join("")}</INSTANCE>`;
@@ -496,7 +527,7 @@ async function editInstance(cls, path, inst) {
     }
   }));
   view(h("h2", {}, path ? "Edit " : "New instance of ", path ? pathText(path) : cls),
-    props.length < def.props.length ? h("p", { class: "muted" }, path ? "Keys and references cannot be changed here." : "References cannot be given here.") : "",
+    props.length < def.props.length ? h("p", { class: "muted" }, path ? "Keys and arrays of references cannot be changed here." : "Arrays of references cannot be given here.") : "",
     form);
 }
 
@@ -507,14 +538,14 @@ function methodForm(cls, method, path) {
   const result = h("div", { id: "method-result" });
   const form = h("form", { class: "edit", id: "method-form" },
     inputs.length ? table(["Parameter", "Type", "Value"], inputs.map((p) => [p.name, p.type + (p.array ? "[]" : ""),
-      p.ref ? h("span", { class: "muted" }, "references cannot be given here") : field(p, null, "param-" + p.name)])) : h("p", { class: "muted" }, "No input parameters."),
+      p.ref && p.array ? h("span", { class: "muted" }, "arrays of references cannot be given here") : field(p, null, "param-" + p.name)])) : h("p", { class: "muted" }, "No input parameters."),
     h("div", { class: "toolbar" }, h("button", { type: "submit", id: "invoke" }, "Invoke")));
   form.addEventListener("submit", act(async () => {
     const ns = path ? path.ns : state.ns;
     const target = path ? `<LOCALINSTANCEPATH>${localNamespace(ns)}${serialize(path.xml)}</LOCALINSTANCEPATH>`
       : `<LOCALCLASSPATH>${localNamespace(ns)}${xclass(cls)}</LOCALCLASSPATH>`;
-    const params = inputs.filter((p) => !p.ref && form.elements[p.name].value.trim() !== "")
-      .map((p) => `<PARAMVALUE NAME="${esc(p.name)}" PARAMTYPE="${esc(p.type)}">${valueXml(p, form.elements[p.name].value)}</PARAMVALUE>`).join("");
+    const params = inputs.filter((p) => !(p.ref && p.array) && form.elements[p.name].value.trim() !== "")
+      .map((p) => `<PARAMVALUE NAME="${esc(p.name)}" PARAMTYPE="${p.ref ? "reference" : esc(p.type)}">${valueXml(p, form.elements[p.name].value)}</PARAMVALUE>`).join("");
     const r = await call(method.name, ns + ":" + (path ? pathText(path) : cls), `<METHODCALL NAME="${esc(method.name)}">${target}${params}</METHODCALL>`);
     const ret = kid(r, "RETURNVALUE");
     result.replaceChildren(h("h3", {}, "Result"), table(["Name", "Value"], [
