@@ -213,6 +213,7 @@ def test_invoke_the_sample_providers_method(console, tarnd):
     console.show_class("TARN_SampleCounter")
     console.click('button[data-method="Create"]')
     console.find("#param-Name").send_keys("clicks")
+    assert not console.d.find_elements(By.ID, "param-Counter")  # an output parameter
     console.click("#invoke")
     assert console.text("#return-value", "0") == "0"
     console.text("#method-result", 'TARN_SampleCounter.Name="clicks"')

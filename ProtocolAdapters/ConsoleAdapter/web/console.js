@@ -534,7 +534,8 @@ async function editInstance(cls, path, inst) {
 // ---------------------------------------------------------------- methods
 
 function methodForm(cls, method, path) {
-  const inputs = method.params.filter((p) => !p.qualifiers.some((q) => q.name.toLowerCase() === "in" && q.value === "FALSE"));
+  // Inputs: parameters marked IN, and those marked neither IN nor OUT.
+  const inputs = method.params.filter((p) => hasQualifier(p.qualifiers, "In") || !hasQualifier(p.qualifiers, "Out"));
   const result = h("div", { id: "method-result" });
   const form = h("form", { class: "edit", id: "method-form" },
     inputs.length ? table(["Parameter", "Type", "Value"], inputs.map((p) => [p.name, p.type + (p.array ? "[]" : ""),
