@@ -18,6 +18,9 @@
 #include "handler/OperationHandler.h"
 #include "http/HTTPServer.h"
 #include "interop/InteropProviders.h"
+#include "metrics/Metrics.h"
+#include "metrics/MetricsAdapter.h"
+#include "metrics/ProcessMetrics.h"
 #include "providers/EnumeratingAssociationProvider.h"
 #include "providers/ProviderRegistry.h"
 #include "providers/RepositoryAssociationProvider.h"
@@ -43,8 +46,8 @@ bool exists(const VELString& path) {
     return ::stat(path.c_str(), &st) == 0;
 }
 
-// The CIM-XML adapter installed beside the binary: ../lib, then the same directory.
-VELString defaultAdapterPath() {
+// An adapter installed beside the binary: ../lib, then the same directory.
+VELString defaultAdapterPath(const char* library) {
     char exe[PATH_MAX] = {};
     ssize_t n = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
     if (n <= 0) {
@@ -52,7 +55,7 @@ VELString defaultAdapterPath() {
     }
     std::filesystem::path dir =
         std::filesystem::path(std::string(exe, static_cast<std::size_t>(n))).parent_path();
-    for (const auto& candidate : {dir / ".." / "lib" / "libcimxmlpa.so", dir / "libcimxmlpa.so"}) {
+    for (const auto& candidate : {dir / ".." / "lib" / library, dir / library}) {
         if (std::filesystem::exists(candidate)) {
             return VELString(candidate.lexically_normal().string());
         }
@@ -122,6 +125,45 @@ std::unique_ptr<tarn::Repository> openRepository(const tarn::StateDirectory& sta
     return repository;
 }
 
+// The series of the server's parts that keep their own counts: written at
+// each exposition from what they report.
+struct ServerParts {
+    const tarn::HTTPServer& server;
+    const tarn::WorkerPool& providerPool;
+    std::size_t providerThreads;
+    const tarn::EnumerationRegistry& enumerations;
+    const tarn::Repository& repository;
+};
+
+void collectServer(const ServerParts& p, tarn::MetricsWriter& w) {
+    using T = tarn::MetricsWriter::Type;
+    auto count = [](std::size_t n) { return static_cast<std::uint64_t>(n); };
+    w.family("tarn_info", T::Gauge, "The object manager's version.");
+    w.sample({{"version", TARN_VERSION}}, std::uint64_t{1});
+    w.family("tarn_http_connections_open", T::Gauge, "Client connections open.");
+    w.sample({}, count(p.server.openConnections()));
+    w.family("tarn_http_connections_busy", T::Gauge,
+             "Client connections with a request on a worker or waiting for one.");
+    w.sample({}, count(p.server.busyConnections()));
+    w.family("tarn_workers", T::Gauge, "Threads of each pool.");
+    w.sample({{"pool", "request"}}, count(p.server.workerCount()));
+    w.sample({{"pool", "provider"}}, count(p.providerThreads));
+    w.family("tarn_workers_busy", T::Gauge, "Threads of each pool running a task.");
+    w.sample({{"pool", "request"}}, count(p.server.busyWorkers()));
+    w.sample({{"pool", "provider"}}, count(p.providerPool.running()));
+    w.family("tarn_enumeration_contexts_open", T::Gauge, "Pulled enumerations open.");
+    w.sample({}, count(p.enumerations.openCount()));
+    tarn::Repository::Statistics stats = p.repository.statistics();
+    w.family("tarn_repository_size_bytes", T::Gauge,
+             "Bytes of the repository's files (database and write-ahead log).");
+    w.sample({}, stats.fileBytes);
+    w.family("tarn_repository_instances", T::Gauge,
+             "Instances the repository stores, by namespace.");
+    for (const auto& [nameSpace, n] : stats.instances) {
+        w.sample({{"namespace", std::string(nameSpace.view())}}, n);
+    }
+}
+
 int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::StateDirectory state(options.stateDir);
     state.prepare();
@@ -146,6 +188,9 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     state.ensurePortSettings(portPath, *portInfo);
 
     auto catalog = std::make_shared<tarn::SchemaCatalog>(state.path(tarn::Repository::FILE_NAME));
+    tarn::Metrics metrics;
+    tarn::Metrics::Registration processMetrics =
+        metrics.addCollector(&tarn::ProcessMetrics::collect);
     tarn::ObjectManagerContext context(portInfo, *catalog);
     context.setState(IVelaOperationHandlerContext::STARTING);
     std::unique_ptr<tarn::Repository> repository = openRepository(state, options, catalog);
@@ -179,9 +224,11 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     // request waits behind another's providers.
     std::uint32_t providerThreads = tarn::HTTPServerConfig::fromConfiguration().workerThreads;
     TARNConfigManager::getInstance().getUint32("TARN", "ProviderThreads", providerThreads);
-    tarn::WorkerPool providerPool(std::clamp<std::uint32_t>(providerThreads, 1, 1024));
+    providerThreads = std::clamp<std::uint32_t>(providerThreads, 1, 1024);
+    tarn::WorkerPool providerPool(providerThreads);
     tarn::EnumerationRegistry enumerations(tarn::PullSettings::fromConfiguration());
     tarn::OperationHandler handler(*catalog, providers, providerPool, &enumerations);
+    handler.enableMetrics(metrics);
     context.setOperationHandler(&handler);
 
     std::uint32_t cacheSeconds = 300;
@@ -217,8 +264,10 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
                           3);
     }
 
+    // Built in, before the plug-ins: GET /metrics.
+    adapters.add(std::make_unique<tarn::MetricsAdapter>(metrics));
     if (options.adapters.empty()) {
-        VELString path = defaultAdapterPath();
+        VELString path = defaultAdapterPath("libcimxmlpa.so");
         if (path.isNull()) {
             AdapterUtils::log(WHO,
                               "No CIM-XML adapter (libcimxmlpa.so) next to the binary; "
@@ -226,6 +275,14 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
                               2);
         } else {
             adapters.load(path);
+        }
+        bool console = true;
+        TARNConfigManager::getInstance().getBool("Console", "Enabled", console);
+        VELString consolePath = defaultAdapterPath("libconsolepa.so");
+        if (console && !consolePath.isNull()) {
+            adapters.load(consolePath);
+        } else if (console) {
+            AdapterUtils::log(WHO, "No web console (libconsolepa.so) next to the binary", 3);
         }
     } else {
         for (const auto& path : options.adapters) {
@@ -238,6 +295,9 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
         config.listenAddress = *options.listen;
     }
     tarn::HTTPServer server(config, context, adapters, tls);
+    ServerParts parts{server, providerPool, providerThreads, enumerations, *repository};
+    tarn::Metrics::Registration serverMetrics =
+        metrics.addCollector([&parts](tarn::MetricsWriter& w) { collectServer(parts, w); });
     VELString listening;
     for (const tarn::PortData& p : ports) {
         std::uint16_t bound = server.listen(config.listenAddress,

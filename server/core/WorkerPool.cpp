@@ -44,6 +44,11 @@ std::size_t WorkerPool::pending() const {
     return _queue.size() + _running;
 }
 
+std::size_t WorkerPool::running() const {
+    std::scoped_lock lock(_m);
+    return _running;
+}
+
 std::size_t WorkerPool::queued() const {
     std::lock_guard<std::mutex> lock(_m);
     return _queue.size();

@@ -26,6 +26,8 @@ class WorkerPool {
     std::size_t pending() const;
     // Tasks queued and not yet taken by a thread.
     std::size_t queued() const;
+    // Tasks a thread is running.
+    std::size_t running() const;
     // Refuses new tasks, lets the queued and running ones finish and joins
     // the threads. Waits at most timeout for them; returns false when some
     // task was still running then: the caller must then end the process

@@ -1,5 +1,6 @@
 #include "handler/OperationCall.h"
 
+#include "handler/OperationMetrics.h"
 #include "vela/AdapterUtils.h"
 #include "vela/IVelaPropertyListOperation.h"
 #include "vela/TARNClientInfo.h"
@@ -107,6 +108,7 @@ int reportCaught(IVelaOperation& operation, bool setCode) {
                       operation.getOperationName() + " failed: " + context->getMessage() + " (" +
                           cimStatusName(code) + ")",
                       4);
+    OperationMetrics::setStatus(operation, code);
     int status = handlerStatusOf(code);
     context->setCode(status);
     operation.setErrorContext(context);

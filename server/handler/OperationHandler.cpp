@@ -1,5 +1,7 @@
 #include "handler/OperationHandler.h"
 
+#include <algorithm>
+
 #include "vela/IVelaInvokeMethodOperation.h"
 #include "vela/VelaBaseException.h"
 
@@ -29,6 +31,7 @@ OperationHandler::OperationHandler(const ISchemaCatalog& schema, const ProviderR
           associationRoutes(), pullRoutes()}) {
         for (const Route& r : family) {
             _routes.emplace(r.operation, &r);
+            _routeList.push_back(&r);
         }
     }
 }
@@ -53,7 +56,22 @@ const Route* OperationHandler::findRoute(const VELString& operationName) const {
     return it == _routes.end() ? nullptr : it->second;
 }
 
+void OperationHandler::enableMetrics(Metrics& metrics) {
+    std::vector<const char*> names;
+    for (const Route* r : _routeList) {
+        names.push_back(r->operation);
+    }
+    _metrics = std::make_unique<OperationMetrics>(metrics, std::move(names));
+}
+
 void OperationHandler::processOperation(const VELSmrPtr<IVelaOperation>& operation) {
+    if (_metrics) {
+        const Route* route = dynamic_cast<IVelaInvokeMethodOperation*>(operation.get())
+                                 ? findRoute(INVOKE_METHOD_ROUTE)
+                                 : findRoute(operation->getOperationName());
+        auto it = std::find(_routeList.begin(), _routeList.end(), route);
+        _metrics->attach(*operation, static_cast<std::size_t>(it - _routeList.begin()));
+    }
     try {
         OperationCall call(_services, operation);
         _process(call);

@@ -7,9 +7,12 @@
 // provider pool while the request thread writes the results.
 #pragma once
 
+#include <memory>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
+#include "handler/OperationMetrics.h"
 #include "handler/Route.h"
 #include "tarn/IOperationHandler.h"
 
@@ -20,6 +23,10 @@ class OperationHandler : public IOperationHandler {
     // enumerations: the registry of pulled enumerations (null: none are offered).
     OperationHandler(const ISchemaCatalog& schema, const ProviderRegistry& providers,
                      WorkerPool& providerPool, EnumerationRegistry* enumerations = nullptr);
+
+    // Counts operations and their latency in metrics from now on; called
+    // before the first operation.
+    void enableMetrics(Metrics& metrics);
 
     void processOperation(const VELSmrPtr<IVelaOperation>& operation) override;
 
@@ -34,6 +41,8 @@ class OperationHandler : public IOperationHandler {
     AssociationSchema _associations;
     HandlerServices _services;
     std::unordered_map<std::string_view, const Route*> _routes;
+    std::vector<const Route*> _routeList;  // the metrics slots
+    std::unique_ptr<OperationMetrics> _metrics;
 };
 
 }  // namespace tarn

@@ -58,6 +58,11 @@ class HTTPServer {
 
     bool isStopping() const { return _stopping.load(std::memory_order_acquire); }
     std::size_t openConnections() const { return _table.size(); }
+    // Connections with a request on a worker or waiting for one.
+    std::size_t busyConnections() const { return _workers ? _workers->pending() : 0; }
+    // Workers running a request.
+    std::size_t busyWorkers() const { return _workers ? _workers->running() : 0; }
+    std::size_t workerCount() const { return _config.workerThreads; }
 
   private:
     struct Listener {

@@ -465,6 +465,9 @@ bool InteropModel::mechanisms(const VELString& className, const Sink& sink) cons
     VELSmrPtr<PortInfo::PortDataList> ports = _portInfo->getPortData();
     for (std::size_t a = 0; a < _adapters.size(); ++a) {
         const IVelaProtocolAdapter& adapter = *_adapters.at(a);
+        if (!adapter.isManagementCommunicationMechanism()) {
+            continue;  // the web console, the metrics: not for management clients
+        }
         const std::uint16_t mechanism = adapter.getCommunicationMechanism();
         const char* cls = mechanism == CIM_XML ? CIMXML_MECHANISM : MECHANISM;
         if (!className.equalsIgnoreCase(cls)) {

@@ -1,5 +1,6 @@
 #include "repository/Repository.h"
 
+#include <filesystem>
 #include <unordered_map>
 
 #include "repository/InstanceChecker.h"
@@ -199,6 +200,26 @@ std::uint64_t Repository::countInstances(const VELString& nameSpace, const VELSt
         }
     }
     return n;
+}
+
+Repository::Statistics Repository::statistics() const {
+    Statistics stats;
+    for (const char* suffix : {"", "-wal"}) {
+        std::error_code ec;
+        auto size = std::filesystem::file_size(std::string(_path.view()) + suffix, ec);
+        if (!ec) {
+            stats.fileBytes += size;
+        }
+    }
+    auto lease = _pool->acquire();
+    ReadTransaction read(*lease);
+    auto& st = lease->statement(Sql::COUNT_INSTANCES_BY_NAMESPACE);
+    SqliteStatement::Scope scope(st);
+    while (st.step()) {
+        stats.instances.emplace_back(VELString(st.columnText(0)),
+                                     static_cast<std::uint64_t>(st.columnInt(1)));
+    }
+    return stats;
 }
 
 void Repository::referrers(const VELString& nameSpace, const std::vector<VELString>& assocClasses,

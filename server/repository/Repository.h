@@ -150,6 +150,15 @@ class Repository {
     // SQLite's integrity check: "ok", or what it found.
     VELString checkIntegrity() const;
 
+    // What the repository holds, for the metrics: the bytes of its files
+    // (database and write-ahead log) and the instances it stores in each
+    // namespace (by name, zero included).
+    struct Statistics {
+        std::uint64_t fileBytes = 0;
+        std::vector<std::pair<VELString, std::uint64_t>> instances;
+    };
+    Statistics statistics() const;
+
   private:
     friend class RepositoryTransaction;
 

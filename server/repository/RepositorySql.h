@@ -37,6 +37,9 @@ struct RepositorySql {
     static constexpr const char* SCAN_INSTANCES =
         "SELECT properties FROM instances WHERE class=?1 ORDER BY keys";
     static constexpr const char* COUNT_INSTANCES = "SELECT count(*) FROM instances WHERE class=?1";
+    static constexpr const char* COUNT_INSTANCES_BY_NAMESPACE =
+        "SELECT n.name, (SELECT count(*) FROM instances i JOIN classes c ON i.class=c.id "
+        "WHERE c.ns=n.id) FROM namespaces n ORDER BY n.name";
     static constexpr const char* INSERT_INSTANCE =
         "INSERT INTO instances (class, keys, properties) VALUES (?1, ?2, ?3) "
         "ON CONFLICT DO NOTHING";

@@ -47,8 +47,9 @@ def free_port():
 class Tarnd:
     """A running tarnd and what a test needs to talk to it."""
 
-    def __init__(self, state_dir, conf="", schema=(), modules=()):
+    def __init__(self, state_dir, conf="", schema=(), modules=(), adapters=("libcimxmlpa.so",)):
         self.state_dir = pathlib.Path(state_dir)
+        self.adapters = adapters
         self.port = free_port()
         self.url = f"http://127.0.0.1:{self.port}"
         lines = ["[Log]", "Level = 3", "TraceFile = trace.log"]
@@ -69,8 +70,8 @@ class Tarnd:
     def start(self):
         self.process = subprocess.Popen(
             [str(BIN_DIR / "tarnd"), "--state-dir", str(self.state_dir),
-             "--http-port", str(self.port), "--https-port", "0",
-             "--adapter", str(LIB_DIR / "libcimxmlpa.so")],
+             "--http-port", str(self.port), "--https-port", "0"] +
+            [arg for a in self.adapters for arg in ("--adapter", str(LIB_DIR / a))],
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         line = self.process.stdout.readline()
         assert "running;" in line, line + self.trace()
@@ -110,12 +111,14 @@ class Tarnd:
 @pytest.fixture(scope="module")
 def tarnd(request):
     """A tarnd for the module: its SCHEMA (pairs of file in schema/ and
-    namespace), MODULES (provider libraries in the build's lib directory) and
-    CONF (more tarn.conf lines) module attributes shape it."""
+    namespace), MODULES (provider libraries in the build's lib directory),
+    ADAPTERS (protocol adapter libraries there; the CIM-XML one by default)
+    and CONF (more tarn.conf lines) module attributes shape it."""
     state = tempfile.mkdtemp(prefix="tarn-pywbem-")
     server = Tarnd(state, conf=getattr(request.module, "CONF", ""),
                    schema=getattr(request.module, "SCHEMA", ()),
-                   modules=getattr(request.module, "MODULES", ()))
+                   modules=getattr(request.module, "MODULES", ()),
+                   adapters=getattr(request.module, "ADAPTERS", ("libcimxmlpa.so",)))
     yield server
     server.stop()
     shutil.rmtree(state, ignore_errors=True)

@@ -1,0 +1,35 @@
+# Writes OUTPUT, a C++ file that defines consolepa::EMBEDDED_FILES: every file
+# of SOURCE_DIR as a byte array with its name and media type.
+file(GLOB files RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/*)
+list(SORT files)
+set(arrays "")
+set(entries "")
+set(index 0)
+foreach(name ${files})
+  file(READ ${SOURCE_DIR}/${name} hex HEX)
+  string(LENGTH "${hex}" digits)
+  math(EXPR size "${digits} / 2")
+  string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")
+  if(name MATCHES "\\.html$")
+    set(type "text/html; charset=utf-8")
+  elseif(name MATCHES "\\.css$")
+    set(type "text/css; charset=utf-8")
+  elseif(name MATCHES "\\.js$")
+    set(type "text/javascript; charset=utf-8")
+  elseif(name MATCHES "\\.svg$")
+    set(type "image/svg+xml")
+  elseif(name MATCHES "\\.png$")
+    set(type "image/png")
+  else()
+    set(type "application/octet-stream")
+  endif()
+  string(APPEND arrays "const unsigned char file${index}[] = {${bytes}};\n")
+  string(APPEND entries "    {\"${name}\", \"${type}\", file${index}, ${size}},\n")
+  math(EXPR index "${index} + 1")
+endforeach()
+file(WRITE ${OUTPUT}.tmp
+  "// Generated from the files of web/ by EmbedFiles.cmake; do not edit.\n"
+  "#include \"EmbeddedFile.h\"\n\nnamespace consolepa {\n\nnamespace {\n${arrays}}  // namespace\n\n"
+  "const EmbeddedFile EMBEDDED_FILES[] = {\n${entries}    {nullptr, nullptr, nullptr, 0},\n};\n\n"
+  "}  // namespace consolepa\n")
+file(COPY_FILE ${OUTPUT}.tmp ${OUTPUT} ONLY_IF_DIFFERENT)
