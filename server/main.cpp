@@ -17,6 +17,8 @@
 #include "core/WorkerPool.h"
 #include "handler/OperationHandler.h"
 #include "http/HTTPServer.h"
+#include "indication/IndicationProviders.h"
+#include "indication/IndicationService.h"
 #include "interop/InteropProviders.h"
 #include "providers/EnumeratingAssociationProvider.h"
 #include "providers/ProviderRegistry.h"
@@ -154,8 +156,8 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     // modules; the repository serves every class no provider claims.
     tarn::AdapterRegistry adapters(context);
     tarn::ProviderRegistry providers;
-    providers.setDefaultInstanceProvider(
-        std::make_shared<tarn::RepositoryInstanceProvider>(*repository));
+    auto repositoryProvider = std::make_shared<tarn::RepositoryInstanceProvider>(*repository);
+    providers.setDefaultInstanceProvider(repositoryProvider);
     providers.setDefaultAssociationProvider(
         std::make_shared<tarn::RepositoryAssociationProvider>(*repository, providers));
     providers.setEnumeratingAssociationProvider(
@@ -174,6 +176,12 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::InteropProviders::registerAll(
         providers, std::make_shared<tarn::InteropModel>(interop, *catalog, *repository, providers,
                                                         adapters, portInfo));
+    tarn::IndicationService::Settings indicationSettings =
+        tarn::IndicationService::Settings::fromConfiguration();
+    indicationSettings.interopNameSpace = interop.nameSpace;
+    indicationSettings.hostName = interop.hostName;
+    tarn::IndicationService indications(indicationSettings, *catalog, *repository, adapters);
+    tarn::IndicationProviders::registerAll(providers, indications, repositoryProvider);
     providers.loadConfiguredModules();
     // By default as many as there are request workers, so that no streaming
     // request waits behind another's providers.
@@ -182,7 +190,9 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::WorkerPool providerPool(std::clamp<std::uint32_t>(providerThreads, 1, 1024));
     tarn::EnumerationRegistry enumerations(tarn::PullSettings::fromConfiguration());
     tarn::OperationHandler handler(*catalog, providers, providerPool, &enumerations);
+    handler.setIndicationSink(&indications);
     context.setOperationHandler(&handler);
+    tarn::IndicationProviders::start(indications, *repository);
 
     std::uint32_t cacheSeconds = 300;
     TARNConfigManager::getInstance().getUint32("Security", "AuthCacheSeconds", cacheSeconds);
@@ -259,6 +269,12 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
         std::_Exit(1);
     }
     std::uint32_t graceMs = config.shutdownGraceMs;
+    if (!indications.stop(std::chrono::milliseconds(graceMs))) {
+        // A listener still holds a delivery; what was queued is dropped anyway.
+        AdapterUtils::log(WHO, "Exiting with an indication delivery still running", 2);
+        std::cout << "tarnd stopped" << std::endl;
+        std::_Exit(0);
+    }
     if (!providerPool.stop(std::chrono::milliseconds(graceMs))) {
         AdapterUtils::log(WHO, "Exiting with a provider still running", 1);
         std::_Exit(1);
