@@ -71,33 +71,28 @@ class Listener {
             }
         }
     }
-    // Requests of one connection until the client closes it.
+    // One request per connection, as the adapter sends them.
     void serve(Socket s) {
         std::string data;
-        for (;;) {
-            std::size_t end;
-            while ((end = data.find("\r\n\r\n")) == std::string::npos) {
-                if (!more(s, data)) {
-                    return;
-                }
+        std::size_t end;
+        while ((end = data.find("\r\n\r\n")) == std::string::npos) {
+            if (!more(s, data)) {
+                return;
             }
-            std::size_t cl = data.find("Content-Length: ");
-            std::size_t length = cl < end ? std::stoul(data.substr(cl + 16)) : 0;
-            while (data.size() < end + 4 + length) {
-                if (!more(s, data)) {
-                    return;
-                }
-            }
-            const auto at = Clock::now();
-            std::string body = data.substr(end + 4, length);
-            data.erase(0, end + 4 + length);
-            note(body, at);
-            s.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
         }
+        std::size_t cl = data.find("Content-Length: ");
+        std::size_t length = cl < end ? std::stoul(data.substr(cl + 16)) : 0;
+        while (data.size() < end + 4 + length) {
+            if (!more(s, data)) {
+                return;
+            }
+        }
+        note(data.substr(end + 4, length), Clock::now());
+        s.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     }
     static bool more(Socket& s, std::string& data) {
         try {
-            data += s.readSome(in(30s));
+            data += s.readSome(in(5s));
             return true;
         } catch (const std::exception&) {
             return false;
