@@ -3,9 +3,11 @@ manager, writes in root/cimv2, and what pywbem's WBEMListener (or a raw
 listener, where the answer matters) receives.
 
 Deliveries to one destination arrive in order, so "nothing arrived for X"
-is shown by a later marker arriving first, never by waiting."""
+is shown by a later marker arriving first, not by waiting (except while
+delivery is stopped, where nothing may arrive within a bounded second)."""
 import http.server
 import queue
+import re
 import socket
 import threading
 import time
@@ -214,8 +216,8 @@ def test_a_failed_delivery_is_retried_as_the_service_says(conn, manager):
     finally:
         server.shutdown()
     (t1, first), (t2, second) = FlakyListener.seen
-    assert first == second.replace(second[second.find(b"MESSAGE ID="):][:40],
-                                   first[first.find(b"MESSAGE ID="):][:40])
+    unstamped = [re.sub(rb'MESSAGE ID="[^"]*"', b"", body) for body in (first, second)]
+    assert unstamped[0] == unstamped[1]  # the same indication, tried again
     assert t2 - t1 >= 0.9  # DeliveryRetryInterval = 1
 
 
@@ -244,10 +246,3 @@ def test_subscriptions_survive_a_restart(tarnd, conn, manager, inbox):
         assert s.filter["Name"] in [p["Filter"]["Name"] for p in kept]
         create(conn, "after")
         assert inbox.next()["SourceInstance"]["Id"] == "after"
-
-
-def test_the_indications_profile_is_registered(conn):
-    server = pywbem.WBEMServer(conn)
-    (profile,) = server.get_selected_profiles("DMTF", "Indications")
-    (central,) = server.get_central_instances(profile.path)
-    assert central.classname == "CIM_IndicationService"
