@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <tuple>
 
 #include "core/AdapterRegistry.h"
 #include "core/CommandLine.h"
@@ -17,6 +18,8 @@
 #include "core/WorkerPool.h"
 #include "handler/OperationHandler.h"
 #include "http/HTTPServer.h"
+#include "indication/IndicationProviders.h"
+#include "indication/IndicationService.h"
 #include "interop/InteropProviders.h"
 #include "metrics/Metrics.h"
 #include "metrics/MetricsAdapter.h"
@@ -133,6 +136,7 @@ struct ServerParts {
     std::size_t providerThreads;
     const tarn::EnumerationRegistry& enumerations;
     const tarn::Repository& repository;
+    const tarn::IndicationService& indications;
 };
 
 void collectServer(const ServerParts& p, tarn::MetricsWriter& w) {
@@ -161,6 +165,25 @@ void collectServer(const ServerParts& p, tarn::MetricsWriter& w) {
              "Instances the repository stores, by namespace.");
     for (const auto& [nameSpace, n] : stats.instances) {
         w.sample({{"namespace", std::string(nameSpace.view())}}, n);
+    }
+    // Indications by destination: one read of the queues for the four families.
+    const auto byDestination = p.indications.countsByDestination();
+    using Counts = tarn::DeliveryQueues::Counts;
+    const std::tuple<const char*, T, const char*, std::uint64_t Counts::*> families[] = {
+        {"tarn_indications_queued", T::Gauge, "Indications waiting for delivery, by destination.",
+         &Counts::queued},
+        {"tarn_indications_delivered_total", T::Counter,
+         "Indications a listener accepted, by destination.", &Counts::delivered},
+        {"tarn_indications_failed_total", T::Counter,
+         "Indications whose delivery failed after its retries, by destination.", &Counts::failed},
+        {"tarn_indications_dropped_total", T::Counter,
+         "Indications dropped from a full queue, by destination.", &Counts::dropped},
+    };
+    for (const auto& [name, type, help, field] : families) {
+        w.family(name, type, help);
+        for (const auto& [destination, counts] : byDestination) {
+            w.sample({{"destination", std::string(destination.view())}}, counts.*field);
+        }
     }
 }
 
@@ -199,8 +222,8 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     // modules; the repository serves every class no provider claims.
     tarn::AdapterRegistry adapters(context);
     tarn::ProviderRegistry providers;
-    providers.setDefaultInstanceProvider(
-        std::make_shared<tarn::RepositoryInstanceProvider>(*repository));
+    auto repositoryProvider = std::make_shared<tarn::RepositoryInstanceProvider>(*repository);
+    providers.setDefaultInstanceProvider(repositoryProvider);
     providers.setDefaultAssociationProvider(
         std::make_shared<tarn::RepositoryAssociationProvider>(*repository, providers));
     providers.setEnumeratingAssociationProvider(
@@ -219,6 +242,12 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::InteropProviders::registerAll(
         providers, std::make_shared<tarn::InteropModel>(interop, *catalog, *repository, providers,
                                                         adapters, portInfo));
+    tarn::IndicationService::Settings indicationSettings =
+        tarn::IndicationService::Settings::fromConfiguration();
+    indicationSettings.interopNameSpace = interop.nameSpace;
+    indicationSettings.hostName = interop.hostName;
+    tarn::IndicationService indications(indicationSettings, *catalog, *repository, adapters);
+    tarn::IndicationProviders::registerAll(providers, indications, repositoryProvider);
     providers.loadConfiguredModules();
     // By default as many as there are request workers, so that no streaming
     // request waits behind another's providers.
@@ -229,7 +258,9 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     tarn::EnumerationRegistry enumerations(tarn::PullSettings::fromConfiguration());
     tarn::OperationHandler handler(*catalog, providers, providerPool, &enumerations);
     handler.enableMetrics(metrics);
+    handler.setIndicationSink(&indications);
     context.setOperationHandler(&handler);
+    tarn::IndicationProviders::start(indications, *repository);
 
     std::uint32_t cacheSeconds = 300;
     TARNConfigManager::getInstance().getUint32("Security", "AuthCacheSeconds", cacheSeconds);
@@ -295,7 +326,8 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
         config.listenAddress = *options.listen;
     }
     tarn::HTTPServer server(config, context, adapters, tls);
-    ServerParts parts{server, providerPool, providerThreads, enumerations, *repository};
+    ServerParts parts{server,       providerPool, providerThreads,
+                      enumerations, *repository,  indications};
     tarn::Metrics::Registration serverMetrics =
         metrics.addCollector([&parts](tarn::MetricsWriter& w) { collectServer(parts, w); });
     VELString listening;
@@ -319,6 +351,12 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
         std::_Exit(1);
     }
     std::uint32_t graceMs = config.shutdownGraceMs;
+    if (!indications.stop(std::chrono::milliseconds(graceMs))) {
+        // A listener still holds a delivery; what was queued is dropped anyway.
+        AdapterUtils::log(WHO, "Exiting with an indication delivery still running", 2);
+        std::cout << "tarnd stopped" << std::endl;
+        std::_Exit(0);
+    }
     if (!providerPool.stop(std::chrono::milliseconds(graceMs))) {
         AdapterUtils::log(WHO, "Exiting with a provider still running", 1);
         std::_Exit(1);

@@ -116,7 +116,11 @@ const char* const StateDirectory::CONFIGURATION_TEMPLATE =
     ";DeliveryAttemptTimeout = 2\n"
     ";OutboundConnectionPorts =\n"
     ";VerifyCertificates = true\n"
-    ";CACertificateFile =\n";
+    ";CACertificateFile =\n"
+    "; Threads that deliver, and indications waiting per destination (when\n"
+    "; more come, the oldest is dropped and counted in the trace log).\n"
+    ";DeliveryThreads = 4\n"
+    ";MaxQueuedPerDestination = 10000\n";
 
 void StateDirectory::prepare() const {
     // What this process creates from now on (the repository and its

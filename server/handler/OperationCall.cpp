@@ -27,6 +27,25 @@ OperationCall::OperationCall(const HandlerServices& services,
     if (auto* pl = dynamic_cast<IVelaPropertyListOperation*>(&op)) {
         context.propertyList = pl->getPropertyList();
     }
+    context.indications = services.indications;
+}
+
+IIndicationSink* OperationCall::lifeCycleWanted(IIndicationSink::LifeCycle change) const {
+    IIndicationSink* sink = services.indications;
+    return sink != nullptr && sink->wants(nameSpace(), IIndicationSink::className(change))
+               ? sink
+               : nullptr;
+}
+
+VELSmrPtr<IVelaObject> OperationCall::lifeCycleSource(
+    const VELSmrPtr<IVelaInstanceName>& name) const {
+    ProviderContext whole = context;
+    whole.propertyList = nullptr;
+    try {
+        return instanceProvider(name->getClassName()).getInstance(whole, name);
+    } catch (...) {
+        return nullptr;
+    }
 }
 
 void OperationCall::fail(CIMStatus code, const VELString& message) const {

@@ -12,6 +12,7 @@
 #include "providers/ProviderRegistry.h"
 #include "pull/EnumerationRegistry.h"
 #include "tarn/CIMStatus.h"
+#include "tarn/IIndicationSink.h"
 #include "tarn/ISchemaCatalog.h"
 #include "tarn/MultiResponseWriter.h"
 #include "vela/IVelaMultiResponseOperation.h"
@@ -26,6 +27,8 @@ struct HandlerServices {
     const AssociationSchema& associations;
     // Pulled enumerations; null where they are not offered.
     EnumerationRegistry* enumerations = nullptr;
+    // The indication service; null where none runs.
+    IIndicationSink* indications = nullptr;
 };
 
 class OperationCall {
@@ -48,6 +51,13 @@ class OperationCall {
     std::vector<VELSmrPtr<IVelaClass>> withSubclasses(const VELSmrPtr<IVelaClass>& cls) const;
     // The instance provider of the class; CIM_ERR_NOT_SUPPORTED when none serves it.
     IInstanceProvider& instanceProvider(const VELString& className) const;
+
+    // The indication service when a subscription could want this life-cycle
+    // indication of the call's namespace, else null (nothing to build).
+    IIndicationSink* lifeCycleWanted(IIndicationSink::LifeCycle change) const;
+    // The instance of that name as its provider gives it (all properties),
+    // null when it cannot be read: the source of a life-cycle indication.
+    VELSmrPtr<IVelaObject> lifeCycleSource(const VELSmrPtr<IVelaInstanceName>& name) const;
 
     // One producer of a streaming result: it adds to its own writer.
     template <class T>

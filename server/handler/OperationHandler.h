@@ -30,6 +30,10 @@ class OperationHandler : public IOperationHandler {
 
     void processOperation(const VELSmrPtr<IVelaOperation>& operation) override;
 
+    // Reports committed writes to the indication service (null: none);
+    // set before the handler serves requests.
+    void setIndicationSink(IIndicationSink* sink) { _services.indications = sink; }
+
     // True when the roles allow the access.
     static bool allows(const VELValSlist<VELString>& roles, Access access);
     // The route of an operation name; null when none serves it.

@@ -59,8 +59,17 @@ void setProperty(OperationCall& call, IVelaSetPropertyOperation& op) {
     auto modified = makeVELSmrPtr<CVelaObject>(t.cls->getName(), name);
     modified->addProperty(makeVELSmrPtr<CVelaProperty>(t.property->getName(), t.property->getType(),
                                                        op.getNewValue()));
+    IIndicationSink* sink = call.lifeCycleWanted(IIndicationSink::LifeCycle::Modification);
+    VELSmrPtr<IVelaObject> previous = sink ? call.lifeCycleSource(name) : nullptr;
     call.instanceProvider(t.cls->getName())
         .modifyInstance(call.context, name, modified, only(t.property->getName()));
+    if (sink) {
+        VELSmrPtr<IVelaObject> current = call.lifeCycleSource(name);
+        if (!current.isNull()) {
+            sink->instanceChanged(IIndicationSink::LifeCycle::Modification, call.nameSpace(),
+                                  current, previous);
+        }
+    }
 }
 
 const Route kRoutes[] = {

@@ -190,6 +190,15 @@ class QueryCompiler {
                   const VELString& nameSpace)
         : _q(query), _syntax(syntax), _schema(schema), _ns(nameSpace) {}
 
+    // A class named in the query: of its namespace, else of the instances'.
+    VELSmrPtr<IVelaClass> lookup(const VELString& name) const {
+        VELSmrPtr<IVelaClass> cls = _schema.getClass(_ns, name);
+        if (cls.isNull() && !_q._instanceNameSpace.isNull()) {
+            cls = _schema.getClass(_q._instanceNameSpace, name);
+        }
+        return cls;
+    }
+
     void compile() {
         _q._class = _schema.getClass(_ns, _syntax.className);
         if (_q._class.isNull()) {
@@ -332,7 +341,7 @@ class QueryCompiler {
                                  path.positions[i + 1]);
                 }
                 VELString embedded = embeddedClassOf(*def);
-                cls = embedded.isNull() ? nullptr : _schema.getClass(_ns, embedded);
+                cls = embedded.isNull() ? nullptr : lookup(embedded);
             }
         }
         a.type = type;
@@ -427,7 +436,7 @@ class QueryCompiler {
                             n->left.shown,
                         n->left.position);
                 }
-                VELSmrPtr<IVelaClass> target = _schema.getClass(_ns, e.right.literal.text);
+                VELSmrPtr<IVelaClass> target = lookup(e.right.literal.text);
                 if (target.isNull()) {
                     invalidQuery("Class '" + e.right.literal.text +
                                      "' does not exist in namespace '" + _ns + "'",
@@ -489,13 +498,15 @@ Truth truthOf(bool b) {
     return b ? Truth::True : Truth::False;
 }
 
+// other: a second namespace where ISA finds the classes of embedded instances.
 Truth evaluateNode(const CompiledQuery::Node& n, const IVelaObject& instance,
-                   const ISchemaCatalog& schema, const VELString& nameSpace) {
+                   const ISchemaCatalog& schema, const VELString& nameSpace,
+                   const VELString& other) {
     switch (n.kind) {
         case Expr::Kind::And: {
             Truth result = Truth::True;
             for (const auto& c : n.children) {
-                Truth t = evaluateNode(*c, instance, schema, nameSpace);
+                Truth t = evaluateNode(*c, instance, schema, nameSpace, other);
                 if (t == Truth::False) {
                     return t;
                 }
@@ -508,7 +519,7 @@ Truth evaluateNode(const CompiledQuery::Node& n, const IVelaObject& instance,
         case Expr::Kind::Or: {
             Truth result = Truth::False;
             for (const auto& c : n.children) {
-                Truth t = evaluateNode(*c, instance, schema, nameSpace);
+                Truth t = evaluateNode(*c, instance, schema, nameSpace, other);
                 if (t == Truth::True) {
                     return t;
                 }
@@ -519,7 +530,7 @@ Truth evaluateNode(const CompiledQuery::Node& n, const IVelaObject& instance,
             return result;
         }
         case Expr::Kind::Not:
-            return truthNot(evaluateNode(*n.children[0], instance, schema, nameSpace));
+            return truthNot(evaluateNode(*n.children[0], instance, schema, nameSpace, other));
         case Expr::Kind::Compare: {
             const Relation r = relate(n.left.fetch(instance), n.right.fetch(instance));
             if (r == Relation::Unknown) {
@@ -576,6 +587,9 @@ Truth evaluateNode(const CompiledQuery::Node& n, const IVelaObject& instance,
                 return Truth::True;
             }
             VELSmrPtr<IVelaClass> c = schema.getClass(nameSpace, *cls);
+            if (c.isNull() && !other.isNull()) {
+                c = schema.getClass(other, *cls);
+            }
             return truthOf(!c.isNull() && c->isA(n.isaClass));
         }
         case Expr::Kind::Operand: {
@@ -604,7 +618,8 @@ CompiledQuery::~CompiledQuery() = default;
 std::shared_ptr<const CompiledQuery> CompiledQuery::compile(const VELString& language,
                                                             const VELString& text,
                                                             const ISchemaCatalog& schema,
-                                                            const VELString& nameSpace) {
+                                                            const VELString& nameSpace,
+                                                            const VELString& instanceNameSpace) {
     Language lang;
     if (!languageOf(language, lang)) {
         throw VelaBaseException(
@@ -617,12 +632,14 @@ std::shared_ptr<const CompiledQuery> CompiledQuery::compile(const VELString& lan
     q->_language = lang;
     q->_schema = &schema;
     q->_nameSpace = nameSpace;
+    q->_instanceNameSpace = instanceNameSpace;
     QueryCompiler(*q, syntax, schema, nameSpace).compile();
     return q;
 }
 
 Truth CompiledQuery::evaluate(const IVelaObject& instance) const {
-    return _where ? evaluateNode(*_where, instance, *_schema, _nameSpace) : Truth::True;
+    return _where ? evaluateNode(*_where, instance, *_schema, _nameSpace, _instanceNameSpace)
+                  : Truth::True;
 }
 
 bool CompiledQuery::matches(const IVelaObject& instance) const {

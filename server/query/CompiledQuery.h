@@ -29,10 +29,15 @@ namespace tarn::query {
 
 class CompiledQuery {
   public:
+    // instanceNameSpace: where the classes of embedded instances (for ISA
+    // and their properties) are looked up when nameSpace lacks them, as for
+    // an indication filter of the interop namespace that watches instances
+    // of another.
     static std::shared_ptr<const CompiledQuery> compile(const VELString& language,
                                                         const VELString& text,
                                                         const ISchemaCatalog& schema,
-                                                        const VELString& nameSpace);
+                                                        const VELString& nameSpace,
+                                                        const VELString& instanceNameSpace = {});
 
     ~CompiledQuery();
     CompiledQuery(const CompiledQuery&) = delete;
@@ -63,6 +68,7 @@ class CompiledQuery {
     std::unique_ptr<Node> _where;
     const ISchemaCatalog* _schema = nullptr;
     VELString _nameSpace;
+    VELString _instanceNameSpace;
 
     friend class QueryCompiler;
 };

@@ -74,6 +74,7 @@ def counter(conn):
 @pytest.mark.parametrize("organization,name,central_class,central_namespace", [
     ("DMTF", "Profile Registration", "CIM_RegisteredProfile", INTEROP),
     ("SNIA", "Server", "CIM_ObjectManager", INTEROP),
+    ("DMTF", "Indications", "CIM_IndicationService", INTEROP),
     ("Other", "Sample Counter", "TARN_SampleCounter", "root/cimv2"),
 ])
 def test_each_profile_leads_to_its_central_instances(server, counter, organization, name,
@@ -89,10 +90,11 @@ def test_each_profile_leads_to_its_central_instances(server, counter, organizati
     if name == "Profile Registration":
         others = {ident(p.path) for p in server.profiles} - {ident(profile.path)}
         assert {ident(p) for p in central} == others
-        (referencing,) = server.conn.AssociatorNames(
+        referencing = server.conn.AssociatorNames(
             profile.path, AssocClass="CIM_ReferencedProfile", ResultRole="Dependent")
-        assert referencing["InstanceID"] == \
-            server.get_selected_profiles("SNIA", "Server")[0]["InstanceID"]
+        assert {p["InstanceID"] for p in referencing} == {
+            server.get_selected_profiles(*other)[0]["InstanceID"]
+            for other in [("SNIA", "Server"), ("DMTF", "Indications")]}
     if name == "Sample Counter":
         assert [p["Name"] for p in central] == [counter["Name"]]
         assert profile["OtherRegisteredOrganization"] == "TARN"

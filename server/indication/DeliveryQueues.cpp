@@ -1,0 +1,147 @@
+#include "indication/DeliveryQueues.h"
+
+#include "vela/AdapterUtils.h"
+
+namespace tarn {
+
+namespace {
+const char* const WHO = "tarn::DeliveryQueues";
+// Items one task delivers before it yields its thread to other queues.
+constexpr std::size_t BATCH = 32;
+}  // namespace
+
+DeliveryQueues::DeliveryQueues(std::size_t threads, std::size_t maxPerDestination, Deliver deliver)
+    : _max(maxPerDestination == 0 ? 1 : maxPerDestination),
+      _deliver(std::move(deliver)),
+      _pool(threads == 0 ? 1 : threads) {}
+
+DeliveryQueues::~DeliveryQueues() {
+    stop(std::chrono::milliseconds(0));
+}
+
+void DeliveryQueues::push(const VELString& destination, Item item) {
+    std::uint64_t dropped = 0;
+    {
+        std::lock_guard<std::mutex> lock(_m);
+        if (_stopping) {
+            return;
+        }
+        std::shared_ptr<Queue>& q = _queues[destination];
+        if (!q) {
+            q = std::make_shared<Queue>();
+            q->destination = destination;
+        }
+        if (q->items.size() >= _max) {
+            q->items.pop_front();
+            --_queued;
+            ++_dropped;
+            dropped = ++q->dropped;
+        }
+        q->items.push_back(std::move(item));
+        ++_queued;
+        schedule(q);
+    }
+    // The first drop, then every thousandth: the count without a flood.
+    if (dropped == 1 || dropped % 1000 == 0) {
+        AdapterUtils::log(WHO,
+                          "The queue of destination " + destination + " is full (" +
+                              VELString::valueOf(static_cast<std::uint64_t>(_max)) +
+                              "): dropped its oldest indication, " + VELString::valueOf(dropped) +
+                              " dropped so far",
+                          2);
+    }
+}
+
+void DeliveryQueues::schedule(const std::shared_ptr<Queue>& queue) {
+    if (queue->scheduled || _paused || _stopping || queue->items.empty()) {
+        return;
+    }
+    queue->scheduled = true;
+    if (!_pool.post([this, queue] { drain(queue); })) {
+        queue->scheduled = false;
+    }
+}
+
+void DeliveryQueues::drain(const std::shared_ptr<Queue>& queue) {
+    for (std::size_t n = 0;; ++n) {
+        Item item;
+        {
+            std::lock_guard<std::mutex> lock(_m);
+            if (n == BATCH || _paused || _stopping || queue->items.empty()) {
+                queue->scheduled = false;
+                // Back of the line: other destinations get a turn.
+                schedule(queue);
+                return;
+            }
+            item = std::move(queue->items.front());
+            queue->items.pop_front();
+            --_queued;
+        }
+        bool ok = false;
+        try {
+            ok = _deliver(item);
+        } catch (...) {
+            ok = false;
+        }
+        (ok ? _delivered : _failed).fetch_add(1, std::memory_order_relaxed);
+        (ok ? queue->delivered : queue->failed).fetch_add(1, std::memory_order_relaxed);
+    }
+}
+
+void DeliveryQueues::pause() {
+    std::lock_guard<std::mutex> lock(_m);
+    _paused = true;
+}
+
+void DeliveryQueues::resume() {
+    std::lock_guard<std::mutex> lock(_m);
+    _paused = false;
+    for (auto& [key, q] : _queues) {
+        schedule(q);
+    }
+}
+
+bool DeliveryQueues::paused() const {
+    std::lock_guard<std::mutex> lock(_m);
+    return _paused;
+}
+
+DeliveryQueues::Counts DeliveryQueues::counts() const {
+    Counts c;
+    c.delivered = _delivered.load(std::memory_order_relaxed);
+    c.failed = _failed.load(std::memory_order_relaxed);
+    std::lock_guard<std::mutex> lock(_m);
+    c.dropped = _dropped;
+    c.queued = _queued;
+    return c;
+}
+
+std::vector<std::pair<VELString, DeliveryQueues::Counts>> DeliveryQueues::countsByDestination()
+    const {
+    std::vector<std::pair<VELString, Counts>> out;
+    std::lock_guard<std::mutex> lock(_m);
+    out.reserve(_queues.size());
+    for (const auto& [key, q] : _queues) {
+        Counts c;
+        c.delivered = q->delivered.load(std::memory_order_relaxed);
+        c.failed = q->failed.load(std::memory_order_relaxed);
+        c.dropped = q->dropped;
+        c.queued = q->items.size();
+        out.emplace_back(key, c);
+    }
+    return out;
+}
+
+bool DeliveryQueues::stop(std::chrono::milliseconds timeout) {
+    {
+        std::lock_guard<std::mutex> lock(_m);
+        _stopping = true;
+        for (auto& [key, q] : _queues) {
+            _queued -= q->items.size();
+            q->items.clear();
+        }
+    }
+    return _pool.stop(timeout);
+}
+
+}  // namespace tarn
