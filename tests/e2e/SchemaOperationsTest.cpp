@@ -152,11 +152,11 @@ TEST_F(SchemaOperationsTest, WbemcliFollowsTheInteropModel) {
              {"CIM_ObjectManager", 1},
              {"CIM_Namespace", 2},
              {"CIM_ObjectManagerCommunicationMechanism", 2},
-             {"CIM_RegisteredProfile", 2},
+             {"CIM_RegisteredProfile", 3},
              {"CIM_HostedService", 1},
              {"CIM_NamespaceInManager", 2},
              {"CIM_CommMechanismForManager", 2},
-             {"CIM_ElementConformsToProfile", 2}}) {
+             {"CIM_ElementConformsToProfile", 4}}) {
         Client all = wbemcliIn("interop", "ei", cls);
         EXPECT_EQ(all.status, 0) << cls << "\n" << all.output;
         EXPECT_EQ(all.lines().size(), count) << cls << "\n" << all.output;
