@@ -27,9 +27,6 @@ const char* const WHO = "tarn::HTTPConnection";
 // worker meanwhile.
 constexpr std::chrono::milliseconds kHold(20);
 constexpr std::chrono::microseconds kHoldSlice(500);
-// A streamed response goes out in pieces (chunks) of this size: few system
-// calls, and few wake-ups of the client, per megabyte.
-constexpr std::size_t kResponseBuffer = 65536;
 
 }  // namespace
 
@@ -133,7 +130,7 @@ RequestEnd RequestRunner::serveRequest(VELHTTPRequest& request) {
         return RequestEnd::Close;
     }
     VELGenericHTTPOStream out(_c, request.getProtocolEnum(),
-                              request.isKeepAlive() && !env.isStopping(), kResponseBuffer);
+                              request.isKeepAlive() && !env.isStopping());
     VELHTTPResponse response(request.getProtocolEnum());
     out.setResponse(&response);
     if (request.expectsContinue() && !_c.continueSent()) {
