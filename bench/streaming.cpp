@@ -16,6 +16,13 @@
 //
 // Peak memory is VmHWM of /proc/<pid>/status after both enumerations.
 //
+// Beside tarnd, the fast client reads a plain socket writer that sends a
+// response like tarnd's (the same number of instances, taken from tarnd's
+// own first ones) over loopback in the same run: ratio_to_loopback is
+// tarnd's rate in bytes per second over that writer's. total_ms is the whole
+// enumeration for the fast client (100,000 instances of about 1,000 bytes:
+// a figure by which WBEM servers are commonly compared).
+//
 // The same instances read as a pulled enumeration (OpenEnumerateInstances,
 // then PullInstancesWithPath in batches of 1,000) beside EnumerateInstances
 // in the same run, with the latency of one pull; and tarnd's memory with 100
@@ -43,6 +50,8 @@ using tarnbench::buildDir;
 constexpr std::size_t kSlowBytesPerSecond = 32u << 20;
 constexpr int kSlowReceiveBuffer = 64 << 10;
 constexpr auto kPauseAfterFirst = 500ms;
+// What a fast enumeration keeps of its first bytes, for the loopback writer.
+constexpr std::size_t kCaptureBytes = 1u << 20;
 const std::string kInstanceTag = "<VALUE.NAMEDINSTANCE>";
 const std::string kTrailer = "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>\n";
 
@@ -182,8 +191,11 @@ struct Outcome {
     long rssAfterPauseKb = 0;
 };
 
-// One enumeration; slow: the throttled client with a pause after the first instance.
-Outcome enumerate(const StreamingTarnd& server, bool slow) {
+// One enumeration from the server at port (pid: tarnd, whose CPU time and
+// memory are taken; 0: none); slow: the throttled client with a pause after
+// the first instance. capture, when given, receives the first bytes read.
+Outcome enumerate(std::uint16_t port, const std::string& request, pid_t pid, bool slow,
+                  std::string* capture = nullptr) {
     int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (slow) {
         // Set before connecting, so that the window stays small.
@@ -191,19 +203,18 @@ Outcome enumerate(const StreamingTarnd& server, bool slow) {
     }
     sockaddr_in a{};
     a.sin_family = AF_INET;
-    a.sin_port = htons(server.port);
+    a.sin_port = htons(port);
     a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
         ::close(fd);
         throw std::runtime_error("connect failed");
     }
     Socket socket(fd);
-    const pid_t pid = server.process.pid();
 
     Outcome o;
-    const double cpuStart = cpuSeconds(pid);
+    const double cpuStart = pid > 0 ? cpuSeconds(pid) : 0.0;
     const auto start = Clock::now();
-    socket.send(server.request());
+    socket.send(request);
     std::vector<char> buffer(slow ? 16384 : 262144);
     std::string head;
     bool inBody = false;
@@ -220,6 +231,9 @@ Outcome enumerate(const StreamingTarnd& server, bool slow) {
         }
         const auto now = Clock::now();
         std::string_view piece(buffer.data(), static_cast<std::size_t>(n));
+        if (capture && capture->size() < kCaptureBytes) {
+            capture->append(piece);
+        }
         if (o.bytes == 0) {
             o.firstByteMs = std::chrono::duration<double, std::milli>(now - start).count();
         }
@@ -251,9 +265,11 @@ Outcome enumerate(const StreamingTarnd& server, bool slow) {
         }
         if (before == 0 && o.instances > 0) {
             o.firstInstanceMs = std::chrono::duration<double, std::milli>(now - start).count();
-            o.cpuBeforeFirstSeconds = cpuSeconds(pid) - cpuStart;
-            o.rssAtFirstKb = statusKb(pid, "VmRSS");
-            if (slow) {
+            if (pid > 0) {
+                o.cpuBeforeFirstSeconds = cpuSeconds(pid) - cpuStart;
+                o.rssAtFirstKb = statusKb(pid, "VmRSS");
+            }
+            if (slow && pid > 0) {
                 std::this_thread::sleep_for(kPauseAfterFirst);
                 o.rssAfterPauseKb = statusKb(pid, "VmRSS");
             }
@@ -268,7 +284,7 @@ Outcome enumerate(const StreamingTarnd& server, bool slow) {
         }
     }
     o.totalSeconds = std::chrono::duration<double>(Clock::now() - start).count();
-    o.cpuSeconds = cpuSeconds(pid) - cpuStart;
+    o.cpuSeconds = pid > 0 ? cpuSeconds(pid) - cpuStart : 0.0;
     if (tail.size() < kTrailer.size() ||
         tail.compare(tail.size() - kTrailer.size(), kTrailer.size(), kTrailer) != 0 ||
         tail.find("<ERROR") != std::string::npos) {
@@ -345,7 +361,7 @@ void BM_PulledEnumeration(benchmark::State& state) {
     double seconds = 0;
     std::vector<double> latenciesMs;
     for (auto _ : state) {
-        whole = enumerate(server, false);
+        whole = enumerate(server.port, server.request(), server.process.pid(), false);
         const auto start = Clock::now();
         Batch b = open(server, kBatch);
         pulled = b.instances;
@@ -409,6 +425,94 @@ void BM_PausedEnumerations(benchmark::State& state) {
 
 BENCHMARK(BM_PausedEnumerations)->Arg(100)->Iterations(1)->Unit(benchmark::kMillisecond);
 
+// The bound of an enumeration: a plain socket writer on loopback that sends
+// a response like tarnd's (its head, then its first instances over and over
+// up to the same number, then the end of the message) in large writes, to
+// the same reading client.
+class LoopbackWriter {
+  public:
+    // captured: the first bytes of tarnd's response; count: instances to send.
+    LoopbackWriter(const std::string& captured, std::uint64_t count) : _count(count) {
+        std::size_t first = captured.find(kInstanceTag);
+        if (first == std::string::npos) {
+            throw std::runtime_error("no instance in the captured response");
+        }
+        _head = captured.substr(0, first);
+        std::vector<std::string> instances;
+        for (std::size_t at = first;;) {
+            std::size_t next = captured.find(kInstanceTag, at + kInstanceTag.size());
+            if (next == std::string::npos) {
+                break;  // the last one may be cut
+            }
+            instances.push_back(captured.substr(at, next - at));
+            at = next;
+        }
+        if (instances.empty()) {
+            throw std::runtime_error("the captured response holds no whole instance");
+        }
+        _instances = instances;
+        while (_run.size() < (1u << 20)) {
+            for (const auto& i : instances) {
+                _run += i;
+            }
+            _perRun += instances.size();
+        }
+        _listen = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t len = sizeof a;
+        if (::bind(_listen, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 ||
+            ::listen(_listen, 4) != 0 ||
+            ::getsockname(_listen, reinterpret_cast<sockaddr*>(&a), &len) != 0) {
+            throw std::runtime_error("loopback writer: cannot listen");
+        }
+        _port = ntohs(a.sin_port);
+        _thread = std::thread([this] { serve(); });
+    }
+    ~LoopbackWriter() {
+        _thread.join();
+        ::close(_listen);
+    }
+    std::uint16_t port() const { return _port; }
+
+  private:
+    void serve() {
+        Socket s(::accept4(_listen, nullptr, nullptr, SOCK_CLOEXEC));
+        std::string request;
+        while (request.find("</CIM>") == std::string::npos) {
+            std::string more = s.readSome(in(60s));
+            if (more.empty()) {
+                return;
+            }
+            request += more;
+        }
+        try {
+            s.send(_head);
+            std::uint64_t left = _count;
+            for (; left >= _perRun; left -= _perRun) {
+                s.send(_run);
+            }
+            std::string rest;
+            for (std::size_t i = 0; left > 0; --left, i = (i + 1) % _instances.size()) {
+                rest += _instances[i];
+            }
+            s.send(rest + kTrailer);
+        } catch (const std::runtime_error&) {
+            // the client has gone: its check fails
+        }
+    }
+
+    std::uint64_t _count;
+    std::string _head;
+    std::vector<std::string> _instances;
+    std::string _run;  // whole instances, about a megabyte
+    std::uint64_t _perRun = 0;
+    int _listen = -1;
+    std::uint16_t _port = 0;
+    std::thread _thread;
+};
+
 std::map<std::int64_t, double> peakMb;
 
 void BM_EnumerateInstances(benchmark::State& state) {
@@ -418,12 +522,16 @@ void BM_EnumerateInstances(benchmark::State& state) {
     const long idleKb = statusKb(server.process.pid(), "VmRSS");
     Outcome fast;
     Outcome slow;
+    Outcome loopback;
     for (auto _ : state) {
-        fast = enumerate(server, false);
+        std::string captured;
+        fast = enumerate(server.port, server.request(), server.process.pid(), false, &captured);
         state.SetIterationTime(fast.totalSeconds);
-        slow = enumerate(server, true);
+        LoopbackWriter writer(captured, count);
+        loopback = enumerate(writer.port(), server.request(), 0, false);
+        slow = enumerate(server.port, server.request(), server.process.pid(), true);
     }
-    if (fast.instances != count || slow.instances != count) {
+    if (fast.instances != count || slow.instances != count || loopback.instances != count) {
         state.SkipWithError("not every instance arrived");
         return;
     }
@@ -434,6 +542,13 @@ void BM_EnumerateInstances(benchmark::State& state) {
     state.counters["first_instance_ms"] = fast.firstInstanceMs;
     state.counters["instances_per_s"] = static_cast<double>(count) / fast.totalSeconds;
     state.counters["MB_per_s"] = static_cast<double>(fast.bytes) / fast.totalSeconds / 1048576.0;
+    state.counters["total_ms"] = fast.totalSeconds * 1000.0;
+    state.counters["bytes_per_instance"] =
+        static_cast<double>(fast.bytes) / static_cast<double>(count);
+    const double loopbackRate = static_cast<double>(loopback.bytes) / loopback.totalSeconds;
+    state.counters["loopback_MB_per_s"] = loopbackRate / 1048576.0;
+    state.counters["ratio_to_loopback"] =
+        static_cast<double>(fast.bytes) / fast.totalSeconds / loopbackRate;
     state.counters["slow_first_instance_ms"] = slow.firstInstanceMs;
     state.counters["slow_total_s"] = slow.totalSeconds;
     // tarnd's CPU time until the slow client saw its first instance, against

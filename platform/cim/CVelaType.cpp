@@ -41,6 +41,16 @@ VELSmrPtr<IVelaType> CVelaType::make(CIMTypeId id, bool isArray, VELString class
                                               holdsInstance, embeddedObject));
 }
 
+// The shared types live as long as the process. Their pointers share no
+// reference count: every value holds its type, and one counter that the
+// threads building values and those writing them all update would bounce
+// between their caches.
+VELSmrPtr<IVelaType> immortal(VELSmrPtr<IVelaType> type) {
+    IVelaType* raw = type.get();
+    new VELSmrPtr<IVelaType>(std::move(type));  // never released
+    return VELSmrPtr<IVelaType>(std::shared_ptr<IVelaType>(std::shared_ptr<IVelaType>(), raw));
+}
+
 const Tables& tables() {
     static const Tables* t = [] {
         auto* tb = new Tables;
@@ -48,11 +58,13 @@ const Tables& tables() {
             auto id = static_cast<CIMTypeId>(i);
             bool object = id == CIMTypeId::Object;
             tb->names[i] = kNames[i];
-            tb->scalar[i] = CVelaType::make(id, false, {}, false, object, false);
-            tb->array[i] = CVelaType::make(id, true, {}, false, object, false);
+            tb->scalar[i] = immortal(CVelaType::make(id, false, {}, false, object, false));
+            tb->array[i] = immortal(CVelaType::make(id, true, {}, false, object, false));
         }
-        tb->classObject = CVelaType::make(CIMTypeId::Object, false, {}, true, false, true);
-        tb->classObjectArray = CVelaType::make(CIMTypeId::Object, true, {}, true, false, true);
+        tb->classObject =
+            immortal(CVelaType::make(CIMTypeId::Object, false, {}, true, false, true));
+        tb->classObjectArray =
+            immortal(CVelaType::make(CIMTypeId::Object, true, {}, true, false, true));
         return tb;
     }();
     return *t;

@@ -12,6 +12,8 @@ namespace {
 const char* const WHO = "VELGenericHTTPOStream";
 // Full framing holds the whole body; beyond this it must be streamed (Chunked).
 constexpr std::size_t kMaxFullBody = 1u << 30;
+// The put area a Full body starts with.
+constexpr std::size_t kFirstFullSize = 16384;
 const char* typeName(VELGenericHTTPOStream::StreamType t) {
     switch (t) {
         case VELGenericHTTPOStream::Chunked:
@@ -34,11 +36,13 @@ class VELGenericHTTPOStream::Buffer : public std::streambuf {
     void configure(StreamType type) {
         std::string carried(pbase(), static_cast<std::size_t>(pptr() - pbase()));
         if (type == Full) {
-            _full.resize(std::max<std::size_t>(_chunkSize, carried.size() * 2));
+            // A small answer is the common case: the put area grows as needed.
+            _full.resize(std::max<std::size_t>(std::min<std::size_t>(_chunkSize, kFirstFullSize),
+                                               carried.size() * 2));
             setp(_full.data(), _full.data() + _full.size());
         } else {
             if (!_fixed) {
-                _fixed = std::make_unique<char[]>(_chunkSize);
+                _fixed = std::make_unique_for_overwrite<char[]>(_chunkSize);
             }
             setp(_fixed.get(), _fixed.get() + _chunkSize);
             _full.clear();

@@ -54,6 +54,11 @@ std::size_t WorkerPool::queued() const {
     return _queue.size();
 }
 
+bool WorkerPool::hasIdleThread() const {
+    std::lock_guard<std::mutex> lock(_m);
+    return _queue.empty() && _running < _alive;
+}
+
 void WorkerPool::run() {
     std::unique_lock<std::mutex> lock(_m);
     for (;;) {

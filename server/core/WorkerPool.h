@@ -28,6 +28,9 @@ class WorkerPool {
     std::size_t queued() const;
     // Tasks a thread is running.
     std::size_t running() const;
+    // True when a task posted now would start at once: nothing is queued and
+    // a thread is free.
+    bool hasIdleThread() const;
     // Refuses new tasks, lets the queued and running ones finish and joins
     // the threads. Waits at most timeout for them; returns false when some
     // task was still running then: the caller must then end the process

@@ -5,9 +5,10 @@
 // finishes the response's framing, and then skips what the adapter left of
 // the request's body (a little only after a request that was not
 // authenticated), so that the connection can serve the next request. A
-// client that sends its next request at once, body and all, is served on
-// the same worker; a next request whose body is still coming goes back to
-// the I/O thread, which reads it.
+// client that sends its next request soon (within 20 ms, while another
+// worker is free), body and all, is served on the same worker; a next
+// request whose body is still coming goes back to the I/O thread, which
+// reads it.
 #pragma once
 
 #include "http/RequestParser.h"
@@ -50,8 +51,8 @@ class RequestRunner {
                              bool authenticated);
     // A next head the worker read: true when its request may run here at once.
     bool canServeAtOnce();
-    // Waits briefly for the next head on the worker; false when the
-    // connection failed.
+    // Waits briefly for the next head on the worker (while another worker is
+    // free); false when the connection failed.
     bool readHeadQuickly(HeadStep& step);
     void sendRaw(int status);
 

@@ -17,6 +17,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <cerrno>
 #include <chrono>
+#include <ctime>
 
 namespace tarn {
 
@@ -153,14 +154,18 @@ class SocketLayer {
     // or when the socket failed.
     bool wait(short events, Clock::time_point deadline, boost::system::error_code& ec) {
         for (;;) {
+            // To the nanosecond: a deadline a fraction of a millisecond away
+            // is waited for, not taken as passed.
             auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+                std::chrono::duration_cast<std::chrono::nanoseconds>(deadline - Clock::now());
             if (left.count() <= 0) {
                 ec = boost::asio::error::timed_out;
                 return false;
             }
+            timespec ts{static_cast<time_t>(left.count() / 1000000000),
+                        static_cast<long>(left.count() % 1000000000)};
             pollfd p{fd(), events, 0};
-            int r = ::poll(&p, 1, static_cast<int>(std::min<long long>(left.count() + 1, 1 << 30)));
+            int r = ::ppoll(&p, 1, &ts, nullptr);
             if (r > 0) {
                 return true;  // ready, hung up or failed: the next call tells which
             }
