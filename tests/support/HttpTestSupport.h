@@ -43,7 +43,9 @@ inline std::uint16_t freePort() {
     int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in a{};
     a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    // The wildcard: a port free there is free on every address, also for a
+    // server told to listen on all of them.
+    a.sin_addr.s_addr = htonl(INADDR_ANY);
     socklen_t len = sizeof a;
     if (::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 ||
         ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) != 0) {
