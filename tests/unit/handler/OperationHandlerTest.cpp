@@ -14,6 +14,9 @@
 #include "vela/CVelaObject.h"
 #include "vela/CVelaType.h"
 #include "vela/CVelaValue.h"
+#include "vela/CloseEnumerationOperationBase.h"
+#include "vela/OpenEnumerateInstancesOperationBase.h"
+#include "vela/PullInstancesWithPathOperationBase.h"
 #include "vela/TARNClientInfo.h"
 #include "vela/VelaAssociatorNamesOperationBase.h"
 #include "vela/VelaCreateInstanceOperationBase.h"
@@ -22,9 +25,6 @@
 #include "vela/VelaEnumerateInstancesOperationBase.h"
 #include "vela/VelaGetClassOperationBase.h"
 #include "vela/VelaGetInstanceOperationBase.h"
-#include "vela/CloseEnumerationOperationBase.h"
-#include "vela/OpenEnumerateInstancesOperationBase.h"
-#include "vela/PullInstancesWithPathOperationBase.h"
 
 namespace {
 
@@ -271,35 +271,6 @@ TEST_F(OperationHandlerTest, UnknownNamespaceAndClassAreReportedWithTheirCodes) 
     handler.processOperation(missing);
     EXPECT_EQ(missing->getErrorCode(), 6);
     EXPECT_EQ(missing->getErrorContext()->getMessage(), VELString("no such thing"));
-}
-
-TEST_F(OperationHandlerTest, GetClassAnswersFromTheSchemaWithoutAProvider) {
-    auto get = make<Op<VelaGetClassOperationBase>>("test_b");
-    handler.processOperation(get);
-    EXPECT_EQ(get->getErrorCode(), 0);
-    ASSERT_FALSE(get->getClass().isNull());
-    EXPECT_EQ(get->getClass()->getName(), VELString("Test_B"));
-    EXPECT_TRUE(repository->calls().empty());
-
-    auto missing = make<Op<VelaGetClassOperationBase>>("Test_Nope");
-    handler.processOperation(missing);
-    EXPECT_EQ(missing->getErrorCode(), 6);  // not found; instance operations answer 5
-    EXPECT_TRUE(missing->getClass().isNull());
-    auto nobody = make<Op<VelaGetClassOperationBase>>("Test_B", {});
-    handler.processOperation(nobody);
-    EXPECT_EQ(nobody->getErrorCode(), 2);
-}
-
-TEST_F(OperationHandlerTest, RoutesToTheRegisteredProviderOrTheDefault) {
-    auto getC = make<Op<VelaGetInstanceOperationBase>>("Test_C");
-    getC->setName(nameOf("Test_C", 1));
-    handler.processOperation(getC);
-    auto getB = make<Op<VelaGetInstanceOperationBase>>("Test_B");
-    getB->setName(nameOf("Test_B", 1));
-    handler.processOperation(getB);
-    EXPECT_EQ(special->calls(), std::vector<std::string>{"get Test_C by alice"});
-    EXPECT_EQ(repository->calls(), std::vector<std::string>{"get Test_B by alice"});
-    EXPECT_EQ(getC->getInstance()->getClassName(), VELString("Test_C"));
 }
 
 TEST_F(OperationHandlerTest, DeepEnumerationCallsOneProviderPerClassOfTheSubtree) {

@@ -186,35 +186,6 @@ TEST(MofLexer, TooLongStringsAndIdentifiersAreRefused) {
     EXPECT_EQ(tokens[0].text.size(), 64u);
 }
 
-TEST(MofLexer, PunctuationKeywordsAliasesPragmasAndPositions) {
-    auto tokens =
-        lex("// comment\n"
-            "#pragma include (\"a.mof\")\n"
-            "/* block\n comment */ [Key] class X_1 : Y {\n"
-            "  \xC3\xA9t\xC3\xA9 = $Alias_2; };");
-    std::vector<K> kinds;
-    for (const auto& t : tokens) {
-        kinds.push_back(t.kind);
-    }
-    EXPECT_EQ(kinds,
-              (std::vector<K>{K::Pragma,   K::Identifier, K::LParen,   K::String,     K::RParen,
-                              K::LBracket, K::Identifier, K::RBracket, K::Identifier, K::Identifier,
-                              K::Colon,    K::Identifier, K::LBrace,   K::Identifier, K::Equals,
-                              K::Alias,    K::Semicolon,  K::RBrace,   K::Semicolon,  K::End}));
-    EXPECT_EQ(tokens[0].pos.line, 2u);
-    EXPECT_EQ(tokens[0].pos.column, 1u);
-    EXPECT_EQ(tokens[3].text, "a.mof");
-    EXPECT_EQ(tokens[5].pos.line, 4u);
-    EXPECT_EQ(tokens[5].pos.column, 13u);
-    EXPECT_TRUE(tokens[8].is("CLASS"));
-    EXPECT_EQ(tokens[9].text, "X_1");
-    // Columns count characters, not bytes: "été" is three columns wide.
-    EXPECT_EQ(tokens[13].text, "\xC3\xA9t\xC3\xA9");
-    EXPECT_EQ(tokens[14].pos.line, 5u);
-    EXPECT_EQ(tokens[14].pos.column, 7u);
-    EXPECT_EQ(tokens[15].text, "Alias_2");
-}
-
 TEST(MofLexer, StrayCharactersBecomeErrorTokensAndLexingGoesOn) {
     struct Case {
         const char* text;
