@@ -52,26 +52,6 @@ TEST(InstanceName, ReferenceKeysNestCanonically) {
               VELString("//host1/root/x:CIM_Assoc.ref=\"root/x:CIM_A.k=\\\"v\\\"\""));
 }
 
-TEST(InstanceName, ParsesObjectPathText) {
-    auto name =
-        CVelaInstanceName::parse("//h/root/cimv2:CIM_Foo.Name=\"x,y=\\\"z\\\"\",Id=12,On=true");
-    EXPECT_EQ(name->getClassName(), VELString("CIM_Foo"));
-    EXPECT_EQ(name->getNameSpacePath()->getHost(), VELString("h"));
-    EXPECT_EQ(name->getNameSpacePath()->getNameSpace(), VELString("root/cimv2"));
-    EXPECT_EQ(name->getNameSpacePath()->getNameSpaceComponentCount(), 2u);
-    ASSERT_EQ(name->getKeyBindingCount(), 3u);
-    EXPECT_EQ(name->getKeyBinding(0)->getValue()->getString(), VELString("x,y=\"z\""));
-    EXPECT_EQ(name->getKeyBinding(1)->getValue()->getTypeHint(), VELString("numeric"));
-    EXPECT_EQ(name->getKeyBinding(2)->getValue()->getTypeHint(), VELString("boolean"));
-    auto cls = CVelaInstanceName::parse("CIM_Foo");
-    EXPECT_TRUE(cls->isClassName());
-    EXPECT_TRUE(cls->getNameSpacePath().isNull());
-    for (const char* bad : {"", ".a=1", "CIM_Foo.", "CIM_Foo.a", "CIM_Foo.a=\"x", "CIM_Foo.a=x",
-                            "CIM_Foo.a=1,", "CIM_Foo.a=1 b=2", "//host", "Bad Name.a=1"}) {
-        EXPECT_THROW(CVelaInstanceName::parse(bad), VelaBaseException) << bad;
-    }
-}
-
 struct EncodeCase {
     std::string in;
     std::string out;

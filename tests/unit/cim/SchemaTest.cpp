@@ -163,21 +163,6 @@ TEST_F(SchemaTest, QualifierFlavorsDecideWhatPropagates) {
     EXPECT_EQ(leafCaption->getQualifier("MaxLen")->getValue()->getUnsigned(), 32u);
 }
 
-TEST_F(SchemaTest, MethodsAndParametersResolve) {
-    auto leaf = cls("Test_Leaf");
-    auto reset = leaf->getMethodDef("reset");
-    ASSERT_FALSE(reset.isNull());
-    EXPECT_EQ(reset->getOriginClassName(), VELString("Test_Middle"));
-    auto force = reset->getParameter("FORCE");
-    ASSERT_FALSE(force.isNull());
-    EXPECT_EQ(qualifierNames(force->getQualifiers(true)),
-              (std::vector<std::string>{"In@Test_Base", "Description@Test_Middle"}));
-    EXPECT_TRUE(all(leaf->getMethodDefs(false)).empty());
-    EXPECT_EQ(all(cls("Test_Middle")->getMethodDefs(false)).size(), 1u);
-    EXPECT_EQ(all(cls("Test_Base")->getMethodDefs(true))[0]->getOriginClassName(),
-              VELString("Test_Base"));
-}
-
 TEST_F(SchemaTest, ConflictsAreRejectedWithTheirCodes) {
     auto orphan = makeVELSmrPtr<CVelaClass>("Test_Orphan", "Test_Nowhere");
     try {

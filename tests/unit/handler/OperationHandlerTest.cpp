@@ -252,45 +252,6 @@ TEST_F(OperationHandlerTest, RolesDecideWhoMayReadAndWrite) {
     }
 }
 
-TEST_F(OperationHandlerTest, UnknownNamespaceAndClassAreReportedWithTheirCodes) {
-    auto get = make<Op<VelaGetInstanceOperationBase>>("Test_A");
-    get->setNameSpace("root/missing");
-    get->setName(nameOf("Test_A", 1));
-    handler.processOperation(get);
-    EXPECT_EQ(get->getErrorCode(), 3);
-    EXPECT_EQ(get->getErrorContext()->getMessage(),
-              VELString("Namespace 'root/missing' does not exist"));
-
-    auto del = make<Op<VelaDeleteInstanceOperationBase>>("Test_Nope", {"writer"});
-    del->setInstanceName(nameOf("Test_Nope", 1));
-    handler.processOperation(del);
-    EXPECT_EQ(del->getErrorCode(), 5);
-
-    auto missing = make<Op<VelaGetInstanceOperationBase>>("Test_A");
-    missing->setName(nameOf("Test_A", 404));
-    handler.processOperation(missing);
-    EXPECT_EQ(missing->getErrorCode(), 6);
-    EXPECT_EQ(missing->getErrorContext()->getMessage(), VELString("no such thing"));
-}
-
-TEST_F(OperationHandlerTest, DeepEnumerationCallsOneProviderPerClassOfTheSubtree) {
-    auto op = make<Op<VelaEnumerateInstancesOperationBase>>("Test_A");
-    handler.processOperation(op);
-    auto items = drain<VELSmrPtr<IVelaObject>>(*op);
-    EXPECT_EQ(op->getErrorCode(), 0);
-    EXPECT_EQ(items, (std::vector<std::string>{"root/test:Test_A.id=0", "root/test:Test_A.id=1",
-                                               "root/test:Test_B.id=0", "root/test:Test_B.id=1",
-                                               "root/test:Test_C.id=0"}));
-    EXPECT_EQ(repository->calls(), (std::vector<std::string>{"enum Test_A", "enum Test_B"}));
-    EXPECT_EQ(special->calls(), std::vector<std::string>{"enum Test_C"});
-
-    auto names = make<Op<VelaEnumerateInstanceNamesOperationBase>>("Test_B");
-    handler.processOperation(names);
-    EXPECT_EQ(drain<VELSmrPtr<IVelaInstanceName>>(*names),
-              (std::vector<std::string>{"root/test:Test_B.id=0", "root/test:Test_B.id=1",
-                                        "root/test:Test_C.id=0"}));
-}
-
 TEST_F(OperationHandlerTest, EachAssociationClassThatCanLinkTheObjectAsksItsOwnProvider) {
     auto op = make<Op<VelaAssociatorNamesOperationBase>>("Test_C");
     op->setObjectName(nameOf("Test_C", 7));

@@ -75,20 +75,4 @@ TEST_F(TarnMofTool, ReportsErrorsWithTheirPlaceAndFails) {
     EXPECT_NE(r.out.find("1 errors, 1 warnings"), std::string::npos) << r.out;
 }
 
-TEST_F(TarnMofTool, UsageFaultsExitWithTwoAndCheckWritesNothing) {
-    write("good.mof", "class A { };\n");
-    ToolRun r = run("--check good.mof");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_FALSE(fs::exists(dir / "var"));
-    r = run("--check");
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err.rfind("tarn-mof: no MOF file given\nusage: tarn-mof ", 0), 0u) << r.err;
-    r = run("--bogus good.mof");
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err.rfind("tarn-mof: unknown option --bogus\n", 0), 0u) << r.err;
-    r = run("--check missing.mof");
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "error: cannot read missing.mof: no such file\n");
-}
-
 }  // namespace

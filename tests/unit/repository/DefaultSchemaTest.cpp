@@ -33,16 +33,6 @@ class DefaultSchema : public ::testing::Test {
     std::unique_ptr<tarn::Repository> repo;
 };
 
-TEST_F(DefaultSchema, LoadsOnceIntoTheInteropAndCimv2Namespaces) {
-    EXPECT_EQ(repo->catalog()->getNameSpaces(), (std::vector<VELString>{"interop", "root/cimv2"}));
-    EXPECT_FALSE(tarn::DefaultSchema::ensure(*repo, schemaDir()));
-    EXPECT_NE(repo->getInfo("default_schema").find(" from " + schemaDir()), VELString::npos);
-    repo.reset();
-    repo = std::make_unique<tarn::Repository>((dir.path() / "repository.db").string());
-    EXPECT_FALSE(tarn::DefaultSchema::ensure(*repo, schemaDir()));
-    EXPECT_EQ(repo->countInstances("root/cimv2", "CIM_ManagedElement", true), 5u);
-}
-
 TEST_F(DefaultSchema, NamespacesAreCreatedWithTheStandardQualifiersAndDeletedWhenEmpty) {
     auto qualifierNames = [&](const char* ns) {
         std::vector<VELString> out;

@@ -171,60 +171,6 @@ TEST_F(InstanceOperations, EachFaultGivesItsStatusCodeAndChangesNothing) {
     EXPECT_EQ(repo->catalog()->getNameSpaces(), std::vector<VELString>({"root/test"}));
 }
 
-TEST_F(InstanceOperations, ACreatedInstanceHasEveryPropertyItsPathAndTheClassDefaults) {
-    auto path = repo->createInstance(
-        kNs, *instance("T_Level2", {{"count", text("42")}, {"ID", text("two")}}));
-    EXPECT_EQ(path->toString(), "root/test:T_Level2.id=\"two\"");
-    auto got = repo->getInstance(kNs, *name("t_level2", {{"id", text("two")}}));
-    EXPECT_EQ(got->getClassName(), "T_Level2");
-    ASSERT_FALSE(got->getPath().isNull());
-    EXPECT_EQ(got->getPath()->toString(), "root/test:T_Level2.id=\"two\"");
-    std::vector<std::string> names;
-    for (std::size_t i = 0; i < got->getPropertyCount(); ++i) {
-        names.push_back(got->getProperty(i)->getName().str());
-    }
-    EXPECT_EQ(names, (std::vector<std::string>{"Id", "Label", "Count", "Flag"}));
-    EXPECT_EQ(valueText(*got, "Id"), "two");
-    EXPECT_EQ(valueText(*got, "Label"), "none");  // default of T_Base
-    EXPECT_EQ(valueText(*got, "Flag"), "TRUE");   // default of T_Level2
-    auto count = got->getProperty("Count");
-    EXPECT_EQ(count->getType()->getTypeId(), CIMTypeId::UInt32);
-    EXPECT_EQ(count->getValue()->getUnsigned(), 42u);
-    EXPECT_FALSE(count->getValue()->isUntyped());
-
-    // An explicit null is kept, not replaced by the default.
-    repo->createInstance(
-        kNs, *instance("T_Level2", {{"Id", text("three")},
-                                    {"Label", CVelaValue::makeNull(CVelaType::string)}}));
-    auto three = repo->getInstance(kNs, *name("T_Level2", {{"Id", text("three")}}));
-    EXPECT_FALSE(three->getProperty("Label")->getValue()->isSet());
-    EXPECT_EQ(three->getProperty("Label")->getType()->getTypeId(), CIMTypeId::String);
-}
-
-TEST_F(InstanceOperations, NullAndEmptyArraysStayApartFromMofAndCimXmlToStorage) {
-    // AS empty, A8 NULL as given, Objs NULL as left out; each source once.
-    ASSERT_EQ(loadMof(*repo, "instance of T_AllTypes { Id = \"mof\"; AS = {}; A8 = NULL; };"), "");
-    VELSmrPtr<IVelaObject> parsed = CIMUtil::parseEmbeddedInstance(
-        "<INSTANCE CLASSNAME=\"T_AllTypes\"><PROPERTY NAME=\"Id\" TYPE=\"string\"><VALUE>xml"
-        "</VALUE></PROPERTY><PROPERTY.ARRAY NAME=\"AS\" TYPE=\"string\"><VALUE.ARRAY>"
-        "</VALUE.ARRAY></PROPERTY.ARRAY><PROPERTY.ARRAY NAME=\"A8\" TYPE=\"uint8\">"
-        "</PROPERTY.ARRAY></INSTANCE>");
-    EXPECT_TRUE(parsed->getProperty("A8")->getValue().isNull());
-    EXPECT_EQ(parsed->getProperty("AS")->getValue()->getArraySize(), 0u);
-    repo->createInstance(kNs, *parsed);
-    for (const char* id : {"mof", "xml"}) {
-        SCOPED_TRACE(id);
-        auto got = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text(id)}}));
-        const VELSmrPtr<IVelaValue>& empty = got->getProperty("AS")->getValue();
-        ASSERT_FALSE(empty.isNull());
-        EXPECT_TRUE(empty->isSet());
-        EXPECT_EQ(empty->getArraySize(), 0u);
-        EXPECT_TRUE(got->getProperty("A8")->getValue().isNull());
-        EXPECT_TRUE(got->getProperty("Objs")->getValue().isNull());
-        EXPECT_TRUE(got->getProperty("Objs")->getType()->isArray());
-    }
-}
-
 TEST_F(InstanceOperations, KeysMatchWhateverTheirOrderCaseAndForm) {
     // The instance made in SetUp from untyped text, found by typed values
     // with the keys in another order and other case.
