@@ -1,4 +1,4 @@
-// The tarn-mof command: exit status, messages and summary.
+// The tarn-mof command: exit status and messages of a faulty compilation.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 

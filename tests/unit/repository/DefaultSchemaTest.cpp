@@ -1,6 +1,6 @@
-// TARN's default schema (schema/): that it loads once and entirely or not
-// at all, the namespaces made from it, and that its qualifier declarations
-// are the standard ones.
+// TARN's default schema (schema/): it loads entirely or not at all, the
+// namespaces made from it, and its qualifier declarations are the standard
+// ones.
 #include <cstdlib>
 #include <fstream>
 

@@ -1,5 +1,5 @@
-// Instance operations of the repository: their CIM status codes, what a
-// created instance holds, canonical keys and grouped writes.
+// Instance operations of the repository: their CIM status codes, canonical
+// keys and grouped writes.
 #include <set>
 
 #include "RepositoryTestSupport.h"

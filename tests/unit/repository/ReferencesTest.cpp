@@ -1,6 +1,5 @@
-// The repository's index of references: it follows every write of an
-// association instance, and a repository of the first format, whose
-// references may carry a host and lack their namespace, is upgraded to it.
+// The repository's index of references: a repository of the first format,
+// whose references may carry a host and lack their namespace, is upgraded.
 #include <sqlite3.h>
 
 #include "RepositoryTestSupport.h"

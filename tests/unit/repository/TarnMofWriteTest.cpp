@@ -1,6 +1,5 @@
-// tarn-mof writing into the repository of a state directory: a new
-// repository starts with the default schema, a run is written entirely or
-// not at all, and --check writes nothing.
+// tarn-mof writing into the repository of a state directory: a run is
+// written entirely or not at all, and --check writes nothing.
 #include <sys/wait.h>
 
 #include <cstdio>
