@@ -1,5 +1,5 @@
-// The adapter object: the plug-in entry, its identity and advertised URLs,
-// and the indication slots that do not deliver yet.
+// The adapter object: the plug-in entry, its advertised URLs, and the
+// indication slots that do not deliver yet.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -30,36 +30,6 @@ TEST(CIMXMLAdapter, EntryPointMakesTheAdapterWhichLogsItsStart) {
     EXPECT_TRUE(log.contains("cimxmlpa::CIMXMLAdapter",
                              "Adapter initialized: Name='cim-xml Adapter'; Protocol='cim-xml'", 3));
     EXPECT_EQ(log.lines().size(), 1u);
-}
-
-TEST(CIMXMLAdapter, IdentityIsTheCimXmlCommunicationMechanism) {
-    tarn::ObjectManagerContext context(portInfo(), noClasses());
-    CIMXMLAdapter adapter(context);
-    EXPECT_EQ(adapter.getProtocol(), "cim-xml");
-    EXPECT_EQ(adapter.getAdapterName(), "cim-xml Adapter");
-    EXPECT_EQ(adapter.getVersion(), "1.0");
-    EXPECT_FALSE(adapter.getValidated());
-    EXPECT_EQ(adapter.getStatus(), 1);
-    EXPECT_EQ(adapter.getCommunicationMechanism(), 2);
-    EXPECT_EQ(adapter.getCommunicationMechanismDescription(), "CIM-XML");
-    EXPECT_TRUE(adapter.isManagementCommunicationMechanism());
-    EXPECT_EQ(adapter.getAdvertisedType(), 3);
-    EXPECT_FALSE(adapter.isSOAPAdapter());
-
-    auto profiles = adapter.getFunctionalProfilesSupported();
-    auto descriptions = adapter.getFunctionalProfileDescriptions();
-    EXPECT_EQ(profiles->vector(), (std::vector<std::uint16_t>{2, 3, 5, 6, 7, 9, 10, 11, 12}));
-    EXPECT_EQ(
-        descriptions->vector(),
-        (std::vector<VELString>{"Basic Read", "Basic Write", "Instance Manipulation",
-                                "Association Traversal", "Query Execution", "Indications",
-                                "Pulled Read", "Pulled Read Count", "Pulled Query Execution"}));
-    EXPECT_EQ(adapter.getAuthenticationMechanismsSupported()->vector(),
-              (std::vector<std::uint16_t>{3}));
-    EXPECT_EQ(adapter.getAuthenticationMechanismDescriptions()->vector(),
-              (std::vector<VELString>{"Basic"}));
-    // Each call gets lists of its own.
-    EXPECT_NE(adapter.getFunctionalProfilesSupported().get(), profiles.get());
 }
 
 TEST(CIMXMLAdapter, UrlsOfAdvertisedPortsWithTheInterfaceFilter) {

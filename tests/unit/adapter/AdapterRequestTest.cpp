@@ -1,7 +1,6 @@
 // Request processing on in-memory connections: what the server's loopback
 // test connections cannot show (the object manager's state for remote
-// clients, the framing for every configuration, how the body is read) and
-// the adapter's own guards.
+// clients, how the body is read) and the adapter's own guards.
 #include <gtest/gtest.h>
 
 #include "AdapterTestSupport.h"
@@ -61,73 +60,6 @@ TEST_F(AdapterRequestTest, RemoteClientsWaitForTheStartLocalOnesForNothingButShu
     }
 }
 
-TEST_F(AdapterRequestTest, FramingFollowsProtocolConfigurationAndKeepAlive) {
-    context.setState(State::STARTED);
-    struct Case {
-        const char* name;
-        const char* setting;  // HTTPTransferEncoding; null: not configured
-        VELHTTPOperation::ProtocolEnum protocol;
-        VELHTTPRequest::Fields extra;
-        Out::StreamType type;
-        int closeOption;
-    };
-    const auto V10 = VELHTTPOperation::HTTP_1_0;
-    const auto V11 = VELHTTPOperation::HTTP_1_1;
-    const int kDefault = VELSocket::CLOSE_OPTION_DEFAULT;
-    const Case cases[] = {
-        {"default", nullptr, V11, {}, Out::Chunked, kDefault},
-        {"Auto", "Auto", V11, {}, Out::Chunked, kDefault},
-        {"Chunked", "Chunked", V11, {{"Connection", "close"}}, Out::Chunked, kDefault},
-        {"conditional, kept", "ConditionalChunked", V11, {}, Out::Full, 30},
-        {"conditional, TE",
-         "ConditionalChunked",
-         V11,
-         {{"TE", "trailers"}},
-         Out::Chunked,
-         kDefault},
-        {"conditional, not kept",
-         "ConditionalChunked",
-         V11,
-         {{"Connection", "close"}},
-         Out::NotEncoded,
-         30},
-        {"other value, kept", "Never", V11, {{"TE", "trailers"}}, Out::Full, 30},
-        // The values are compared exactly.
-        {"lower case", "chunked", V11, {}, Out::Full, 30},
-        {"HTTP/1.0", nullptr, V10, {}, Out::NotEncoded, 30},
-        {"HTTP/1.0 kept",
-         "ConditionalChunked",
-         V10,
-         {{"Connection", "keep-alive"}},
-         Out::NotEncoded,
-         30},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        ScopedConfiguration conf(c.setting ? std::string("[TARN]\nHTTPTransferEncoding = ") +
-                                                 c.setting + "\n"
-                                           : std::string());
-        VELHTTPRequest::Fields fields = kDeleteClassHeaders;
-        fields.insert(fields.end(), c.extra.begin(), c.extra.end());
-        Exchange x("POST", fields, deleteClass(), c.protocol);
-        ASSERT_FALSE(x.run(adapter));
-        EXPECT_EQ(x.out.getStreamType(), c.type);
-        EXPECT_EQ(x.socket.closeOption, c.closeOption);
-        EXPECT_EQ(x.written().body, notSupportedResponse());
-    }
-    // A chunked request body asks for chunks too.
-    ScopedConfiguration conf("[TARN]\nHTTPTransferEncoding = ConditionalChunked\n");
-    std::string body = deleteClass();
-    std::string chunked =
-        (std::ostringstream() << std::hex << body.size()).str() + "\r\n" + body + "\r\n0\r\n\r\n";
-    VELHTTPRequest::Fields fields = kDeleteClassHeaders;
-    fields.emplace_back("Transfer-Encoding", "chunked");
-    Exchange x("POST", fields, chunked);
-    ASSERT_FALSE(x.run(adapter));
-    EXPECT_EQ(x.out.getStreamType(), Out::Chunked);
-    EXPECT_EQ(x.written().body, notSupportedResponse());
-}
-
 TEST_F(AdapterRequestTest, BodyGoesFromTheSocketStraightIntoTheMessage) {
     context.setState(State::STARTED);
     // Nothing of the body came with the head: it arrives in pieces.
@@ -181,37 +113,6 @@ TEST_F(AdapterRequestTest, ChunkedBodyStopsAtTheLastChunkOrAnUnreadableSize) {
             EXPECT_TRUE(x.written().hasHeader("CIMError: request-not-well-formed"));
         }
     }
-}
-
-TEST_F(AdapterRequestTest, CimHeadersComeFromTheMPostGroupBeforeThePlainOnes) {
-    context.setState(State::STARTED);
-    VELHTTPRequest::Fields plain = {{"CIMOperation", "MethodCall"}};
-    EXPECT_TRUE(adapter.canProcess(VELHTTPRequest("POST", "/", VELHTTPOperation::HTTP_1_1, plain)));
-    EXPECT_TRUE(
-        adapter.canProcess(VELHTTPRequest("M-POST", "/", VELHTTPOperation::HTTP_1_1, plain)));
-    VELHTTPRequest::Fields grouped = {
-        {"Man", "\"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=51"},
-        {"51-CIMOperation", "MethodCall"}};
-    EXPECT_TRUE(
-        adapter.canProcess(VELHTTPRequest("M-POST", "/", VELHTTPOperation::HTTP_1_1, grouped)));
-    // Prefixed headers are the group's only.
-    EXPECT_FALSE(
-        adapter.canProcess(VELHTTPRequest("POST", "/", VELHTTPOperation::HTTP_1_1, grouped)));
-    EXPECT_FALSE(adapter.canProcess(
-        VELHTTPRequest("POST", "/", VELHTTPOperation::HTTP_1_1, {{"CIMExport", "MethodRequest"}})));
-
-    // The group's CIMMethod is the one compared with the message.
-    VELHTTPRequest::Fields fields = grouped;
-    fields.insert(fields.end(), {{"51-CIMMethod", "DeleteClass"},
-                                 {"51-CIMObject", "root"},
-                                 {"CIMMethod", "GetInstance"},
-                                 {"CIMObject", "root"}});
-    Exchange x("M-POST", fields, deleteClass());
-    EXPECT_FALSE(x.run(adapter));
-    EXPECT_TRUE(x.written().hasHeader("Man: \"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=51"));
-    EXPECT_TRUE(x.written().hasHeader("51-CIMOperation: MethodResponse"));
-    EXPECT_TRUE(x.written().hasHeader("Ext:  "));
-    EXPECT_EQ(x.written().body, notSupportedResponse());
 }
 
 TEST_F(AdapterRequestTest, RequestsThatFailCanProcessAreRefused) {

@@ -52,50 +52,6 @@ TEST(InstanceName, ReferenceKeysNestCanonically) {
               VELString("//host1/root/x:CIM_Assoc.ref=\"root/x:CIM_A.k=\\\"v\\\"\""));
 }
 
-TEST(InstanceName, ParsesObjectPathText) {
-    auto name =
-        CVelaInstanceName::parse("//h/root/cimv2:CIM_Foo.Name=\"x,y=\\\"z\\\"\",Id=12,On=true");
-    EXPECT_EQ(name->getClassName(), VELString("CIM_Foo"));
-    EXPECT_EQ(name->getNameSpacePath()->getHost(), VELString("h"));
-    EXPECT_EQ(name->getNameSpacePath()->getNameSpace(), VELString("root/cimv2"));
-    EXPECT_EQ(name->getNameSpacePath()->getNameSpaceComponentCount(), 2u);
-    ASSERT_EQ(name->getKeyBindingCount(), 3u);
-    EXPECT_EQ(name->getKeyBinding(0)->getValue()->getString(), VELString("x,y=\"z\""));
-    EXPECT_EQ(name->getKeyBinding(1)->getValue()->getTypeHint(), VELString("numeric"));
-    EXPECT_EQ(name->getKeyBinding(2)->getValue()->getTypeHint(), VELString("boolean"));
-    auto cls = CVelaInstanceName::parse("CIM_Foo");
-    EXPECT_TRUE(cls->isClassName());
-    EXPECT_TRUE(cls->getNameSpacePath().isNull());
-    for (const char* bad : {"", ".a=1", "CIM_Foo.", "CIM_Foo.a", "CIM_Foo.a=\"x", "CIM_Foo.a=x",
-                            "CIM_Foo.a=1,", "CIM_Foo.a=1 b=2", "//host", "Bad Name.a=1"}) {
-        EXPECT_THROW(CVelaInstanceName::parse(bad), VelaBaseException) << bad;
-    }
-}
-
-TEST(NameSpacePath, SplitsComponents) {
-    CVelaNameSpacePath p("", "/root//cimv2/");
-    EXPECT_EQ(p.getNameSpaceComponentCount(), 2u);
-    EXPECT_EQ(p.getNameSpace(), VELString("root/cimv2"));
-    EXPECT_THROW(p.getNameSpaceComponent(2), VelaBaseException);
-}
-
-TEST(Object, PropertiesByPositionAndByNameIgnoringCase) {
-    CVelaObject obj("CIM_Foo");
-    obj.addProperty("Name", CVelaValue::makeString("n"));
-    obj.addProperty("Size", CVelaValue::makeUint64(5));
-    EXPECT_EQ(obj.getPropertyCount(), 2u);
-    EXPECT_EQ(obj.getProperty(1)->getName(), VELString("Size"));
-    EXPECT_EQ(obj.getProperty(VELString("size"))->getValue()->getUnsigned(), 5u);
-    EXPECT_TRUE(obj.getProperty(VELString("missing")).isNull());
-    EXPECT_THROW(obj.getProperty(2), VelaBaseException);
-    obj.setProperty(
-        VELSmrPtr<IVelaProperty>(new CVelaProperty("NAME", CVelaValue::makeString("m"))));
-    EXPECT_EQ(obj.getPropertyCount(), 2u);
-    EXPECT_EQ(obj.getProperty(0)->getValue()->getString(), VELString("m"));
-    EXPECT_TRUE(obj.removeProperty("name"));
-    EXPECT_EQ(obj.getPropertyCount(), 1u);
-}
-
 struct EncodeCase {
     std::string in;
     std::string out;
@@ -157,23 +113,6 @@ TEST_F(QualifiedKeys, ReferenceAndEmbeddedQualifiersAreFoundThroughTheLookup) {
     // A new lookup is seen at once, despite the per-thread cache.
     tarn::ISchemaCatalog::install(std::make_shared<tarn::CClassSet>());
     EXPECT_FALSE(CIMUtil::isReferenceQualified("root/cimv2", "TARN_Holder", "Target"));
-}
-
-TEST(AdapterUtils, ConvertsStringArraysToPropertyLists) {
-    auto texts = std::make_shared<CVelaValue::ScalarArray>();
-    texts->emplace_back(VELString("Name"));
-    texts->emplace_back();
-    texts->emplace_back(VELString("Size"));
-    auto value = CVelaValue::makeUntypedArray(texts);
-    auto skipping = AdapterUtils::convert(value, true);
-    ASSERT_FALSE(skipping.isNull());
-    EXPECT_EQ(skipping->vector(), (std::vector<VELString>{"Name", "Size"}));
-    EXPECT_EQ(AdapterUtils::convert(value, false)->entries(), 3u);
-    auto empty = CVelaValue::makeUntypedArray(std::make_shared<CVelaValue::ScalarArray>());
-    ASSERT_FALSE(AdapterUtils::convert(empty, true).isNull());
-    EXPECT_EQ(AdapterUtils::convert(empty, true)->entries(), 0u);
-    EXPECT_TRUE(AdapterUtils::convert(CVelaValue::makeString("x"), true).isNull());
-    EXPECT_TRUE(AdapterUtils::convert(nullptr, true).isNull());
 }
 
 }  // namespace

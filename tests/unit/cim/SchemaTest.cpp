@@ -163,30 +163,6 @@ TEST_F(SchemaTest, QualifierFlavorsDecideWhatPropagates) {
     EXPECT_EQ(leafCaption->getQualifier("MaxLen")->getValue()->getUnsigned(), 32u);
 }
 
-TEST_F(SchemaTest, MethodsAndParametersResolve) {
-    auto leaf = cls("Test_Leaf");
-    auto reset = leaf->getMethodDef("reset");
-    ASSERT_FALSE(reset.isNull());
-    EXPECT_EQ(reset->getOriginClassName(), VELString("Test_Middle"));
-    auto force = reset->getParameter("FORCE");
-    ASSERT_FALSE(force.isNull());
-    EXPECT_EQ(qualifierNames(force->getQualifiers(true)),
-              (std::vector<std::string>{"In@Test_Base", "Description@Test_Middle"}));
-    EXPECT_TRUE(all(leaf->getMethodDefs(false)).empty());
-    EXPECT_EQ(all(cls("Test_Middle")->getMethodDefs(false)).size(), 1u);
-    EXPECT_EQ(all(cls("Test_Base")->getMethodDefs(true))[0]->getOriginClassName(),
-              VELString("Test_Base"));
-}
-
-TEST_F(SchemaTest, ClassOriginDictionaryAnswersFromTheClass) {
-    cimxmlpa::ClassOriginDictionary origins(cls("Test_Leaf"));
-    EXPECT_EQ(origins.getPropertyOrigin("name"), VELString("Test_Base"));
-    EXPECT_EQ(origins.getPropertyOrigin("Caption"), VELString("Test_Middle"));
-    EXPECT_EQ(origins.getPropertyOrigin("Extra"), VELString("Test_Leaf"));
-    EXPECT_EQ(origins.getPropertyOrigin("Missing"), VELString(""));
-    EXPECT_EQ(origins.getClass()->getName(), VELString("Test_Leaf"));
-}
-
 TEST_F(SchemaTest, ConflictsAreRejectedWithTheirCodes) {
     auto orphan = makeVELSmrPtr<CVelaClass>("Test_Orphan", "Test_Nowhere");
     try {
@@ -218,27 +194,6 @@ TEST_F(SchemaTest, ConflictsAreRejectedWithTheirCodes) {
     twice->addProperty(makeVELSmrPtr<CPropertyDef>("A", CVelaType::uint8));
     EXPECT_THROW(twice->addProperty(makeVELSmrPtr<CPropertyDef>("a", CVelaType::uint8)),
                  VelaBaseException);
-}
-
-std::vector<VELString> namesOf(const std::vector<VELSmrPtr<IVelaClass>>& classes) {
-    std::vector<VELString> names;
-    for (const auto& c : classes) {
-        names.push_back(c->getName());
-    }
-    return names;
-}
-
-TEST_F(SchemaTest, SubclassListsDirectAndDeep) {
-    auto other = makeVELSmrPtr<CVelaClass>("Test_Other", "Test_Base");
-    set.addClass("root/test", other);
-    EXPECT_EQ(namesOf(set.getSubclasses("root/test", "Test_Base", false)),
-              (std::vector<VELString>{"Test_Middle", "Test_Other"}));
-    EXPECT_EQ(namesOf(set.getSubclasses("root/test", "test_base", true)),
-              (std::vector<VELString>{"Test_Middle", "Test_Other", "Test_Leaf"}));
-    EXPECT_EQ(namesOf(set.getSubclasses("root/test", "", false)),
-              std::vector<VELString>{"Test_Base"});
-    EXPECT_TRUE(namesOf(set.getSubclasses("root/none", "", true)).empty());
-    EXPECT_TRUE(set.getClass("root/none", "Test_Base").isNull());
 }
 
 }  // namespace

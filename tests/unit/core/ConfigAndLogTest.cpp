@@ -116,16 +116,4 @@ TEST(TraceLog, RotatesAtTheSizeLimit) {
     std::filesystem::remove_all(dir);
 }
 
-TEST(VELRegExp, MatchesAnchoredVersionPattern) {
-    tarn::VELRegExp re("^[0-9]+\\.[0-9]+$");
-    for (const char* yes : {"2.0", "10.0", "1.9"}) {
-        EXPECT_TRUE(re.match(yes)) << yes;
-    }
-    for (const char* no : {"2", "2.0.1", " 2.0", "2.0 ", "", "a.b"}) {
-        EXPECT_FALSE(re.match(no)) << no;
-    }
-    EXPECT_FALSE(re.match(VELString(std::string("2.0\0", 4))));
-    EXPECT_THROW(tarn::VELRegExp("(unclosed"), VelaBaseException);
-}
-
 }  // namespace

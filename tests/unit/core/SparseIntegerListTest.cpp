@@ -44,13 +44,17 @@ TEST(SparseIntegerList, RejectsBadTextAndKeepsTheList) {
     }
 }
 
-TEST(SparseIntegerList, AddAppendsAndContains) {
+TEST(SparseIntegerList, AddAppendsAndContainsBothEndsOfARange) {
     SparseIntegerList l;
     l.parse("10-12");
     l.parse("1");
     EXPECT_EQ(values(l), (std::vector<std::uint32_t>{10, 11, 12, 1}));
-    EXPECT_TRUE(l.contains(11));
-    EXPECT_FALSE(l.contains(13));
+    for (std::uint32_t in : {1u, 10u, 11u, 12u}) {
+        EXPECT_TRUE(l.contains(in)) << in;
+    }
+    for (std::uint32_t out : {0u, 2u, 9u, 13u}) {
+        EXPECT_FALSE(l.contains(out)) << out;
+    }
 }
 
 }  // namespace

@@ -6,13 +6,6 @@
 
 namespace {
 
-TEST(VELString, NullMeansEmpty) {
-    EXPECT_TRUE(VELString().isNull());
-    EXPECT_TRUE(VELString("").isNull());
-    EXPECT_TRUE(VELString(static_cast<const char*>(nullptr)).isNull());
-    EXPECT_FALSE(VELString(" ").isNull());
-}
-
 struct AtoiCase {
     const char* text;
     long long atol;
@@ -68,12 +61,6 @@ TEST(VELString, ComparisonsExactAndIgnoringCase) {
     EXPECT_TRUE(VELString("text/xml; charset=utf-8").contains("charset=utf-8"));
     EXPECT_TRUE(VELString("CIM_ErrorX").beginsWithIgnoreCase("cim_error"));
     EXPECT_TRUE(VELString("trace.log").endsWith(".log"));
-}
-
-TEST(VELString, CaseInsensitiveHashAgreesWithEquality) {
-    EXPECT_EQ(VELString("CIM_ComputerSystem").hashIgnoreCase(),
-              VELString("cim_computersystem").hashIgnoreCase());
-    EXPECT_NE(VELString("abc").hashIgnoreCase(), VELString("abd").hashIgnoreCase());
 }
 
 TEST(VELString, TrimCaseAndConcatenation) {

@@ -1,5 +1,5 @@
 // Classes with qualifiers, properties, methods and parameters over three
-// levels of inheritance, and qualifier declarations.
+// levels of inheritance.
 #include "EncoderTestSupport.h"
 #include "tarn/CQualifierDef.h"
 #include "tarn/QualifierFlavor.h"
@@ -203,21 +203,6 @@ TEST_F(ClassSchema, LeafClassInEveryCombinationOfFlagsAndPropertyList) {
     }
 }
 
-TEST_F(ClassSchema, ClassesFilterPropertiesWithoutCaseInstancesWithIt) {
-    auto list = makeVELSmrPtr<CIMXMLUtil::PropertyList>(std::vector<VELString>{"CAPTION"});
-    std::string cls = out([&](std::ostream& os) {
-        CIMXMLUtil::streamClass(os, this->cls("Test_Middle"), list, false, false, false);
-    });
-    EXPECT_NE(cls.find("<PROPERTY NAME=\"caption\""), std::string::npos) << cls;
-    EXPECT_EQ(cls.find("NAME=\"Name\""), std::string::npos) << cls;
-    auto inst = makeVELSmrPtr<CVelaObject>("Test_Middle");
-    inst->addProperty("caption", str("c"));
-    EXPECT_EQ(out([&](std::ostream& os) {
-                  CIMXMLUtil::streamInstance(os, inst, list, true, nullptr, false, false);
-              }),
-              "<INSTANCE CLASSNAME=\"Test_Middle\">\n</INSTANCE>\n");
-}
-
 TEST_F(ClassSchema, ClassWithPathAndQueryResultClass) {
     EXPECT_EQ(
         out([&](std::ostream& os) {
@@ -248,85 +233,6 @@ TEST_F(ClassSchema, ClassWithPathAndQueryResultClass) {
               "</PROPERTY>\n</CLASS>\n</PARAMVALUE>");
     EXPECT_EQ(out([&](std::ostream& s) { CIMXMLUtil::streamIParamQueryResultClass(s, nullptr); }),
               "<PARAMVALUE NAME=\"QueryResultClass\">\n</PARAMVALUE>");
-}
-
-VELSmrPtr<tarn::IQualifierDef> declaration(const char* name, VELSmrPtr<IVelaType> type,
-                                           Value defaultValue, std::uint32_t scope,
-                                           std::uint32_t flavor) {
-    return VELSmrPtr<tarn::IQualifierDef>(
-        new tarn::CQualifierDef(name, std::move(type), std::move(defaultValue), scope, flavor));
-}
-
-TEST(QualifierDeclarations, FlavorsScopesAndIsArrayOnlyWithoutDefault) {
-    using Scope = tarn::QualifierScope;
-    const auto stringArray = CVelaType::get(CIMTypeId::String, true);
-    const std::string allScopes =
-        "<SCOPE CLASS=\"true\" ASSOCIATION=\"true\" INDICATION=\"true\" PROPERTY=\"true\" "
-        "REFERENCE=\"true\" METHOD=\"true\" PARAMETER=\"true\" ></SCOPE>\n";
-    struct Case {
-        VELSmrPtr<tarn::IQualifierDef> def;
-        std::string expected;
-    };
-    const Case cases[] = {
-        {declaration("Description", CVelaType::string, nullptr, Scope::Any,
-                     QualifierFlavor::Translatable),
-         "<QUALIFIER.DECLARATION NAME=\"Description\" TYPE=\"string\" OVERRIDABLE=\"true\" "
-         "TOSUBCLASS=\"true\" TRANSLATABLE=\"true\" ISARRAY=\"false\" >\n" +
-             allScopes + "</QUALIFIER.DECLARATION>\n"},
-        {declaration("ValueMap", stringArray, CVelaValue::makeNull(stringArray), Scope::Any, 0),
-         "<QUALIFIER.DECLARATION NAME=\"ValueMap\" TYPE=\"string\" OVERRIDABLE=\"true\" "
-         "TOSUBCLASS=\"true\" TRANSLATABLE=\"false\" ISARRAY=\"true\" >\n" +
-             allScopes + "</QUALIFIER.DECLARATION>\n"},
-        {declaration("Key", CVelaType::boolean, CVelaValue::makeBoolean(false),
-                     Scope::Property | Scope::Reference, QualifierFlavor::DisableOverride),
-         "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"boolean\" OVERRIDABLE=\"false\" "
-         "TOSUBCLASS=\"true\" TRANSLATABLE=\"false\" >\n<SCOPE CLASS=\"false\" "
-         "ASSOCIATION=\"false\" INDICATION=\"false\" PROPERTY=\"true\" REFERENCE=\"true\" "
-         "METHOD=\"false\" PARAMETER=\"false\" ></SCOPE>\n<VALUE>FALSE</VALUE>\n"
-         "</QUALIFIER.DECLARATION>\n"},
-        {declaration(
-             "Values", stringArray,
-             makeVELSmrPtr<CVelaValue>(stringArray, std::make_shared<const CVelaValue::ScalarArray>(
-                                                        CVelaValue::ScalarArray{VELString("a<b")})),
-             Scope::Class | Scope::Association | Scope::Indication, QualifierFlavor::Restricted),
-         "<QUALIFIER.DECLARATION NAME=\"Values\" TYPE=\"string\" OVERRIDABLE=\"true\" "
-         "TOSUBCLASS=\"false\" TRANSLATABLE=\"false\" >\n<SCOPE CLASS=\"true\" "
-         "ASSOCIATION=\"true\" INDICATION=\"true\" PROPERTY=\"false\" REFERENCE=\"false\" "
-         "METHOD=\"false\" PARAMETER=\"false\" ></SCOPE>\n<VALUE.ARRAY>\n<VALUE>a&lt;b</VALUE>\n"
-         "</VALUE.ARRAY>\n</QUALIFIER.DECLARATION>\n"},
-        {declaration("In", CVelaType::boolean, CVelaValue::makeBoolean(true), Scope::Parameter,
-                     QualifierFlavor::DisableOverride | QualifierFlavor::Restricted |
-                         QualifierFlavor::Translatable),
-         "<QUALIFIER.DECLARATION NAME=\"In\" TYPE=\"boolean\" OVERRIDABLE=\"false\" "
-         "TOSUBCLASS=\"false\" TRANSLATABLE=\"true\" >\n<SCOPE CLASS=\"false\" "
-         "ASSOCIATION=\"false\" INDICATION=\"false\" PROPERTY=\"false\" REFERENCE=\"false\" "
-         "METHOD=\"false\" PARAMETER=\"true\" ></SCOPE>\n<VALUE>TRUE</VALUE>\n"
-         "</QUALIFIER.DECLARATION>\n"},
-        {nullptr, ""},
-    };
-    for (const Case& c : cases) {
-        std::string text =
-            out([&](std::ostream& os) { CIMXMLUtil::streamQualifierDef(os, c.def); });
-        EXPECT_EQ(text, c.expected);
-        EXPECT_TRUE(wellFormed(text));
-    }
-    // Each scope bit sets its own attribute and no other.
-    const char* names[] = {"CLASS",     "ASSOCIATION", "INDICATION", "PROPERTY",
-                           "REFERENCE", "METHOD",      "PARAMETER"};
-    for (int bit = 0; bit < 7; ++bit) {
-        std::string text = out([&](std::ostream& os) {
-            CIMXMLUtil::streamQualifierDef(
-                os, declaration("Q", CVelaType::uint8, nullptr, 1u << bit, 0));
-        });
-        pugi::xml_document doc;
-        ASSERT_TRUE(doc.load_string(text.c_str()));
-        for (int other = 0; other < 7; ++other) {
-            EXPECT_STREQ(
-                doc.child("QUALIFIER.DECLARATION").child("SCOPE").attribute(names[other]).value(),
-                other == bit ? "true" : "false")
-                << names[bit];
-        }
-    }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Tag writers, namespace, class, instance and object paths, instance names
-// with their key bindings, and the failure policy of guarded reads.
+// Namespace, class, instance and object paths, instance names with their
+// key bindings, and the failure policy of guarded reads.
 #include "EncoderTestSupport.h"
 
 namespace enctest {
@@ -11,37 +11,6 @@ class NamesAndPaths : public ::testing::Test {
     void TearDown() override { CIMXMLUtil::advertisedHostName = VELString(); }
     VELSmrPtr<IVelaNameSpacePath> cimv2 = nsPath("root/cimv2", "h1");
 };
-
-TEST_F(NamesAndPaths, TagWritersInBothStyles) {
-    struct Case {
-        const char* name;
-        const char* value;
-        const char* name2;
-        const char* value2;
-        const char* plain;
-        const char* escaped;
-    };
-    const Case cases[] = {
-        {"", "", "", "", "<VALUE>", "&lt;VALUE&gt;"},
-        {"NAME", "x", "", "", "<VALUE NAME=\"x\">", "&lt;VALUE NAME=&quot;x&quot;&gt;"},
-        {"NAME", "x", "TYPE", "a&b", "<VALUE NAME=\"x\" TYPE=\"a&b\">",
-         "&lt;VALUE NAME=&quot;x&quot; TYPE=&quot;a&b&quot;&gt;"},
-        {"", "ignored", "TYPE", "t", "<VALUE TYPE=\"t\">", "&lt;VALUE TYPE=&quot;t&quot;&gt;"},
-    };
-    for (const Case& c : cases) {
-        for (bool esc : {false, true}) {
-            std::ostringstream os;
-            EXPECT_EQ(&CIMXMLUtil::insertHTMLOpenTag(os, "VALUE", esc, c.name, c.value, c.name2,
-                                                     c.value2),
-                      &os);
-            EXPECT_EQ(os.str(), esc ? c.escaped : c.plain);
-        }
-    }
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::insertHTMLCloseTag(os, "VALUE", false); }),
-              "</VALUE>");
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::insertHTMLCloseTag(os, "VALUE", true); }),
-              "&lt;/VALUE&gt;");
-}
 
 TEST_F(NamesAndPaths, NamespacePathTakesItsOwnHostOrTheAdvertisedOne) {
     auto write = [](const VELSmrPtr<IVelaNameSpacePath>& p, bool esc) {
@@ -290,30 +259,6 @@ class ThrowingLookup : public tarn::CClassSet {
         throw VelaBaseException("Database", "Repository", "getClass", "locked", 1);
     }
 };
-
-TEST_F(NamesAndPaths, ClassNamespaceAndClassLookup) {
-    CVelaObject bare("CIM_Foo");
-    EXPECT_EQ(CIMXMLUtil::getClassNamespace(bare), VELString(""));
-    CVelaObject noNamespace("CIM_Foo", nameOf("CIM_Foo", nullptr));
-    EXPECT_EQ(CIMXMLUtil::getClassNamespace(noNamespace), VELString(""));
-    CVelaObject placed("TEST_Thing", nameOf("TEST_Thing", cimv2));
-    EXPECT_EQ(CIMXMLUtil::getClassNamespace(placed), VELString("root/cimv2"));
-    {
-        ScopedClasses classes(errorSchema());
-        auto cls = CIMXMLUtil::getVelaClass(placed);
-        ASSERT_FALSE(cls.isNull());
-        EXPECT_EQ(cls->getName(), VELString("TEST_Thing"));
-        EXPECT_TRUE(CIMXMLUtil::getVelaClass(bare).isNull());
-    }
-    tarn::ISchemaCatalog::install(std::make_shared<ThrowingLookup>());
-    tarn::LogCapture log;
-    EXPECT_TRUE(CIMXMLUtil::getVelaClass(placed).isNull());
-    tarn::ISchemaCatalog::install(nullptr);
-    EXPECT_TRUE(log.contains("cimxmlpa::CIMXMLUtil::getVelaClass",
-                             "Database Exception thrown in 'Repository::getClass': locked, "
-                             "classNamespace=root/cimv2, className=TEST_Thing",
-                             1));
-}
 
 }  // namespace
 }  // namespace enctest

@@ -79,22 +79,6 @@ TEST(ErrorElement, FromTextCarriesTranslatedCodeAndEscapedDetail) {
               "are not valid. (bad &quot;Flag&quot;)\" />\n");
 }
 
-TEST(ErrorElement, FromExceptionWithoutInstancesSelfCloses) {
-    using Ex = VELSmrPtr<VelaBaseException>;
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamError(os, Ex()); }),
-              "<ERROR CODE=\"1\" DESCRIPTION=\"A general error occurred that is not covered by "
-              "a more specific error code.\"/>");
-    auto ex = makeVELSmrPtr<VelaBaseException>("NotFound", "Repository", "get", "no Foo & co", 6);
-    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamError(os, ex); }),
-              "<ERROR CODE=\"6\" DESCRIPTION=\"The requested object cannot be found. (no Foo "
-              "&amp; co)\"/>");
-    ex->setInstances(makeVELSmrPtr<VelaBaseException::InstanceList>());
-    ex->getInstances()->append(nullptr);
-    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamError(os, 16, ex); }),
-              "<ERROR CODE=\"15\" DESCRIPTION=\"The query is not valid for the specified query "
-              "language. (no Foo &amp; co)\"/>");
-}
-
 class ErrorInstances : public ::testing::Test {
   protected:
     ScopedClasses classes{errorSchema()};
@@ -198,18 +182,6 @@ TEST(PulledEnumeration, EndOfSequenceAndContextParameters) {
     EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEnumerationContext(os, "ctx-42"); }),
               "<PARAMVALUE NAME=\"EnumerationContext\" TYPE=\"string\">\n<VALUE>ctx-42</VALUE>\n"
               "</PARAMVALUE>\n");
-}
-
-TEST(Versions, MajorDotMinorOfAtLeastTwo) {
-    for (const char* good : {"2.0", "2.1", "2.4", "10.0", "02.0", "3.99"}) {
-        EXPECT_TRUE(CIMXMLUtil::validateCIMVersion(good)) << good;
-        EXPECT_TRUE(CIMXMLUtil::validateDTDVersion(good)) << good;
-    }
-    for (const char* bad :
-         {"1.9", "2", "2.0.1", " 2.0", "2.0 ", "", "two", "-2.0", "2,0", "1.99"}) {
-        EXPECT_FALSE(CIMXMLUtil::validateCIMVersion(bad)) << bad;
-        EXPECT_FALSE(CIMXMLUtil::validateDTDVersion(bad)) << bad;
-    }
 }
 
 }  // namespace

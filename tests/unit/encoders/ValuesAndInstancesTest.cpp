@@ -388,57 +388,6 @@ TEST_F(Instances, AllPropertiesOrTheListedOnesWithExactNames) {
               kInstance);
 }
 
-TEST_F(Instances, WrappersAddTheirPaths) {
-    const std::string path = "<INSTANCEPATH>\n" + kCimv2NsPath + kThingName + "</INSTANCEPATH>\n";
-    auto list = makeVELSmrPtr<CIMXMLUtil::PropertyList>(std::vector<VELString>{"Name"});
-    struct Case {
-        void (*encode)(std::ostream&, const VELSmrPtr<IVelaObject>&,
-                       const VELSmrPtr<CIMXMLUtil::PropertyList>&, bool,
-                       const VELSmrPtr<IVelaClass>&, bool);
-        std::string expected;
-    };
-    const Case cases[] = {
-        {CIMXMLUtil::streamValueNamedInstance, "<VALUE.NAMEDINSTANCE>\n" + kThingName +
-                                                   "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kName +
-                                                   "</INSTANCE>\n</VALUE.NAMEDINSTANCE>\n"},
-        {CIMXMLUtil::streamInstanceWithPath, "<VALUE.INSTANCEWITHPATH>\n" + path +
-                                                 "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kName +
-                                                 "</INSTANCE>\n</VALUE.INSTANCEWITHPATH>\n"},
-        {CIMXMLUtil::streamValueObjectWithPath,
-         "<VALUE.OBJECTWITHPATH>\n" + path + "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kName +
-             "</INSTANCE>\n</VALUE.OBJECTWITHPATH>\n"},
-    };
-    for (const Case& c : cases) {
-        std::string text =
-            out([&](std::ostream& os) { c.encode(os, thing, list, true, nullptr, false); });
-        EXPECT_EQ(text, c.expected);
-        EXPECT_TRUE(wellFormed(text));
-    }
-
-    auto object = [&](const VELSmrPtr<IVelaObject>& o, bool esc) {
-        return out([&](std::ostream& os) {
-            CIMXMLUtil::streamObject(os, o, list, true, nullptr, false, esc);
-        });
-    };
-    // streamObject ignores the property list.
-    EXPECT_EQ(object(thing, false),
-              "<VALUE.OBJECTWITHPATH>\n" + path + kInstance + "</VALUE.OBJECTWITHPATH>\n");
-    EXPECT_EQ(object(thing, true), escapeMarkup("<VALUE.OBJECTWITHPATH>\n" + path) +
-                                       "&lt;INSTANCE CLASSNAME=&quot;TEST_Thing&quot;&gt;\n"
-                                       "&lt;PROPERTY NAME=&quot;Name&quot;&#32; TYPE=&quot;string&"
-                                       "quot;&gt;&lt;VALUE&gt;t&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n"
-                                       "&lt;PROPERTY NAME=&quot;Caption&quot;&#32; "
-                                       "TYPE=&quot;string&quot;&gt;&lt;VALUE&gt;a&amp;b&lt;/"
-                                       "VALUE&gt;\n&lt;/PROPERTY&gt;\n&lt;/INSTANCE&gt;\n"
-                                       "&lt;/VALUE.OBJECTWITHPATH&gt;\n");
-    thing->setPath(nameOf("TEST_Thing", nullptr, {{"Name", str("t")}}));
-    EXPECT_EQ(object(thing, false), "<VALUE.OBECT>\n" + kInstance + "</VALUE.OBECT>\n");
-    thing->setPath(nullptr);
-    EXPECT_EQ(object(thing, false), "<VALUE.OBECT>\n</VALUE.OBECT>\n");
-    thing->setPath(makeVELSmrPtr<CVelaInstanceName>("TEST_Thing", cimv2, true));
-    EXPECT_EQ(object(thing, true), "&lt;VALUE.OBECT&gt;\n&lt;/VALUE.OBECT&gt;\n");
-}
-
 TEST_F(Instances, AFailedPropertyIsReplacedInPlaceOrPassedOn) {
     const std::string substitute =
         "<PROPERTY NAME=\"Bad\" TYPE=\"<ERROR CODE=\"1\" DESCRIPTION=\"A general error occurred "

@@ -14,6 +14,9 @@
 #include "vela/CVelaObject.h"
 #include "vela/CVelaType.h"
 #include "vela/CVelaValue.h"
+#include "vela/CloseEnumerationOperationBase.h"
+#include "vela/OpenEnumerateInstancesOperationBase.h"
+#include "vela/PullInstancesWithPathOperationBase.h"
 #include "vela/TARNClientInfo.h"
 #include "vela/VelaAssociatorNamesOperationBase.h"
 #include "vela/VelaCreateInstanceOperationBase.h"
@@ -22,9 +25,6 @@
 #include "vela/VelaEnumerateInstancesOperationBase.h"
 #include "vela/VelaGetClassOperationBase.h"
 #include "vela/VelaGetInstanceOperationBase.h"
-#include "vela/CloseEnumerationOperationBase.h"
-#include "vela/OpenEnumerateInstancesOperationBase.h"
-#include "vela/PullInstancesWithPathOperationBase.h"
 
 namespace {
 
@@ -250,74 +250,6 @@ TEST_F(OperationHandlerTest, RolesDecideWhoMayReadAndWrite) {
                 << create->getErrorContext()->getMessage();
         }
     }
-}
-
-TEST_F(OperationHandlerTest, UnknownNamespaceAndClassAreReportedWithTheirCodes) {
-    auto get = make<Op<VelaGetInstanceOperationBase>>("Test_A");
-    get->setNameSpace("root/missing");
-    get->setName(nameOf("Test_A", 1));
-    handler.processOperation(get);
-    EXPECT_EQ(get->getErrorCode(), 3);
-    EXPECT_EQ(get->getErrorContext()->getMessage(),
-              VELString("Namespace 'root/missing' does not exist"));
-
-    auto del = make<Op<VelaDeleteInstanceOperationBase>>("Test_Nope", {"writer"});
-    del->setInstanceName(nameOf("Test_Nope", 1));
-    handler.processOperation(del);
-    EXPECT_EQ(del->getErrorCode(), 5);
-
-    auto missing = make<Op<VelaGetInstanceOperationBase>>("Test_A");
-    missing->setName(nameOf("Test_A", 404));
-    handler.processOperation(missing);
-    EXPECT_EQ(missing->getErrorCode(), 6);
-    EXPECT_EQ(missing->getErrorContext()->getMessage(), VELString("no such thing"));
-}
-
-TEST_F(OperationHandlerTest, GetClassAnswersFromTheSchemaWithoutAProvider) {
-    auto get = make<Op<VelaGetClassOperationBase>>("test_b");
-    handler.processOperation(get);
-    EXPECT_EQ(get->getErrorCode(), 0);
-    ASSERT_FALSE(get->getClass().isNull());
-    EXPECT_EQ(get->getClass()->getName(), VELString("Test_B"));
-    EXPECT_TRUE(repository->calls().empty());
-
-    auto missing = make<Op<VelaGetClassOperationBase>>("Test_Nope");
-    handler.processOperation(missing);
-    EXPECT_EQ(missing->getErrorCode(), 6);  // not found; instance operations answer 5
-    EXPECT_TRUE(missing->getClass().isNull());
-    auto nobody = make<Op<VelaGetClassOperationBase>>("Test_B", {});
-    handler.processOperation(nobody);
-    EXPECT_EQ(nobody->getErrorCode(), 2);
-}
-
-TEST_F(OperationHandlerTest, RoutesToTheRegisteredProviderOrTheDefault) {
-    auto getC = make<Op<VelaGetInstanceOperationBase>>("Test_C");
-    getC->setName(nameOf("Test_C", 1));
-    handler.processOperation(getC);
-    auto getB = make<Op<VelaGetInstanceOperationBase>>("Test_B");
-    getB->setName(nameOf("Test_B", 1));
-    handler.processOperation(getB);
-    EXPECT_EQ(special->calls(), std::vector<std::string>{"get Test_C by alice"});
-    EXPECT_EQ(repository->calls(), std::vector<std::string>{"get Test_B by alice"});
-    EXPECT_EQ(getC->getInstance()->getClassName(), VELString("Test_C"));
-}
-
-TEST_F(OperationHandlerTest, DeepEnumerationCallsOneProviderPerClassOfTheSubtree) {
-    auto op = make<Op<VelaEnumerateInstancesOperationBase>>("Test_A");
-    handler.processOperation(op);
-    auto items = drain<VELSmrPtr<IVelaObject>>(*op);
-    EXPECT_EQ(op->getErrorCode(), 0);
-    EXPECT_EQ(items, (std::vector<std::string>{"root/test:Test_A.id=0", "root/test:Test_A.id=1",
-                                               "root/test:Test_B.id=0", "root/test:Test_B.id=1",
-                                               "root/test:Test_C.id=0"}));
-    EXPECT_EQ(repository->calls(), (std::vector<std::string>{"enum Test_A", "enum Test_B"}));
-    EXPECT_EQ(special->calls(), std::vector<std::string>{"enum Test_C"});
-
-    auto names = make<Op<VelaEnumerateInstanceNamesOperationBase>>("Test_B");
-    handler.processOperation(names);
-    EXPECT_EQ(drain<VELSmrPtr<IVelaInstanceName>>(*names),
-              (std::vector<std::string>{"root/test:Test_B.id=0", "root/test:Test_B.id=1",
-                                        "root/test:Test_C.id=0"}));
 }
 
 TEST_F(OperationHandlerTest, EachAssociationClassThatCanLinkTheObjectAsksItsOwnProvider) {

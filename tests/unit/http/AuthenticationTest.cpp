@@ -78,21 +78,6 @@ const char* const kDenied =
     "HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"tarn\"\r\nContent-Length: "
     "0\r\n\r\n";
 
-TEST_F(AuthenticationTest, GoodCredentialsFillTheToken) {
-    auto token = makeVELSmrPtr<tarn::security::SecurityToken>();
-    EXPECT_TRUE(run("Basic YWxpY2U6cGE6c3Mgd29yZA==", token));  // alice:pa:ss word
-    EXPECT_EQ(written, "");
-    VELString user;
-    VELSmrPtr<VELValSlist<VELString>> roles;
-    EXPECT_TRUE(AuthenticationHelper::getUserNameRoles(token, user, roles));
-    EXPECT_EQ(user, "alice");
-    EXPECT_EQ(roles->vector(), (std::vector<VELString>{"reader", "writer"}));
-    EXPECT_EQ(token->getAuthenticationMechanism(), "Basic");
-    // An authenticated token is not checked again.
-    EXPECT_TRUE(run("", token));
-    EXPECT_EQ(authenticator->calls, 1);
-}
-
 TEST_F(AuthenticationTest, FailuresAreAnswered401AndLoggedWithoutThePassword) {
     struct Case {
         const char* name;
@@ -124,44 +109,6 @@ TEST_F(AuthenticationTest, FailuresAreAnswered401AndLoggedWithoutThePassword) {
             std::string("Authentication failed from 127.0.0.2:40000: ") + c.logged, c.severity));
         EXPECT_FALSE(log.containsText("wrong-secret"));
     }
-}
-
-TEST_F(AuthenticationTest, PlainHttpBasicOnlyWhereThePolicyAllows) {
-    using P = AuthenticationHelper::PlainHTTPBasic;
-    struct Case {
-        const char* policy;
-        bool secure;
-        bool loopback;
-        bool served;
-    };
-    const Case cases[] = {
-        {"loopback", false, true, true}, {"loopback", false, false, false},
-        {"loopback", true, false, true}, {"LOOPBACK", false, false, false},
-        {"any", false, false, true},     {"never", false, true, false},
-        {"never", true, true, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.policy) + (c.secure ? " secure" : " plain") +
-                     (c.loopback ? " loopback" : " remote"));
-        P policy = P::Any;
-        ASSERT_TRUE(AuthenticationHelper::parsePlainHTTPBasic(c.policy, policy));
-        AuthenticationHelper::setPlainHTTPBasic(policy);
-        secure = c.secure;
-        loopback = c.loopback;
-        int calls = authenticator->calls;
-        auto token = makeVELSmrPtr<tarn::security::SecurityToken>();
-        EXPECT_EQ(run("Basic YWxpY2U6cGE6c3Mgd29yZA==", token), c.served);
-        if (!c.served) {
-            // Refused without a look at the credentials and without a challenge.
-            EXPECT_EQ(written.rfind("HTTP/1.1 403 Forbidden\r\n", 0), 0u) << written;
-            EXPECT_EQ(written.find("WWW-Authenticate"), std::string::npos);
-            EXPECT_EQ(authenticator->calls, calls);
-            EXPECT_FALSE(run("", token));
-            EXPECT_EQ(written.find("WWW-Authenticate"), std::string::npos);
-        }
-    }
-    P ignored;
-    EXPECT_FALSE(AuthenticationHelper::parsePlainHTTPBasic("sometimes", ignored));
 }
 
 TEST_F(AuthenticationTest, ThrottledAndBusyLoginsAreAnsweredWithRetryAfter) {
@@ -228,23 +175,6 @@ TEST(AuthenticationHelper, DecodeBasic) {
     VELString p;
     EXPECT_FALSE(
         AuthenticationHelper::decodeBasic("Basic " + VELString(std::string(5000, 'A')), u, p));
-}
-
-TEST(TARNClientInfo, HoldsTheClientAndItsRoles) {
-    FakeSocket socket;
-    VELGenericHTTPOStream out(socket);
-    TARNClientInfo info("127.0.0.1", 5988, "10.1.2.3", 40000, true, false, "bob",
-                        makeVELSmrPtr<VELValSlist<VELString>>(VELValSlist<VELString>{"reader"}),
-                        &out, false);
-    EXPECT_TRUE(info.hasRole("READER"));
-    EXPECT_FALSE(info.hasRole("writer"));
-    EXPECT_EQ(info.getOutputStream(), &out);
-    EXPECT_EQ(info.getPeerAddress(), "10.1.2.3");
-    EXPECT_TRUE(info.isSecure());
-    EXPECT_FALSE(info.isLocal());
-    TARNClientInfo none("", 0, "", 0, false, true, "", nullptr, nullptr, true);
-    EXPECT_TRUE(none.getRoles()->isEmpty());
-    EXPECT_TRUE(none.areClientStreamsImported());
 }
 
 }  // namespace

@@ -44,18 +44,6 @@ TEST(PortInfo, ReadsPortsInterfacesAndNames) {
     EXPECT_EQ(copy.getPortData()->at(0).getInterfaceList().size(), 1u);
 }
 
-TEST(PortInfo, DefaultsAndCopiesThatCallersCannotChange) {
-    tarn::PortInfo info;
-    info.loadPortInfoFromString("<PortSettings/>");
-    EXPECT_EQ(info.getInteropNamespace(), "interop");
-    EXPECT_EQ(info.getHostName(), tarn::PortInfo::systemHostName());
-    EXPECT_TRUE(info.getPortData()->empty());
-    EXPECT_TRUE(info.getIpV4InterfaceList()->isEmpty());
-    info.setPortData({tarn::PortData(1, false, true)});
-    info.getPortData()->clear();
-    EXPECT_EQ(info.getPortData()->size(), 1u);
-}
-
 TEST(PortInfo, InvalidFilesAreRefusedAndKeepTheOldData) {
     const char* bad[] = {
         "<Ports/>",
@@ -86,14 +74,6 @@ TEST(PortInfo, InvalidFilesAreRefusedAndKeepTheOldData) {
         EXPECT_EQ(e.getType(), "Configuration");
         EXPECT_TRUE(e.getMessage().contains("/nonexistent/Port_settings.xml"));
     }
-}
-
-TEST(VelaURL, TextFormBracketsIPv6Hosts) {
-    EXPECT_EQ(VelaURL("https", "cimom", "interop", 5989).toString(), "https://cimom:5989");
-    EXPECT_EQ(VelaURL("http", "::1", "interop", 5988).toString(), "http://[::1]:5988");
-    VelaURL u("http", "h", "root/interop", 1);
-    EXPECT_EQ(u.getInteropNamespace(), "root/interop");
-    EXPECT_EQ(u.getScheme(), "http");
 }
 
 }  // namespace

@@ -72,30 +72,6 @@ TEST(VELGenericHTTPOStream, EachStreamTypeFramesTheBodyAfterTheHead) {
     }
 }
 
-TEST(VELGenericHTTPOStream, FullHoldsEverythingAndChunkedSendsEachFlush) {
-    FakeSocket full;
-    Out f(full);
-    f.setStreamType(Out::Full);
-    VELHTTPResponse().writeResponseTo(f);
-    f << std::string(100000, 'x');
-    f.flush();
-    EXPECT_TRUE(full.written.empty());
-    f.finish();
-    EXPECT_EQ(full.writeCalls, 1u);
-    EXPECT_NE(full.written.find("Content-Length: 100000\r\n\r\nxxx"), std::string::npos);
-
-    FakeSocket chunked;
-    Out c(chunked);
-    VELHTTPResponse().writeResponseTo(c);
-    c.flush();  // the head alone, at once
-    EXPECT_EQ(chunked.written, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n");
-    c << std::string(40000, 'y');  // one large write: one chunk, not copied
-    EXPECT_NE(chunked.written.find("\r\n9c40\r\nyyy"), std::string::npos);
-    c << "z";
-    c.finish();
-    EXPECT_EQ(chunked.written.substr(chunked.written.size() - 13), "\r\n1\r\nz\r\n0\r\n\r\n");
-}
-
 TEST(VELGenericHTTPOStream, BodyBeforeAnyHeadSendsTheBoundResponseFirst) {
     FakeSocket socket;
     VELHTTPResponse response;
@@ -109,14 +85,6 @@ TEST(VELGenericHTTPOStream, BodyBeforeAnyHeadSendsTheBoundResponseFirst) {
         socket.written,
         "HTTP/1.1 207 Multistatus\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nbody\r\n0\r\n\r\n");
     EXPECT_THROW(out << "late" << std::flush, VelaBaseException);  // the response has ended
-}
-
-TEST(VELGenericHTTPOStream, NothingWrittenGetsAnEmptyDefaultResponse) {
-    FakeSocket socket;
-    Out out(socket, V11, true);
-    out.setStreamType(Out::Full);
-    out.finish();
-    EXPECT_EQ(socket.written, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
 }
 
 TEST(VELHTTPResponse, HeadIsSanitisedAndCarriesExtensionGroups) {
@@ -150,41 +118,6 @@ TEST(VELHTTPResponse, HeadIsSanitisedAndCarriesExtensionGroups) {
     broken.writeResponseTo(o2);
     o2.finish();
     EXPECT_EQ(bad.written.rfind("HTTP/1.1 500 Internal Server Error\r\n", 0), 0u);
-}
-
-TEST(VELHTTPResponse, ConnectionHeaderFollowsTheKeepAliveFlag) {
-    FakeSocket socket;
-    VELHTTPResponse response;
-    Out out(socket, V11, true);
-    out.persistConnection() = false;  // as an adapter may decide
-    out.setStreamType(Out::Full);
-    response.writeResponseTo(out);
-    out.finish();
-    EXPECT_NE(socket.written.find("Connection: close\r\n"), std::string::npos);
-    EXPECT_TRUE(out.closesConnection());
-
-    FakeSocket s2;
-    VELHTTPResponse r2;
-    r2.setConnection("close");
-    Out o2(s2, V11, true);
-    o2.setStreamType(Out::Full);
-    r2.writeResponseTo(o2);
-    o2.finish();
-    EXPECT_TRUE(o2.closesConnection());
-}
-
-TEST(VELGenericHTTPOStream, StreamTypeIsFixedOnceTheHeadIsWritten) {
-    tarn::LogCapture log;
-    FakeSocket socket;
-    Out out(socket);
-    out.setStreamType(Out::Full);
-    VELHTTPResponse().writeResponseTo(out);
-    out.setStreamType(Out::NotEncoded);
-    EXPECT_EQ(out.getStreamType(), Out::Full);
-    EXPECT_TRUE(log.contains("VELGenericHTTPOStream",
-                             "Stream type NotEncoded ignored: the response head is already "
-                             "written as Full",
-                             2));
 }
 
 TEST(VELGenericHTTPOStream, ClientGoneSurfacesAsAnErrorEveryTime) {

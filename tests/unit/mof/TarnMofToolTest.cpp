@@ -1,4 +1,4 @@
-// The tarn-mof command: exit status, messages and summary.
+// The tarn-mof command: exit status and messages of a faulty compilation.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -65,30 +65,6 @@ class TarnMofTool : public ::testing::Test {
     fs::path dir;
 };
 
-const char* const kGood =
-    "Qualifier Key : boolean = false, Scope(property), Flavor(DisableOverride);\n"
-    "#pragma include (\"base.mof\")\n"
-    "class Leaf : Base { uint8 N; };\n"
-    "instance of Leaf { Id = \"x\"; N = 1; };\n";
-
-TEST_F(TarnMofTool, ChecksACleanCompilation) {
-    write("good.mof", kGood);
-    write("lib/base.mof", "class Base { [Key] string Id; };\n");
-    ToolRun r = run("--check -I lib good.mof");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err, "");
-    EXPECT_EQ(r.out.rfind("tarn-mof: 1 qualifiers, 2 classes, 1 instances from 2 files (", 0), 0u)
-        << r.out;
-    EXPECT_NE(r.out.find("; 0 errors, 0 warnings; "), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find(" s; checked only, nothing written\n"), std::string::npos) << r.out;
-    // Without the include directory the include is not found.
-    r = run("--check good.mof");
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err,
-              "good.mof:2:17: error: include file base.mof not found (looked for base.mof)\n"
-              "good.mof:3:14: error: unknown superclass Base of class Leaf\n");
-}
-
 TEST_F(TarnMofTool, ReportsErrorsWithTheirPlaceAndFails) {
     write("bad.mof", "class A { };\nclass B : Nowhere { };\n#pragma odd (\"x\")\n");
     ToolRun r = run("--state-dir state -n root/test --check bad.mof");
@@ -97,22 +73,6 @@ TEST_F(TarnMofTool, ReportsErrorsWithTheirPlaceAndFails) {
               "bad.mof:3:9: warning: unknown #pragma odd; ignored\n"
               "bad.mof:2:11: error: unknown superclass Nowhere of class B\n");
     EXPECT_NE(r.out.find("1 errors, 1 warnings"), std::string::npos) << r.out;
-}
-
-TEST_F(TarnMofTool, UsageFaultsExitWithTwoAndCheckWritesNothing) {
-    write("good.mof", "class A { };\n");
-    ToolRun r = run("--check good.mof");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_FALSE(fs::exists(dir / "var"));
-    r = run("--check");
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err.rfind("tarn-mof: no MOF file given\nusage: tarn-mof ", 0), 0u) << r.err;
-    r = run("--bogus good.mof");
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err.rfind("tarn-mof: unknown option --bogus\n", 0), 0u) << r.err;
-    r = run("--check missing.mof");
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "error: cannot read missing.mof: no such file\n");
 }
 
 }  // namespace

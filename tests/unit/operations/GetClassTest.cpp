@@ -1,5 +1,5 @@
-// GetClass: the request reader's defaults and refusals, and the response
-// that writes the class as the flags of the request shape it.
+// GetClass: the requests its reader refuses and the failures its response
+// reports.
 #include <set>
 #include <sstream>
 
@@ -62,31 +62,6 @@ class GetClassTest : public ::testing::Test {
     tarn::LogCapture log;
 };
 
-TEST_F(GetClassTest, TheReaderStoresTheFlagsWithTheirDefaults) {
-    struct Case {
-        std::string params;
-        bool localOnly, includeQualifiers, classOrigin;
-        bool hasPropertyList;
-    };
-    const Case cases[] = {
-        {"", true, true, false, false},
-        {iparam("LocalOnly", value("FALSE")), false, true, false, false},
-        {iparam("IncludeQualifiers", value("false")) + iparam("IncludeClassOrigin", value("True")),
-         true, false, true, false},
-        {iparam("LocalOnly", value("")) + propertyList({"Id"}), true, true, false, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.params);
-        auto op = read(className("Test_Leaf") + c.params);
-        EXPECT_TRUE(op->isValid());
-        EXPECT_EQ(op->getClassName(), "Test_Leaf");
-        EXPECT_EQ(op->getLocalOnly(), c.localOnly);
-        EXPECT_EQ(op->getIncludeQualifiers(), c.includeQualifiers);
-        EXPECT_EQ(op->getClassOrigin(), c.classOrigin);
-        EXPECT_EQ(!op->getPropertyList().isNull(), c.hasPropertyList);
-    }
-}
-
 TEST_F(GetClassTest, BadRequestsAreRefusedWithCodeFour) {
     struct Case {
         std::string params;
@@ -114,37 +89,6 @@ TEST_F(GetClassTest, BadRequestsAreRefusedWithCodeFour) {
         EXPECT_EQ(op->getErrorCode(), 4);
         EXPECT_TRUE(log.contains(c.who, c.message, 1));
     }
-}
-
-TEST_F(GetClassTest, TheClassIsWrittenAsTheFlagsShapeIt) {
-    struct Case {
-        std::string params;
-        VELSmrPtr<VELValSlist<VELString>> propertyList;
-        bool includeQualifiers, classOrigin, localOnly;
-    };
-    auto idAndNote = makeVELSmrPtr<VELValSlist<VELString>>(VELValSlist<VELString>{"Id", "Note"});
-    const Case cases[] = {
-        {"", nullptr, true, false, true},
-        {iparam("LocalOnly", value("false")), nullptr, true, false, false},
-        {iparam("LocalOnly", value("false")) + iparam("IncludeQualifiers", value("false")), nullptr,
-         false, false, false},
-        {iparam("LocalOnly", value("false")) + iparam("IncludeClassOrigin", value("true")), nullptr,
-         true, true, false},
-        {iparam("LocalOnly", value("false")) + propertyList({"Id", "Note"}), idAndNote, true, false,
-         false},
-    };
-    std::set<std::string> distinct;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.params);
-        const std::string expected =
-            classElement("Test_Described", c.propertyList, c.includeQualifiers, c.classOrigin,
-                         c.localOnly, *context.classes);
-        distinct.insert(expected);
-        EXPECT_EQ(respond(className("Test_Described") + c.params),
-                  response("GetClass", "<IRETURNVALUE>" + expected + "</IRETURNVALUE>"));
-    }
-    // Each flag changed the class written, so a flag passed wrongly shows.
-    EXPECT_EQ(distinct.size(), std::size(cases));
 }
 
 TEST_F(GetClassTest, FailuresAnswerWithAnError) {

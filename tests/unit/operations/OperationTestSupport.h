@@ -149,6 +149,8 @@ class FakeContext : public IVelaOperationHandlerContext {
     FakeHandler handler;
     // A class lookup of this name throws (a broken repository).
     VELString failingClass;
+    // The object manager offers no operation handler.
+    bool noHandler = false;
 
     CIMOMState getCurrentState() const override { return STARTED; }
     void registerRequest(const VELHTTPRequest&) override {}
@@ -164,7 +166,9 @@ class FakeContext : public IVelaOperationHandlerContext {
         }
         return classes->getClass(nameSpace, className);
     }
-    tarn::IOperationHandler* getOperationHandler() override { return &handler; }
+    tarn::IOperationHandler* getOperationHandler() override {
+        return noHandler ? nullptr : &handler;
+    }
 };
 
 // Fails an operation the way tarnd's handler does: context first, then code.

@@ -1,5 +1,5 @@
-// The request readers of the instance operations: what they store, which
-// requests they refuse, with which code and which log line.
+// The request readers of the instance operations: which requests they
+// refuse, with which code and which log line.
 #include "CreateInstanceOperation.h"
 #include "DeleteInstanceOperation.h"
 #include "EnumerateClassNamesOperation.h"
@@ -130,56 +130,6 @@ TEST_F(ReaderTest, TheBadValueOfIncludeClassOriginStopsBeforeDeepInheritanceIsRe
     EXPECT_EQ(log.count("Invalid value for deepInheritance: no"), 0u);
 }
 
-TEST_F(ReaderTest, PropertyListAbsentIsNullAndEmptyIsAnEmptyList) {
-    struct Case {
-        std::string parameter;
-        bool null;
-        std::vector<std::string> names;
-        const char* getLogLine;
-    };
-    const Case cases[] = {
-        {"", true, {}, "PropertyList is null"},
-        {iparam("PropertyList", ""), true, {}, "PropertyList is null"},
-        {iparam("PropertyList", "<VALUE.ARRAY></VALUE.ARRAY>"),
-         false,
-         {},
-         "Adding PropertyList with size=0"},
-        {propertyList({"Name", "Size"}),
-         false,
-         {"Name", "Size"},
-         "Adding PropertyList with size=2"},
-        {iparam("PropertyList", "<VALUE.ARRAY><VALUE>Id</VALUE><VALUE.NULL/></VALUE.ARRAY>"),
-         false,
-         {"Id"},
-         "Adding PropertyList with size=1"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.parameter);
-        log.clear();
-        auto enumerate =
-            make<EnumerateInstancesOperation>("EnumerateInstances", className("X") + c.parameter);
-        auto get = make<GetInstanceOperation>("GetInstance",
-                                              iparam("InstanceName", leafName()) + c.parameter);
-        auto modify = make<ModifyInstanceOperation>(
-            "ModifyInstance",
-            iparam("ModifiedInstance", "<VALUE.NAMEDINSTANCE>" + leafName() + leafInstance() +
-                                           "</VALUE.NAMEDINSTANCE>") +
-                c.parameter);
-        for (const VELSmrPtr<VELValSlist<VELString>>& list :
-             {enumerate->getPropertyList(), get->getPropertyList(), modify->getPropertyList()}) {
-            ASSERT_EQ(list.isNull(), c.null);
-            if (!c.null) {
-                std::vector<std::string> names;
-                for (const VELString& n : *list) {
-                    names.push_back(n.str());
-                }
-                EXPECT_EQ(names, c.names);
-            }
-        }
-        EXPECT_TRUE(log.contains(kGetWho, c.getLogLine, 4));
-    }
-}
-
 TEST_F(ReaderTest, AnUnknownParameterFailsBeforeClassNameIsRead) {
     // ClassName is given without value: had the reader gone on, it would say
     // that ClassName is missing.
@@ -241,42 +191,6 @@ TEST_F(ReaderTest, ParameterSetsDecideWhichRequestsAreRefused) {
     }
 }
 
-TEST_F(ReaderTest, ValidRequestsFillTheOperation) {
-    auto get = make<GetInstanceOperation>("GetInstance", iparam("InstanceName", leafName("42")));
-    ASSERT_FALSE(get->getName().isNull());
-    EXPECT_EQ(get->getName()->toString(), "Test_Leaf.id=42");
-    EXPECT_EQ(get->getNameSpace(), kNs);
-
-    auto names =
-        make<EnumerateInstanceNamesOperation>("EnumerateInstanceNames", className("Test_Middle"));
-    EXPECT_TRUE(names->isValid());
-    EXPECT_EQ(names->getClassName(), "Test_Middle");
-
-    auto create =
-        make<CreateInstanceOperation>("CreateInstance", iparam("NewInstance", leafInstance()));
-    ASSERT_FALSE(create->getInstance().isNull());
-    EXPECT_EQ(create->getInstance()->getPropertyCount(), 2u);
-    EXPECT_EQ(create->getClassName(), "Test_Leaf");
-    EXPECT_TRUE(log.contains("cimxmlpa::CreateInstanceOperation::setRequestInstance",
-                             "New instance of class Test_Leaf", 3));
-
-    auto modify = make<ModifyInstanceOperation>(
-        "ModifyInstance",
-        iparam("ModifiedInstance", "<VALUE.NAMEDINSTANCE>" + leafName("9") + leafInstance() +
-                                       "</VALUE.NAMEDINSTANCE>"));
-    ASSERT_FALSE(modify->getInstanceName().isNull());
-    EXPECT_EQ(modify->getInstanceName()->toString(), "Test_Leaf.id=9");
-    ASSERT_FALSE(modify->getInstance().isNull());
-    EXPECT_EQ(modify->getInstance()->getClassName(), "Test_Leaf");
-    EXPECT_TRUE(modify->getPropertyList().isNull());
-
-    auto del = make<DeleteInstanceOperation>("DeleteInstance", iparam("InstanceName", leafName()));
-    ASSERT_FALSE(del->getInstanceName().isNull());
-    EXPECT_EQ(del->getInstanceName()->toString(), "Test_Leaf.id=7");
-    EXPECT_TRUE(log.contains("cimxmlpa::DeleteInstanceOperation::setRequestParameters",
-                             "Instance to delete: Test_Leaf.id=7", 3));
-}
-
 TEST_F(ReaderTest, ParametersThatArePresentButUnusableAreRefused) {
     const std::string notAReference =
         caughtLine([] { CVelaValue::makeUntyped("x")->getReference(); });
@@ -321,45 +235,6 @@ TEST_F(ReaderTest, ParametersThatArePresentButUnusableAreRefused) {
         } else {
             EXPECT_TRUE(log.contains(c.who, c.message, 1)) << c.message;
         }
-    }
-}
-
-TEST_F(ReaderTest, TheServedNamesReachTheirClassesAndNoOtherNameDoes) {
-    struct Case {
-        const char* method;
-        std::function<bool(VelaOperationBase*)> isClass;
-    };
-    const Case cases[] = {
-        {"GetInstance", [](auto* op) { return dynamic_cast<GetInstanceOperation*>(op); }},
-        {"EnumerateInstances",
-         [](auto* op) { return dynamic_cast<EnumerateInstancesOperation*>(op); }},
-        {"EnumerateInstanceNames",
-         [](auto* op) { return dynamic_cast<EnumerateInstanceNamesOperation*>(op); }},
-        {"CreateInstance", [](auto* op) { return dynamic_cast<CreateInstanceOperation*>(op); }},
-        {"ModifyInstance", [](auto* op) { return dynamic_cast<ModifyInstanceOperation*>(op); }},
-        {"DeleteInstance", [](auto* op) { return dynamic_cast<DeleteInstanceOperation*>(op); }},
-        {"GetClass", [](auto* op) { return dynamic_cast<GetClassOperation*>(op); }},
-        {"EnumerateClasses", [](auto* op) { return dynamic_cast<EnumerateClassesOperation*>(op); }},
-        {"EnumerateClassNames",
-         [](auto* op) { return dynamic_cast<EnumerateClassNamesOperation*>(op); }},
-        {"GetQualifier", [](auto* op) { return dynamic_cast<GetQualifierOperation*>(op); }},
-        {"EnumerateQualifiers",
-         [](auto* op) { return dynamic_cast<EnumerateQualifiersOperation*>(op); }},
-        {"GetProperty", [](auto* op) { return dynamic_cast<GetPropertyOperation*>(op); }},
-        {"SetProperty", [](auto* op) { return dynamic_cast<SetPropertyOperation*>(op); }},
-    };
-    for (const Case& c : cases) {
-        VELSmrPtr<VELCIMMethodCall> call = parseCall(c.method, "");
-        OperationFactory::Operation op =
-            OperationFactory::createIntrinsic(c.method, &context, call, nullptr);
-        ASSERT_FALSE(op.isNull()) << c.method;
-        EXPECT_TRUE(c.isClass(op.get())) << c.method;
-        EXPECT_EQ(op->getOperationName(), c.method);
-    }
-    for (const char* other : {"getInstance", "GetInstances", "DeleteClass"}) {
-        VELSmrPtr<VELCIMMethodCall> call = parseCall(other, "");
-        EXPECT_TRUE(OperationFactory::createIntrinsic(other, &context, call, nullptr).isNull())
-            << other;
     }
 }
 

@@ -1,6 +1,5 @@
 // The class, qualifier and property operations of the adapter, where a
-// running tarnd cannot show them: the exact log lines of refused requests, a
-// success without result, and the type of embedded instances given as text.
+// running tarnd cannot show them: the exact log lines of refused requests.
 #include "CIMXMLUtil.h"
 #include "OperationTestSupport.h"
 #include "tarn/CQualifier.h"
@@ -107,67 +106,6 @@ TEST_F(SchemaAndPropertyTest, BadRequestsAreRefusedWithTheirCodeAndLogLine) {
         EXPECT_EQ(context.handler.calls, 0);
         EXPECT_TRUE(log.contains(c.who, c.message, 1)) << c.message;
     }
-}
-
-TEST_F(SchemaAndPropertyTest, SuccessWithoutTheResultIsAGeneralError) {
-    struct Case {
-        const char* method;
-        std::string params;
-        const char* message;
-    };
-    const Case cases[] = {
-        {"GetQualifier", iparam("QualifierName", value("Key")),
-         "CIMOM returned CIM_SUCCESS but failed to supply any QualifierDef"},
-        {"EnumerateQualifiers", "",
-         "CIMOM returned CIM_SUCCESS but failed to supply any QualifierDefs"},
-    };
-    context.handler.run = [](const VELSmrPtr<IVelaOperation>&) {};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.method);
-        EXPECT_EQ(respond(c.method, c.params), response(c.method, kGeneralError));
-        EXPECT_EQ(operation->getErrorCode(), 1);
-        EXPECT_TRUE(log.contains("cimxmlpa::" + std::string(c.method) + "Operation::writeResponse",
-                                 c.message, 1));
-    }
-    // An empty list is a result: no declarations.
-    context.handler.run = [](const VELSmrPtr<IVelaOperation>& op) {
-        dynamic_cast<IVelaEnumerateQualifiersOperation&>(*op).setQualifierDefs(
-            makeVELSmrPtr<VELValSlist<VELSmrPtr<tarn::IQualifierDef>>>());
-    };
-    EXPECT_EQ(respond("EnumerateQualifiers", ""),
-              response("EnumerateQualifiers", "<IRETURNVALUE></IRETURNVALUE>"));
-    // So is a property without value, which GetProperty does not check.
-    context.handler.run = [](const VELSmrPtr<IVelaOperation>&) {};
-    EXPECT_EQ(respond("GetProperty",
-                      iparam("InstanceName", leafName()) + iparam("PropertyName", value("Name"))),
-              response("GetProperty", "<IRETURNVALUE></IRETURNVALUE>"));
-}
-
-TEST_F(SchemaAndPropertyTest, EmbeddedInstancesGivenAsTextReachTheHandlerAsInstances) {
-    VELSmrPtr<IVelaOperation> seen;
-    context.handler.run = [&seen](const VELSmrPtr<IVelaOperation>& op) { seen = op; };
-    respond("SetProperty",
-            iparam("InstanceName",
-                   "<INSTANCENAME CLASSNAME=\"Test_Holder\"><KEYBINDING NAME=\"Id\"><KEYVALUE>h"
-                   "</KEYVALUE></KEYBINDING></INSTANCENAME>") +
-                iparam("PropertyName", value("parts")) +
-                iparam("NewValue", "<VALUE.ARRAY><VALUE>" + escaped(part("p1")) +
-                                       "</VALUE><VALUE.NULL/><VALUE>" + escaped(part("p2")) +
-                                       "</VALUE></VALUE.ARRAY>"));
-    ASSERT_FALSE(seen.isNull());
-    const VELSmrPtr<IVelaValue>& v = dynamic_cast<IVelaSetPropertyOperation&>(*seen).getNewValue();
-    ASSERT_FALSE(v.isNull());
-    // An array of "object", holding instances.
-    const IVelaType& type = *v->getType();
-    EXPECT_TRUE(type.isArray());
-    EXPECT_TRUE(type.isEmbeddedObject());
-    EXPECT_TRUE(type.isInstance());
-    EXPECT_FALSE(type.isEmbeddedObjectQualified());
-    auto elements = v->getArray();
-    ASSERT_EQ(elements->entries(), 3u);
-    EXPECT_EQ(elements->at(0)->getObject()->getProperty("Id")->getValue()->getString(), "p1");
-    EXPECT_TRUE(elements->at(1).isNull() || !elements->at(1)->isSet());
-    EXPECT_EQ(elements->at(2)->getObject()->getClassName(), "Test_Part");
 }
 
 }  // namespace

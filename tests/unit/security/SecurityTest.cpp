@@ -42,38 +42,6 @@ TEST(PasswordHash, SaltedHashesVerifyOnlyTheirPassword) {
     EXPECT_FALSE(tarn::PasswordHash::verify("passwore", known));
 }
 
-TEST(PasswordHash, MalformedStoredHashesNeverVerify) {
-    VELString good = tarn::PasswordHash::hash("pw", 1000);
-    std::string g = good.str();
-    std::size_t salt = g.find('$', 15) + 1;
-    const std::string bad[] = {
-        "",
-        "pw",
-        "sha1$1000$" + g.substr(salt),
-        "pbkdf2-sha256$999$" + g.substr(salt),       // too few iterations
-        "pbkdf2-sha256$99999999$" + g.substr(salt),  // too many: a stalled worker
-        "pbkdf2-sha256$1000$" + g.substr(salt, 10),
-        g.substr(0, g.size() - 4),
-        g + "$extra",
-        g.substr(0, salt) + "!!!!" + g.substr(salt + 4),
-    };
-    for (const auto& s : bad) {
-        SCOPED_TRACE(s);
-        EXPECT_FALSE(tarn::PasswordHash::isWellFormed(VELString(s)));
-        EXPECT_FALSE(tarn::PasswordHash::verify("pw", VELString(s)));
-    }
-}
-
-TEST(PasswordHash, RandomPasswordsDiffer) {
-    VELString a = tarn::PasswordHash::randomPassword();
-    VELString b = tarn::PasswordHash::randomPassword();
-    EXPECT_EQ(a.length(), 24u);
-    EXPECT_NE(a, b);
-    for (char c : a.view()) {
-        EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c))) << c;
-    }
-}
-
 TEST(UsersFile, ParseKeepsValidLinesAndExplainsTheOthers) {
     VELString h = tarn::PasswordHash::hash("x", 1000);
     VELString text = "# comment\n\nalice:admin:" + h + "\nbob:root:" + h + "\nca rol:reader:" + h +
@@ -132,44 +100,6 @@ TEST(UsersFile, AdministrationAndVerificationFollowTheFile) {
     EXPECT_EQ(users.list().size(), 1u);
 }
 
-TEST(UsersFile, ConcurrentChangesAreNotLost) {
-    TempDir dir;
-    VELString path((dir.path() / "users").string());
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] {
-            tarn::UsersFile f(path);
-            f.addUser("user" + VELString::valueOf(i), "pw", "reader");
-        });
-    }
-    for (auto& t : threads) {
-        t.join();
-    }
-    EXPECT_EQ(tarn::UsersFile(path).list().size(), 4u);
-}
-
-TEST(StateDirectory, FirstStartFilesAreMadeOnceWithSafeModes) {
-    TempDir dir;
-    tarn::StateDirectory state(VELString((dir.path() / "s").string()));
-    state.prepare();
-    EXPECT_EQ(modeOf(dir.path() / "s"), 0700u);
-    tarn::LogCapture log;
-    EXPECT_TRUE(state.ensureUsers(state.path("users")));
-    EXPECT_FALSE(state.ensureUsers(state.path("users")));
-    std::string pw = tarntest::trimmed(tarntest::readFile(dir.path() / "s" / "admin.password"));
-    EXPECT_EQ(modeOf(dir.path() / "s" / "admin.password"), 0600u);
-    VELValSlist<VELString> roles;
-    tarn::UsersFile users(state.path("users"));
-    EXPECT_EQ(users.verify("admin", VELString(pw), roles), tarn::security::IAuthenticator::OK);
-    EXPECT_TRUE(roles.contains("admin"));
-    EXPECT_TRUE(log.containsText("with the user 'admin'; its password is in " +
-                                 (dir.path() / "s" / "admin.password").string()));
-    EXPECT_FALSE(log.containsText(pw));
-    EXPECT_TRUE(state.ensureConfiguration());
-    EXPECT_FALSE(state.ensureConfiguration());
-    EXPECT_EQ(state.path("/abs/file"), "/abs/file");
-}
-
 TEST(TLSCertificate, GeneratedPairIsUsableAndHalfPairsAreRefused) {
     TempDir dir;
     tarn::StateDirectory state(VELString(dir.path().string()));
@@ -193,34 +123,6 @@ TEST(TLSCertificate, GeneratedPairIsUsableAndHalfPairsAreRefused) {
     std::filesystem::remove(key2.str());
     EXPECT_THROW(state.ensureCertificate(cert2, key2, "localhost"), VelaBaseException);
     EXPECT_THROW(tarn::TLSCertificate::fingerprint(state.path("none.crt")), VelaBaseException);
-}
-
-TEST(CommandLine, OptionsAndMistakes) {
-    const char* ok[] = {"tarnd", "--state-dir",       "/s",        "--listen=::1", "--http-port",
-                        "0",     "--https-port=6989", "--adapter", "a.so",         "--adapter",
-                        "b.so"};
-    auto c = tarn::CommandLine::parse(11, ok);
-    EXPECT_EQ(c.stateDir, "/s");
-    EXPECT_EQ(*c.listen, "::1");
-    EXPECT_EQ(*c.httpPort, 0);
-    EXPECT_EQ(*c.httpsPort, 6989);
-    EXPECT_EQ(c.adapters.size(), 2u);
-    auto d = tarn::CommandLine::parse(1, ok);
-    EXPECT_EQ(d.stateDir, "./var");
-    EXPECT_FALSE(d.httpPort.has_value());
-    const std::vector<std::vector<const char*>> bad = {
-        {"tarnd", "--http-port", "65536"},
-        {"tarnd", "--http-port", "-1"},
-        {"tarnd", "--https-port"},
-        {"tarnd", "--state-dir="},
-        {"tarnd", "--bogus"},
-        {"tarnd", "extra"},
-    };
-    for (const auto& argv : bad) {
-        SCOPED_TRACE(argv[1]);
-        EXPECT_THROW(tarn::CommandLine::parse(static_cast<int>(argv.size()), argv.data()),
-                     VelaBaseException);
-    }
 }
 
 }  // namespace
