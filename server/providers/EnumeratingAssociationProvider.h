@@ -8,52 +8,23 @@
 // provider and no association provider.
 #pragma once
 
-#include <functional>
-
-#include "providers/ProviderRegistry.h"
-#include "tarn/IAssociationProvider.h"
-#include "tarn/ISchemaCatalog.h"
+#include "providers/ReferrerAssociationProvider.h"
 
 namespace tarn {
 
-class EnumeratingAssociationProvider : public IAssociationProvider {
+class EnumeratingAssociationProvider : public ReferrerAssociationProvider {
   public:
     EnumeratingAssociationProvider(const ISchemaCatalog& schema, const ProviderRegistry& providers)
-        : _schema(schema), _providers(providers) {}
+        : ReferrerAssociationProvider(schema, providers) {}
 
-    void associators(const ProviderContext& context, const Classes& assocClasses,
-                     const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& resultClass,
-                     const VELString& role, const VELString& resultRole,
-                     IMultiResponse<VELSmrPtr<IVelaObject>>& out) override;
-    void associatorNames(const ProviderContext& context, const Classes& assocClasses,
-                         const VELSmrPtr<IVelaInstanceName>& objectName,
-                         const VELString& resultClass, const VELString& role,
-                         const VELString& resultRole,
-                         IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override;
-    void references(const ProviderContext& context, const Classes& assocClasses,
-                    const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& role,
-                    IMultiResponse<VELSmrPtr<IVelaObject>>& out) override;
-    void referenceNames(const ProviderContext& context, const Classes& assocClasses,
-                        const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& role,
-                        IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override;
-
-  private:
-    // An association instance that refers to the source object, and the
-    // reference properties through which it does (those Role admits).
-    using Each = std::function<bool(const VELSmrPtr<IVelaObject>& association,
-                                    const std::vector<VELString>& roles)>;
+  protected:
     void referrers(const ProviderContext& context, const Classes& assocClasses,
                    const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& role,
-                   const Each& each) const;
-    // The names at the other ends of the associations, as they give them.
-    using EndCallback = std::function<bool(const VELSmrPtr<IVelaInstanceName>&)>;
-    void otherEnds(const ProviderContext& context, const Classes& assocClasses,
-                   const VELSmrPtr<IVelaInstanceName>& objectName, const VELString& resultClass,
-                   const VELString& role, const VELString& resultRole,
-                   const EndCallback& each) const;
-
-    const ISchemaCatalog& _schema;
-    const ProviderRegistry& _providers;
+                   const Each& each) const override;
+    // Ends in the request's namespace are named with it: the instances of
+    // such providers may leave it out.
+    VELSmrPtr<IVelaInstanceName> endName(const VELSmrPtr<IVelaInstanceName>& end,
+                                         const VELString& nameSpace) const override;
 };
 
 }  // namespace tarn
