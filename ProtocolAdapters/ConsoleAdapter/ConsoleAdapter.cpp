@@ -88,26 +88,6 @@ void ConsoleAdapter::processInput(VELHTTPRequest& request, VELHTTPResponse& resp
         "Served /console/" + VELString(std::string(name)) + " to " + out.getPeerAddress(), 4);
 }
 
-VELSmrPtr<VELValSlist<std::uint16_t>> ConsoleAdapter::getFunctionalProfilesSupported() const {
-    return makeVELSmrPtr<VELValSlist<std::uint16_t>>();
-}
-
-VELSmrPtr<VELValSlist<VELString>> ConsoleAdapter::getFunctionalProfileDescriptions() const {
-    return makeVELSmrPtr<VELValSlist<VELString>>();
-}
-
-VELSmrPtr<VELValSlist<std::uint16_t>> ConsoleAdapter::getAuthenticationMechanismsSupported() const {
-    return makeVELSmrPtr<VELValSlist<std::uint16_t>>(VELValSlist<std::uint16_t>{3});  // Basic
-}
-
-VELSmrPtr<VELValSlist<VELString>> ConsoleAdapter::getAuthenticationMechanismDescriptions() const {
-    return makeVELSmrPtr<VELValSlist<VELString>>(VELValSlist<VELString>{"Basic"});
-}
-
-VELSmrPtr<VELValSlist<VELSmrPtr<VelaURL>>> ConsoleAdapter::getURL() const {
-    return makeVELSmrPtr<VELValSlist<VELSmrPtr<VelaURL>>>();
-}
-
 }  // namespace consolepa
 
 extern "C" IVelaProtocolAdapter* getVelaProtocolAdapter(IVelaOperationHandlerContext& context) {

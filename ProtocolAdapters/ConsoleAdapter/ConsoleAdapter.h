@@ -10,16 +10,17 @@
 #pragma once
 
 #include "vela/IVelaOperationHandlerContext.h"
-#include "vela/IVelaProtocolAdapter.h"
+#include "vela/VelaWebAdapterBase.h"
 
 namespace consolepa {
 
-class ConsoleAdapter : public IVelaProtocolAdapter {
+class ConsoleAdapter : public VelaWebAdapterBase {
   public:
     static constexpr const char* PREFIX = "/console";
 
     // The pages need nothing of the object manager beyond its CIM-XML adapter.
-    explicit ConsoleAdapter(IVelaOperationHandlerContext& /*context*/) {}
+    explicit ConsoleAdapter(IVelaOperationHandlerContext& /*context*/)
+        : VelaWebAdapterBase("TARN web console", "Web console") {}
 
     void processInput(VELHTTPRequest& request, VELGenericHTTPIStream& in,
                       VELGenericHTTPOStream& out,
@@ -31,21 +32,6 @@ class ConsoleAdapter : public IVelaProtocolAdapter {
                       bool& persistConnection, bool& clientStreamsImported) override;
     // GET of /console or of a path under /console/.
     bool canProcess(const VELHTTPRequest& request) const override;
-
-    VELString getProtocol() const override { return "http"; }
-    VELString getAdapterName() const override { return "TARN web console"; }
-    VELString getVersion() const override { return "1.0"; }
-    bool getValidated() const override { return false; }
-    std::uint16_t getStatus() const override { return 1; }
-    std::uint16_t getCommunicationMechanism() const override { return 1; }  // Other
-    VELString getCommunicationMechanismDescription() const override { return "Web console"; }
-    bool isManagementCommunicationMechanism() const override { return false; }
-    VELSmrPtr<VELValSlist<std::uint16_t>> getFunctionalProfilesSupported() const override;
-    VELSmrPtr<VELValSlist<VELString>> getFunctionalProfileDescriptions() const override;
-    VELSmrPtr<VELValSlist<std::uint16_t>> getAuthenticationMechanismsSupported() const override;
-    VELSmrPtr<VELValSlist<VELString>> getAuthenticationMechanismDescriptions() const override;
-    std::uint16_t getAdvertisedType() const override { return 1; }  // not advertised
-    VELSmrPtr<VELValSlist<VELSmrPtr<VelaURL>>> getURL() const override;
 };
 
 }  // namespace consolepa

@@ -70,24 +70,4 @@ void MetricsAdapter::processInput(VELHTTPRequest& request, VELHTTPResponse& resp
     out << text.str();
 }
 
-VELSmrPtr<VELValSlist<std::uint16_t>> MetricsAdapter::getFunctionalProfilesSupported() const {
-    return makeVELSmrPtr<VELValSlist<std::uint16_t>>();
-}
-
-VELSmrPtr<VELValSlist<VELString>> MetricsAdapter::getFunctionalProfileDescriptions() const {
-    return makeVELSmrPtr<VELValSlist<VELString>>();
-}
-
-VELSmrPtr<VELValSlist<std::uint16_t>> MetricsAdapter::getAuthenticationMechanismsSupported() const {
-    return makeVELSmrPtr<VELValSlist<std::uint16_t>>(VELValSlist<std::uint16_t>{3});  // Basic
-}
-
-VELSmrPtr<VELValSlist<VELString>> MetricsAdapter::getAuthenticationMechanismDescriptions() const {
-    return makeVELSmrPtr<VELValSlist<VELString>>(VELValSlist<VELString>{"Basic"});
-}
-
-VELSmrPtr<VELValSlist<VELSmrPtr<VelaURL>>> MetricsAdapter::getURL() const {
-    return makeVELSmrPtr<VELValSlist<VELSmrPtr<VelaURL>>>();
-}
-
 }  // namespace tarn
