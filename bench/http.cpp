@@ -35,6 +35,7 @@ namespace {
 
 using namespace tarntest;
 using tarnbench::buildDir;
+using tarnbench::cpuSeconds;
 namespace asio = boost::asio;
 namespace http = boost::beast::http;
 
@@ -281,23 +282,6 @@ struct Result {
     double p99Us;
     double responseBytes;
 };
-
-// CPU time of all threads of the process so far, in seconds (the
-// scheduler's run time of each thread): what a request costs the server,
-// which the other load of a shared machine does not change much.
-double cpuSeconds(pid_t pid) {
-    std::uint64_t ns = 0;
-    std::error_code ec;
-    for (const auto& task :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task", ec)) {
-        std::ifstream in(task.path() / "schedstat");
-        std::uint64_t run = 0;
-        if (in >> run) {
-            ns += run;
-        }
-    }
-    return static_cast<double>(ns) / 1e9;
-}
 
 // Closed-loop load: each connection sends its next request when the answer
 // to the last one is complete.

@@ -30,6 +30,7 @@ namespace {
 
 using namespace tarntest;
 using tarnbench::buildDir;
+using tarnbench::cpuSeconds;
 
 constexpr std::uint32_t kInstances = 1000000;
 constexpr std::uint32_t kThreshold = 500000;
@@ -87,23 +88,6 @@ long statusKb(pid_t pid, const std::string& field) {
         }
     }
     return -1;
-}
-
-// CPU time of all threads of the process so far, in seconds (the
-// scheduler's run time of each thread): what tarnd spent, however busy the
-// machine is with other work.
-double cpuSeconds(pid_t pid) {
-    std::uint64_t ns = 0;
-    std::error_code ec;
-    for (const auto& task :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task", ec)) {
-        std::ifstream in(task.path() / "schedstat");
-        std::uint64_t run = 0;
-        if (in >> run) {
-            ns += run;
-        }
-    }
-    return static_cast<double>(ns) / 1e9;
 }
 
 // A state directory with the filled repository, built once.

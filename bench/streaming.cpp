@@ -46,6 +46,7 @@ namespace {
 
 using namespace tarntest;
 using tarnbench::buildDir;
+using tarnbench::cpuSeconds;
 
 constexpr std::size_t kSlowBytesPerSecond = 32u << 20;
 constexpr int kSlowReceiveBuffer = 64 << 10;
@@ -81,22 +82,6 @@ long statusKb(pid_t pid, const std::string& field) {
         }
     }
     return -1;
-}
-
-// CPU time of all threads of the process so far, in seconds, to the
-// nanosecond (the scheduler's run time of each thread).
-double cpuSeconds(pid_t pid) {
-    std::uint64_t ns = 0;
-    std::error_code ec;
-    for (const auto& task :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task", ec)) {
-        std::ifstream in(task.path() / "schedstat");
-        std::uint64_t run = 0;
-        if (in >> run) {
-            ns += run;
-        }
-    }
-    return static_cast<double>(ns) / 1e9;
 }
 
 // tarnd with the class loaded and the generator provider serving `count` instances.
