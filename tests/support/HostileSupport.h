@@ -22,23 +22,7 @@ namespace tarntest::hostile {
 
 // A connection from the loopback address source (such as "127.0.0.2").
 inline Socket connectFrom(std::uint16_t port, const std::string& source) {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    ::inet_pton(AF_INET, source.c_str(), &local.sin_addr);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0 ||
-        ::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
-        int err = errno;
-        ::close(fd);
-        throw std::runtime_error(std::string("connect: ") + std::strerror(err));
-    }
-    int one = 1;
-    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    return Socket(fd);
+    return Socket::connect(port, source.c_str());
 }
 
 // Waits until the deadline or until stop is set; true when stopped.

@@ -67,13 +67,21 @@ class Socket {
     }
     ~Socket() { close(); }
 
-    static Socket connect(std::uint16_t port) {
+    // A connection to the port on loopback, from the loopback address source
+    // (such as "127.0.0.2") when one is given.
+    static Socket connect(std::uint16_t port, const char* source = nullptr) {
         int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in local{};
+        local.sin_family = AF_INET;
+        if (source) {
+            ::inet_pton(AF_INET, source, &local.sin_addr);
+        }
         sockaddr_in a{};
         a.sin_family = AF_INET;
         a.sin_port = htons(port);
         a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
+        if ((source && ::bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) ||
+            ::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
             int err = errno;
             ::close(fd);
             throw std::runtime_error(std::string("connect: ") + std::strerror(err));
