@@ -1,6 +1,7 @@
 #include "vela/CVelaType.h"
 
 #include <array>
+#include <vector>
 
 #include "vela/VelaBaseException.h"
 
@@ -17,6 +18,8 @@ struct Tables {
     std::array<VELString, kTypeCount> names;
     VELSmrPtr<IVelaType> classObject;
     VELSmrPtr<IVelaType> classObjectArray;
+    // The owners of the shared types, which the pointers above do not count.
+    std::vector<VELSmrPtr<IVelaType>> owners;
 };
 
 }  // namespace
@@ -45,9 +48,9 @@ VELSmrPtr<IVelaType> CVelaType::make(CIMTypeId id, bool isArray, VELString class
 // reference count: every value holds its type, and one counter that the
 // threads building values and those writing them all update would bounce
 // between their caches.
-VELSmrPtr<IVelaType> immortal(VELSmrPtr<IVelaType> type) {
+static VELSmrPtr<IVelaType> immortal(Tables& tables, VELSmrPtr<IVelaType> type) {
     IVelaType* raw = type.get();
-    new VELSmrPtr<IVelaType>(std::move(type));  // never released
+    tables.owners.push_back(std::move(type));  // never released: the tables live on
     return VELSmrPtr<IVelaType>(std::shared_ptr<IVelaType>(std::shared_ptr<IVelaType>(), raw));
 }
 
@@ -58,13 +61,13 @@ const Tables& tables() {
             auto id = static_cast<CIMTypeId>(i);
             bool object = id == CIMTypeId::Object;
             tb->names[i] = kNames[i];
-            tb->scalar[i] = immortal(CVelaType::make(id, false, {}, false, object, false));
-            tb->array[i] = immortal(CVelaType::make(id, true, {}, false, object, false));
+            tb->scalar[i] = immortal(*tb, CVelaType::make(id, false, {}, false, object, false));
+            tb->array[i] = immortal(*tb, CVelaType::make(id, true, {}, false, object, false));
         }
         tb->classObject =
-            immortal(CVelaType::make(CIMTypeId::Object, false, {}, true, false, true));
+            immortal(*tb, CVelaType::make(CIMTypeId::Object, false, {}, true, false, true));
         tb->classObjectArray =
-            immortal(CVelaType::make(CIMTypeId::Object, true, {}, true, false, true));
+            immortal(*tb, CVelaType::make(CIMTypeId::Object, true, {}, true, false, true));
         return tb;
     }();
     return *t;
