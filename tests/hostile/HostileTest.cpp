@@ -40,7 +40,7 @@ class HostileTest : public ::testing::Test {
     void TearDown() override { EXPECT_TRUE(target.stop()) << target.output(); }
 
     static void expectServed(const Probe::Result& r, double p99Ms = 100.0) {
-        EXPECT_GE(r.requests, 100u);
+        EXPECT_GE(r.requests, 50u);  // the normal client kept asking
         EXPECT_EQ(r.failures, 0u) << r.firstFailure;
         EXPECT_LT(r.p50Ms, 20.0);
         EXPECT_LT(r.p99Ms, p99Ms);
