@@ -12,20 +12,16 @@
 // most that many entries of one operation in memory.
 #pragma once
 
-#include <algorithm>
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <utility>
-#include <vector>
 
 #include "tarn/IMarker.h"
 #include "vela/CI_AutoEvent.h"
 #include "vela/CI_RelTime.h"
 #include "vela/VELCriticalSection.h"
 #include "vela/VELCriticalSectionGuard.h"
+#include "vela/VELSemaphore.h"
 #include "vela/VELSmrPtr.h"
 #include "vela/VelaBaseException.h"
 
@@ -74,7 +70,9 @@ class MultiResponseCollection {
           trnTimeoutValue(waitSeconds < 1 ? 1 : waitSeconds),
           responseCount(0),
           _consumerDone(false),
-          _bounds(bounds) {}
+          _bounds(bounds),
+          _items(0),
+          _slots(bounds) {}
 
     MultiResponseCollection(const MultiResponseCollection&) = delete;
     MultiResponseCollection& operator=(const MultiResponseCollection&) = delete;
@@ -95,7 +93,6 @@ class MultiResponseCollection {
             VELCriticalSectionGuard guard(cs);
             errorCode = code;
         }
-        _room.notify_all();
         _event.set();
     }
 
@@ -141,38 +138,53 @@ class MultiResponseCollection {
     }
 
     // True when a result is ready for next(); waits while writers are open.
-    // Control markers reached at the head are processed on the way. The
-    // consumer takes the results queued in runs, one lock for many.
+    // Control markers reached at the head are processed on the way.
     bool hasNext() {
         for (;;) {
-            if (_runAt < _run.size()) {
-                return true;
-            }
             {
-                std::unique_lock<std::mutex> lock(cs.native());
-                if (_refill()) {
-                    return true;
+                VELCriticalSectionGuard guard(cs);
+                while (!responses.empty()) {
+                    if (!responses.front()->isMarker()) {
+                        return true;
+                    }
+                    _processHeadMarker();
                 }
                 if (_isComplete()) {
                     return false;
                 }
-                _consumerWaiting = true;
             }
-            _event.wait(CI_RelTime(trnTimeoutValue, 0));
+            waitForEvent();
+            if (isComplete()) {
+                // Markers queued since the last look count as entries here;
+                // next() processes them and never returns them.
+                VELCriticalSectionGuard guard(cs);
+                return !responses.empty();
+            }
         }
     }
 
-    // The next result; it does not wait (call hasNext first).
     T next() {
-        if (_runAt >= _run.size()) {
-            std::unique_lock<std::mutex> lock(cs.native());
-            if (!_refill()) {
+        if (_bounds != 0) {
+            // No time limit needed: every entry posts its unit under cs when it
+            // is queued, so after hasNext() saw one this wait ends at once.
+            _items.wait();
+        }
+        VELSmrPtr<wrapper<T>> head;
+        {
+            VELCriticalSectionGuard guard(cs);
+            while (!responses.empty() && responses.front()->isMarker()) {
+                _processHeadMarker();
+            }
+            if (responses.empty()) {
                 _throw("MultiResponseCollection::next", "no more items.");
             }
+            head = responses.front().template checkedCast<wrapper<T>>();
+            responses.pop_front();
         }
-        VELSmrPtr<wrapper<T>> head = std::move(_run[_runAt]);
-        ++_runAt;
-        ++_consumed;
+        // After leaving cs, so that the producer it wakes does not block on cs at once.
+        if (_bounds != 0) {
+            _slots.post();
+        }
         return head->releaseItem();
     }
 
@@ -186,19 +198,8 @@ class MultiResponseCollection {
         return _isComplete();
     }
 
-    // 0 when a producer asked for the consumer (since the last wait), an
-    // error was set or the last writer closed; 1 when the wait ran out.
-    int waitForEvent() {
-        {
-            VELCriticalSectionGuard guard(cs);
-            if (_wakeAsked) {
-                _wakeAsked = false;  // a producer asked for the consumer before it waited
-                return 0;
-            }
-            _consumerWaiting = true;
-        }
-        return _event.wait(CI_RelTime(trnTimeoutValue, 0)) ? 0 : 1;
-    }
+    // 0 when the event was set, 1 when the wait ran out.
+    int waitForEvent() { return _event.wait(CI_RelTime(trnTimeoutValue, 0)) ? 0 : 1; }
 
     // 0 = go on reading; otherwise the error code, or 1 when nothing came.
     int waitForResponse() {
@@ -215,26 +216,25 @@ class MultiResponseCollection {
             return rc;
         }
         VELCriticalSectionGuard guard(cs);
-        return !_isComplete() && responses.empty() && _runAt >= _run.size() ? 1 : 0;
+        return !_isComplete() && responses.empty() ? 1 : 0;
     }
 
     // The consumer stops reading, also early: queued markers are processed,
     // queued results dropped, and every later add() returns false.
     void signalConsumerDone() {
-        {
-            VELCriticalSectionGuard guard(cs);
-            _consumerDone = true;
-            while (!responses.empty()) {
-                VELSmrPtr<IMarker<T>> head = std::move(responses.front());
-                responses.pop_front();
-                if (head->isMarker()) {
-                    head->process();
-                }
+        VELCriticalSectionGuard guard(cs);
+        _consumerDone = true;
+        // Producers waiting for a free place must not wait for a consumer that
+        // will never free one: interrupting the semaphore (rather than posting
+        // units) releases them at once and lets them see _consumerDone.
+        _slots.interrupt();
+        while (!responses.empty()) {
+            VELSmrPtr<IMarker<T>> head = std::move(responses.front());
+            responses.pop_front();
+            if (head->isMarker()) {
+                head->process();
             }
         }
-        // Producers waiting for a free place must not wait for a consumer that
-        // will never free one.
-        _room.notify_all();
     }
 
   private:
@@ -270,94 +270,57 @@ class MultiResponseCollection {
         VELSmrPtr<IMarker<T>> head = std::move(responses.front());
         responses.pop_front();
         head->process();
-        if (_bounds != 0 && _occupied > 0) {
-            --_occupied;
-            if (_producersWaiting > 0) {
-                _room.notify_all();
-            }
+        if (_bounds != 0) {
+            _slots.post();
         }
-    }
-
-    // Under cs: the places of the results the consumer has written since it
-    // last came are free again, all at once, so that a waiting producer is
-    // woken once per run rather than once per result.
-    void _returnPlaces() {
-        _run.clear();
-        _runAt = 0;
-        if (_consumed == 0) {
-            return;
-        }
-        _occupied -= std::min(_occupied, _consumed);
-        _consumed = 0;
-        if (_producersWaiting > 0) {
-            _room.notify_all();
-        }
-    }
-
-    // Under cs, with a result at the head: moves the results up to the next
-    // marker (a quarter of the capacity at most) to the consumer's run. They
-    // keep their places until the consumer comes back.
-    void _takeRun() {
-        const std::size_t most = _bounds == 0 ? 256 : std::max<std::uint32_t>(1, _bounds / 4);
-        while (!responses.empty() && _run.size() < most && !responses.front()->isMarker()) {
-            _run.push_back(responses.front().template checkedCast<wrapper<T>>());
-            responses.pop_front();
-        }
-    }
-
-    // Under cs, with the consumer's run written: processes the markers at the
-    // head and takes the next run; false when no result is queued.
-    bool _refill() {
-        _returnPlaces();
-        while (!responses.empty()) {
-            if (!responses.front()->isMarker()) {
-                _takeRun();
-                return true;
-            }
-            _processHeadMarker();
-        }
-        return false;
     }
 
     bool _refused() const { return _consumerDone || _isComplete(); }
 
+    // Waits, without holding cs, until a place is free. Each wait is bounded;
+    // the loop goes on only while the consumer may still free a place.
+    bool _waitForSlot() {
+        if (_slots.tryWait()) {
+            return true;
+        }
+        // The queue is full: make sure the consumer is awake to drain it,
+        // whatever the producer asked for earlier.
+        _event.set();
+        for (;;) {
+            {
+                VELCriticalSectionGuard guard(cs);
+                if (_refused()) {
+                    return false;
+                }
+            }
+            if (_slots.wait(CI_RelTime(trnTimeoutValue, 0))) {
+                return true;
+            }
+        }
+    }
+
     bool _add(VELSmrPtr<IMarker<T>> entry, bool wakeConsumer) {
         const bool isItem = !entry->isMarker();
-        bool wake = false;
+        if (_bounds != 0 && !_waitForSlot()) {
+            return false;
+        }
         {
-            std::unique_lock<std::mutex> lock(cs.native());
-            // Each wait is bounded; the loop goes on only while the consumer
-            // may still free a place.
-            while (_bounds != 0 && !_refused() && _occupied >= _bounds) {
-                if (_consumerWaiting) {
-                    // The queue is full: make sure the consumer is awake to
-                    // drain it, whatever the producer asked for.
-                    _consumerWaiting = false;
-                    _event.set();
-                }
-                ++_producersWaiting;
-                _room.wait_for(lock, std::chrono::seconds(trnTimeoutValue));
-                --_producersWaiting;
-            }
+            VELCriticalSectionGuard guard(cs);
             if (_refused()) {
+                if (_bounds != 0) {
+                    _slots.post();  // give back the place taken above
+                }
                 return false;
             }
             responses.push_back(std::move(entry));
-            ++_occupied;
             if (isItem) {
                 ++responseCount;
             }
-            // Only a consumer that waits needs the wake-up (a system call).
-            if (wakeConsumer) {
-                if (_consumerWaiting) {
-                    _consumerWaiting = false;
-                    wake = true;
-                } else {
-                    _wakeAsked = true;
-                }
+            if (_bounds != 0) {
+                _items.post();
             }
         }
-        if (wake) {
+        if (wakeConsumer) {
             _event.set();
         }
         return true;
@@ -374,16 +337,8 @@ class MultiResponseCollection {
     std::uint32_t responseCount;
     bool _consumerDone;
     std::uint32_t _bounds;
-    // Entries queued, and results taken by the consumer and not yet written.
-    std::uint64_t _occupied = 0;
-    std::uint32_t _producersWaiting = 0;
-    bool _consumerWaiting = false;
-    bool _wakeAsked = false;
-    std::condition_variable _room;
-    // The consumer's own: the run it is writing, and how much of it.
-    std::vector<VELSmrPtr<wrapper<T>>> _run;
-    std::size_t _runAt = 0;
-    std::uint64_t _consumed = 0;
+    VELSemaphore _items;
+    VELSemaphore _slots;
 };
 
 }  // namespace tarn

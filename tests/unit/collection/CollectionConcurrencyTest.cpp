@@ -3,7 +3,6 @@
 // holds more than its capacity, completion comes with the last writer, and a
 // consumer that gives up early releases every producer.
 #include <gtest/gtest.h>
-#include <algorithm>
 
 #include <atomic>
 #include <memory>
@@ -176,10 +175,8 @@ TEST_P(EarlyConsumerDone, ReleasesEveryProducerWithFalse) {
         c->next();
     }
     if (bounds != 0) {
-        // Let the producers fill the queue again, so that they end up waiting
-        // for room (the places of the run the consumer took last, a quarter
-        // of the capacity at most, are free only when it comes back).
-        for (std::uint32_t n = 0; n < kRead + bounds - std::max(1u, bounds / 4); ++n) {
+        // Let the producers fill the queue again, so that they end up waiting for room.
+        for (std::uint32_t n = 0; n < kRead + bounds; ++n) {
             ASSERT_TRUE(accepted.wait(kLong));
         }
     }
