@@ -72,6 +72,22 @@ int OperationUtil::readMaxObjectCount(const VELCIMMethodCall& call, IMaxObjectCo
     return 0;
 }
 
+int OperationUtil::readPullParameters(const VELCIMMethodCall& call, IPullOperation& pull,
+                                      std::string_view who) {
+    const VELString context = call.getParameterValueByName(VELCIMStrings::ENUMERATIONCONTEXT);
+    if (!context.isNull()) {
+        pull.setEnumerationContext(context);
+    }
+    if (int code = readMaxObjectCount(call, pull, who); code != 0) {
+        return code;
+    }
+    if (context.isNull()) {
+        AdapterUtils::log(who, "Missing EnumerationContext parameter.", 1);
+        return 4;
+    }
+    return 0;
+}
+
 int OperationUtil::readOpenParameters(const VELCIMMethodCall& call, IOpenOperation& open,
                                       IMaxObjectCount& count, std::string_view who,
                                       std::string_view maxObjectCountWho, bool filters) {

@@ -8,6 +8,7 @@
 
 #include "CIMXMLUtil.h"
 #include "vela/AdapterUtils.h"
+#include "vela/IPullOperation.h"
 #include "vela/IVelaInstanceName.h"
 #include "vela/IVelaOperationHandlerContext.h"
 #include "vela/IVelaValue.h"
@@ -54,6 +55,11 @@ class OperationUtil {
     // else it must be a number that is not negative ("Invalid value for
     // maxObjectCount: <text>" under who otherwise). Returns 0 or the error code.
     static int readMaxObjectCount(const VELCIMMethodCall& call, IMaxObjectCount& op,
+                                  std::string_view who);
+    // EnumerationContext and MaxObjectCount of a pull, in that order, logged
+    // under who ("Missing EnumerationContext parameter." when there is no
+    // context). Returns 0 or the error code of the first bad one.
+    static int readPullParameters(const VELCIMMethodCall& call, IPullOperation& pull,
                                   std::string_view who);
     // FilterQueryLanguage, FilterQuery (any given one is refused unless
     // filters is false, for an open whose filter is its query),

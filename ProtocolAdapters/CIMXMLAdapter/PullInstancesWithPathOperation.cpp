@@ -59,17 +59,8 @@ void PullInstancesWithPathOperation::initialize(VELSmrPtr<VELCIMMethodCall>& cal
             setErrorCode(4);
             return;
         }
-        const VELString context = call->getParameterValueByName(VELCIMStrings::ENUMERATIONCONTEXT);
-        if (!context.isNull()) {
-            setEnumerationContext(context);
-        }
-        if (int code = OperationUtil::readMaxObjectCount(*call, *this, kInitialize); code != 0) {
+        if (int code = OperationUtil::readPullParameters(*call, *this, kInitialize); code != 0) {
             setErrorCode(code);
-            return;
-        }
-        if (context.isNull()) {
-            AdapterUtils::log(kInitialize, "Missing EnumerationContext parameter.", 1);
-            setErrorCode(4);
         }
     } catch (const VelaBaseException& e) {
         OperationUtil::logCaught(kInitialize, e);
