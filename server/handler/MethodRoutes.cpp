@@ -196,7 +196,9 @@ class MethodCall {
             return makeVELSmrPtr<CVelaValue>(type, one(value));
         }
         auto elements = std::make_shared<CVelaValue::ScalarArray>();
-        for (const auto& e : *value->getArray()) {
+        // The list is held here: the loop would not keep a temporary pointer alive.
+        const auto given = value->getArray();
+        for (const auto& e : *given) {
             elements->push_back(one(e));
         }
         return makeVELSmrPtr<CVelaValue>(type,
@@ -255,7 +257,8 @@ class MethodCall {
             return CVelaValue::makeReference(qualified(typed->getReference()));
         }
         auto elements = std::make_shared<CVelaValue::ScalarArray>();
-        for (const auto& e : *typed->getArray()) {
+        const auto values = typed->getArray();  // held for the loop, as above
+        for (const auto& e : *values) {
             elements->push_back(e.isNull() || !e->isSet()
                                     ? CVelaValue::Scalar()
                                     : CVelaValue::Scalar(qualified(e->getReference())));
