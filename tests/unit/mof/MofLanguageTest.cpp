@@ -11,18 +11,8 @@ namespace {
 
 using moftest::compile;
 using tarn::QualifierFlavor;
-using tarn::QualifierScope;
 
 const char* const kNs = "root/cimv2";
-
-template <class T>
-std::vector<T> all(VELSmrPtr<tarn::Iterator<T>> it) {
-    std::vector<T> out;
-    while (it->hasNext()) {
-        out.push_back(it->next());
-    }
-    return out;
-}
 
 std::string printed(const VELSmrPtr<IVelaValue>& v) {
     if (v.isNull()) {
