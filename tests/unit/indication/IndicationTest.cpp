@@ -22,15 +22,19 @@ using namespace std::chrono_literals;
 // released (bounded).
 class Recorder {
   public:
-    bool deliver(const DeliveryQueues::Item& item) {
+    bool record(const std::string& destination, const std::string& what) {
         std::unique_lock<std::mutex> lock(_m);
-        if (item.nameSpace == "stuck") {
+        if (destination == "stuck") {
             _cv.wait_for(lock, 10s, [&] { return _released; });
         }
-        _got[item.nameSpace.str()].push_back(
-            static_cast<int>(item.indication->getProperty("N")->getValue()->getUnsigned()));
+        _got[destination].push_back(what);
         _cv.notify_all();
         return true;
+    }
+    // The number of a DeliveryQueues item, under its namespace.
+    bool deliver(const DeliveryQueues::Item& item) {
+        return record(item.nameSpace.str(),
+                      item.indication->getProperty("N")->getValue()->toString().str());
     }
     void release() {
         std::lock_guard<std::mutex> lock(_m);
@@ -38,7 +42,7 @@ class Recorder {
         _cv.notify_all();
     }
     // What the destination received once it has n, or after 10 s.
-    std::vector<int> await(const std::string& destination, std::size_t n) {
+    std::vector<std::string> await(const std::string& destination, std::size_t n) {
         std::unique_lock<std::mutex> lock(_m);
         _cv.wait_for(lock, 10s, [&] { return _got[destination].size() >= n; });
         return _got[destination];
@@ -48,7 +52,7 @@ class Recorder {
     std::mutex _m;
     std::condition_variable _cv;
     bool _released = false;
-    std::map<std::string, std::vector<int>> _got;
+    std::map<std::string, std::vector<std::string>> _got;
 };
 
 DeliveryQueues::Item item(const char* destination, int n) {
@@ -58,10 +62,10 @@ DeliveryQueues::Item item(const char* destination, int n) {
     return {destination, i, nullptr, nullptr};
 }
 
-std::vector<int> range(int from, int to) {
-    std::vector<int> v;
+std::vector<std::string> range(int from, int to) {
+    std::vector<std::string> v;
     for (int n = from; n < to; ++n) {
-        v.push_back(n);
+        v.push_back(std::to_string(n));
     }
     return v;
 }
@@ -143,20 +147,6 @@ class IndicationServiceTest : public ::testing::Test {
         s.addProperty("SubscriptionState", CVelaValue::makeUint16(state));
         repo.createInstance("interop", s);
     }
-    bool deliver(const DeliveryQueues::Item& item) {
-        std::lock_guard<std::mutex> lock(m);
-        got.push_back(
-            item.handler->getProperty("Name")->getValue()->getString().str() + ":" +
-            item.indication->getProperty("IndicationIdentifier")->getValue()->getString().str());
-        cv.notify_all();
-        return true;
-    }
-    std::vector<std::string> await(std::size_t n) {
-        std::unique_lock<std::mutex> lock(m);
-        cv.wait_for(lock, 10s, [&] { return got.size() >= n; });
-        std::sort(got.begin(), got.end());
-        return got;
-    }
     static VELSmrPtr<IVelaObject> indication(const char* cls, const char* id, int level) {
         auto i = makeVELSmrPtr<CVelaObject>(cls);
         i->addProperty("IndicationIdentifier", CVelaValue::makeString(id));
@@ -168,9 +158,7 @@ class IndicationServiceTest : public ::testing::Test {
 
     tarntest::TempDir dir;
     Repository repo{(dir.path() / "repository.db").string()};
-    std::mutex m;
-    std::condition_variable cv;
-    std::vector<std::string> got;
+    Recorder recorder;
 };
 
 TEST_F(IndicationServiceTest, EachSelectingSubscriptionGetsAnIndicationOnce) {
@@ -181,8 +169,12 @@ TEST_F(IndicationServiceTest, EachSelectingSubscriptionGetsAnIndicationOnce) {
               "root/cimv2");
     subscribe("interop", "SELECT * FROM CIM_InstCreation", "interop");
     subscribe("off", "SELECT * FROM CIM_InstCreation", "root/cimv2", 4);
-    IndicationService service({}, *repo.catalog(), repo,
-                              [this](const auto& item) { return deliver(item); });
+    IndicationService service({}, *repo.catalog(), repo, [this](const auto& item) {
+        return recorder.record(
+            "any",
+            item.handler->getProperty("Name")->getValue()->toString().str() + ":" +
+                item.indication->getProperty("IndicationIdentifier")->getValue()->toString().str());
+    });
     service.reload();
     EXPECT_EQ(service.activeSubscriptions(), 4u);
     EXPECT_TRUE(service.wants("root/cimv2", "CIM_InstDeletion"));
@@ -200,8 +192,10 @@ TEST_F(IndicationServiceTest, EachSelectingSubscriptionGetsAnIndicationOnce) {
     context.raiseIndication(indication("CIM_InstCreation", "i1", 1));
     EXPECT_EQ(service.counts().queued, 6u);
     service.resume();
-    EXPECT_EQ(await(6), (std::vector<std::string>{"all:c9", "all:d1", "high:c9", "interop:i1",
-                                                  "isa:c9", "isa:d1"}));
+    auto got = recorder.await("any", 6);
+    std::sort(got.begin(), got.end());
+    EXPECT_EQ(got, (std::vector<std::string>{"all:c9", "all:d1", "high:c9", "interop:i1", "isa:c9",
+                                             "isa:d1"}));
 }
 
 }  // namespace

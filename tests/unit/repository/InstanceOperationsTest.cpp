@@ -28,6 +28,9 @@ class InstanceOperations : public RepositoryTest {
     std::uint64_t count(const char* cls = "T_Base") { return repo->countInstances(kNs, cls, true); }
 };
 
+// A missing or existing instance, a property the class lacks and a value of
+// another type reach the repository through pywbem too (test_instances.py);
+// classes and namespaces the handler checks before, so they are here.
 TEST_F(InstanceOperations, EachFaultGivesItsStatusCodeAndChangesNothing) {
     using Name = VELSmrPtr<CVelaInstanceName>;
     using Object = VELSmrPtr<CVelaObject>;
@@ -61,7 +64,6 @@ TEST_F(InstanceOperations, EachFaultGivesItsStatusCodeAndChangesNothing) {
     const Case cases[] = {
         {"get in an unknown namespace", 3, get(one, "root/none")},
         {"get of an unknown class", 5, get(name("T_Nowhere", {{"Id", text("one")}}))},
-        {"get of a missing instance", 6, get(name("T_Level1", {{"Id", text("two")}}))},
         {"get without a key", 4, get(name("T_Level1", {}))},
         {"get by a property that is no key", 4,
          get(name("T_Level1", {{"Id", text("one")}, {"Count", text("1")}}))},
@@ -73,12 +75,9 @@ TEST_F(InstanceOperations, EachFaultGivesItsStatusCodeAndChangesNothing) {
         {"create in an unknown namespace", 3, create(level1("x"), "root/none")},
         {"create of an unknown class", 5, create(instance("T_Nowhere", {{"Id", text("x")}}))},
         {"create of an abstract class", 4, create(instance("T_Base", {{"Id", text("x")}}))},
-        {"create with a property the class lacks", 4, create(level1("x", "Flag", text("true")))},
         {"create without a key", 4, create(instance("T_Level1", {{"Count", text("3")}}))},
         {"create with a null key", 4,
          create(instance("T_Level1", {{"Id", CVelaValue::makeNull(CVelaType::string)}}))},
-        {"create of an existing instance", 11, create(level1("one"))},
-        {"create with text that is no number", 13, create(level1("x", "Count", text("many")))},
         {"create with a number out of range", 13,
          create(level1("x", "Count", text("4294967296")))},
         {"create with a typed value of another type", 13,
@@ -96,7 +95,6 @@ TEST_F(InstanceOperations, EachFaultGivesItsStatusCodeAndChangesNothing) {
          modify(one, instance("T_Level1", {{"Count", text("-1")}}))},
         {"modify naming the instance by another class", 4,
          modify(one, instance("T_Level2", {{"Count", text("2")}}))},
-        {"delete of a missing instance", 6, del(name("T_Level1", {{"Id", text("two")}}))},
         {"delete of an unknown class", 5, del(name("T_Nowhere", {{"Id", text("one")}}))},
         {"delete in an unknown namespace", 3, del(one, "root/none")},
         {"enumerate an unknown class", 5,
