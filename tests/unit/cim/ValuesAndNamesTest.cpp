@@ -24,10 +24,6 @@ std::string printed(const VELSmrPtr<IVelaValue>& v) {
     return os.str();
 }
 
-VELSmrPtr<IVelaType> typeNamed(const char* name) {
-    return CVelaType::fromName(name);
-}
-
 struct TextCase {
     const char* type;
     const char* input;
@@ -85,7 +81,7 @@ TEST(ValueText, AcceptedFormsPrintCanonicallyAndRoundTrip) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.type) + " '" + c.input + "'");
-        VELSmrPtr<IVelaType> type = typeNamed(c.type);
+        VELSmrPtr<IVelaType> type = CVelaType::fromName(c.type);
         ASSERT_FALSE(type.isNull());
         VELSmrPtr<IVelaValue> v;
         ASSERT_NO_THROW(v = CVelaValue::parse(type, c.input));
@@ -142,7 +138,7 @@ TEST(ValueText, RejectsTextThatDoesNotFitTheType) {
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.type) + " '" + c.input + "'");
         try {
-            CVelaValue::parse(typeNamed(c.type), c.input);
+            CVelaValue::parse(CVelaType::fromName(c.type), c.input);
             ADD_FAILURE() << "accepted";
         } catch (const VelaBaseException& e) {
             EXPECT_TRUE(e.getMessage().contains(c.why)) << e.getMessage();

@@ -1,10 +1,10 @@
 // Typing of created instances: every CIM type from untyped request text and
 // from typed values, the values refused for each, and that what is stored
-// reads back exactly, also after the repository is reopened. What text each
-// type accepts is ValueText's (tests/unit/cim); here one refusal of text
-// stands for the rest.
-#include <cmath>
-
+// reads back exactly (each read decodes the stored row). What text each type
+// accepts is ValueText's (tests/unit/cim); here one refusal of text stands
+// for the rest. A reopened repository reads its classes back faithfully
+// (Storage.TheDmtfSchemaIsStoredAndReadBackFaithfully) and its instances
+// (Durability).
 #include "RepositoryTestSupport.h"
 
 namespace repotest {
@@ -86,7 +86,7 @@ class TypeCheck : public RepositoryTest {};
 
 TEST_F(TypeCheck, EveryTypeIsTypedFromTextOrConvertedOrRefused) {
     int n = 0;
-    std::vector<std::pair<std::string, std::string>> expected;
+    std::size_t stored = 0;
     for (const auto& c : typeCases()) {
         std::string id = "case" + std::to_string(n++);
         auto obj = instance("T_AllTypes", {{"Id", text(id.c_str())}, {c.property, c.given}});
@@ -103,40 +103,9 @@ TEST_F(TypeCheck, EveryTypeIsTypedFromTextOrConvertedOrRefused) {
         EXPECT_FALSE(p->getValue()->isUntyped()) << c.property;
         EXPECT_EQ(p->getValue()->getType()->getTypeId(), p->getType()->getTypeId()) << c.property;
         EXPECT_EQ(valueText(*got, c.property), c.stored) << c.property;
-        expected.emplace_back(id, c.property);
+        ++stored;
     }
-    EXPECT_EQ(repo->countInstances(kNs, "T_AllTypes", false), expected.size());
-
-    // What was stored reads back the same after a reopen.
-    std::vector<VELSmrPtr<IVelaObject>> before;
-    repo->enumerateInstances(kNs, "T_AllTypes", false, [&](const VELSmrPtr<IVelaObject>& o) {
-        before.push_back(o);
-        return true;
-    });
-    reopen();
-    std::size_t i = 0;
-    repo->enumerateInstances(kNs, "T_AllTypes", false, [&](const VELSmrPtr<IVelaObject>& o) {
-        EXPECT_LT(i, before.size());
-        if (i >= before.size()) {
-            return false;
-        }
-        const auto& b = before[i++];
-        EXPECT_TRUE(o->getPath()->equals(*b->getPath()));
-        for (std::size_t k = 0; k < o->getPropertyCount(); ++k) {
-            const auto& x = o->getProperty(k)->getValue();
-            const auto& y = b->getProperty(k)->getValue();
-            if (x.isNull() || y.isNull()) {  // NULL arrays
-                EXPECT_EQ(x.isNull(), y.isNull()) << o->getProperty(k)->getName();
-                continue;
-            }
-            bool nan = x->isSet() && x->getType()->getTypeId() == CIMTypeId::Real64 &&
-                       !x->getType()->isArray() && std::isnan(x->getReal());
-            EXPECT_TRUE(nan || x->equals(*y))
-                << o->getProperty(k)->getName() << ": " << x->toString() << " vs " << y->toString();
-        }
-        return true;
-    });
-    EXPECT_EQ(i, before.size());
+    EXPECT_EQ(repo->countInstances(kNs, "T_AllTypes", false), stored);
 }
 
 TEST_F(TypeCheck, EmbeddedInstancesMustBeInstancesOfTheNamedClass) {
