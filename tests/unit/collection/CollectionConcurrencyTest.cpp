@@ -37,24 +37,20 @@ struct ConsumerView {
 
 // Queued after item `after` of a producer: when it runs, the consumer must have
 // received exactly after + 1 items of that producer.
-class OrderMarker : public tarn::IMarker<ItemPtr> {
-  public:
-    OrderMarker(ConsumerView& view, int producer, int after)
-        : _view(view), _producer(producer), _after(after) {}
+struct OrderMarker : tarn::IMarker<ItemPtr> {
+    OrderMarker(ConsumerView& v, int p, int a) : view(v), producer(p), after(a) {}
     bool isMarker() const override { return true; }
     void process() override {
-        ++_view.removed;
-        if (_view.received[_producer] != _after + 1) {
-            _view.failures.push_back("marker of producer " + std::to_string(_producer) +
-                                     " after item " + std::to_string(_after) + " ran at item " +
-                                     std::to_string(_view.received[_producer]));
+        ++view.removed;
+        if (view.received[producer] != after + 1) {
+            view.failures.push_back("marker of producer " + std::to_string(producer) +
+                                    " after item " + std::to_string(after) + " ran at item " +
+                                    std::to_string(view.received[producer]));
         }
     }
-
-  private:
-    ConsumerView& _view;
-    int _producer;
-    int _after;
+    ConsumerView& view;
+    int producer;
+    int after;
 };
 
 struct StressCase {

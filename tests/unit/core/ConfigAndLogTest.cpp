@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
+#include "HttpTestSupport.h"
 #include "tarn/LogCapture.h"
 #include "tarn/TraceLog.h"
-#include "tarn/VELRegExp.h"
 #include "vela/AdapterUtils.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VelaBaseException.h"
@@ -77,10 +75,9 @@ TEST_F(ConfigTest, SyntaxErrorsNameTheLineAndKeepOldContent) {
     EXPECT_THROW(cfg.load("/nonexistent/tarn.conf"), VelaBaseException);
 }
 
-TEST(TraceLog, LevelFiltersTheFileButCaptureSeesAll) {
-    auto path = std::filesystem::temp_directory_path() /
-                ("tarn-trace-" + std::to_string(::getpid()) + ".log");
-    std::filesystem::remove(path);
+TEST(TraceLog, LevelFiltersTheFileButCaptureSeesAllAndTheFileRotates) {
+    tarntest::TempDir dir;
+    const auto path = dir.path() / "trace.log";
     int oldLevel = tarn::TraceLog::getLevel();
     tarn::TraceLog::openFile(VELString(path.string()));
     tarn::TraceLog::setLevel(2);
@@ -94,26 +91,18 @@ TEST(TraceLog, LevelFiltersTheFileButCaptureSeesAll) {
     }
     tarn::TraceLog::useStderr();
     tarn::TraceLog::setLevel(oldLevel);
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    EXPECT_NE(text.str().find("<1> src::one: an error\n"), std::string::npos) << text.str();
-    EXPECT_EQ(text.str().find("some detail"), std::string::npos);
-    std::filesystem::remove(path);
-}
+    const std::string text = tarntest::readFile(path);
+    EXPECT_NE(text.find("<1> src::one: an error\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("some detail"), std::string::npos);
 
-TEST(TraceLog, RotatesAtTheSizeLimit) {
-    auto dir = std::filesystem::temp_directory_path() / ("tarn-rot-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir);
-    auto path = dir / "trace.log";
-    tarn::TraceLog::openFile(VELString(path.string()), 200);
+    const auto rotating = dir.path() / "rotating.log";
+    tarn::TraceLog::openFile(VELString(rotating.string()), 200);
     for (int i = 0; i < 10; ++i) {
         AdapterUtils::log("rotation", "a line long enough to pass the limit soon", 1);
     }
     tarn::TraceLog::useStderr();
-    EXPECT_TRUE(std::filesystem::exists(dir / "trace.log.1"));
-    EXPECT_LE(std::filesystem::file_size(path), 400u);
-    std::filesystem::remove_all(dir);
+    EXPECT_TRUE(std::filesystem::exists(dir.path() / "rotating.log.1"));
+    EXPECT_LE(std::filesystem::file_size(rotating), 400u);
 }
 
 }  // namespace

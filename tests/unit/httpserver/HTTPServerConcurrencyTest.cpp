@@ -24,17 +24,18 @@ using namespace tarntest;
 
 class HTTPServerConcurrencyTest : public ::testing::Test {
   protected:
-    static void SetUpTestSuite() {
-        usersDir = new TempDir;
-        users = std::make_shared<tarn::UsersFile>(VELString((usersDir->path() / "users").string()));
-        users->addUser("admin", "secret", "admin");
-    }
-    static void TearDownTestSuite() {
-        users.reset();
-        delete usersDir;
+    // The users file, made once: its hash is slow on purpose.
+    static std::shared_ptr<tarn::UsersFile> users() {
+        static TempDir dir;
+        static auto file = [] {
+            auto f = std::make_shared<tarn::UsersFile>(VELString((dir.path() / "users").string()));
+            f->addUser("admin", "secret", "admin");
+            return f;
+        }();
+        return file;
     }
 
-    void SetUp() override { AuthenticationHelper::setAuthenticator(users); }
+    void SetUp() override { AuthenticationHelper::setAuthenticator(users()); }
     void TearDown() override {
         if (server) {
             EXPECT_TRUE(server->stop());
@@ -51,26 +52,43 @@ class HTTPServerConcurrencyTest : public ::testing::Test {
         context.setState(IVelaOperationHandlerContext::STARTED);
     }
 
+    // Chunked: the body in two chunks and a trailer field.
     static std::string request(const std::string& op, const std::string& extra = "",
-                               const std::string& body = "") {
-        return "POST /t HTTP/1.1\r\nHost: x\r\nTestOp: " + op +
-               "\r\nAuthorization: " + basicAuth("admin", "secret") + "\r\n" + extra +
-               "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-    }
-    // The same with the body in two chunks and a trailer field.
-    static std::string chunkedRequest(const std::string& op, const std::string& extra,
-                                      const std::string& body) {
-        std::size_t half = body.size() / 2;
-        auto chunk = [](std::string_view data) {
+                               const std::string& body = "", bool chunked = false) {
+        const std::string head = "POST /t HTTP/1.1\r\nHost: x\r\nTestOp: " + op +
+                                 "\r\nAuthorization: " + basicAuth("admin", "secret") + "\r\n" +
+                                 extra;
+        if (!chunked) {
+            return head + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+        }
+        auto chunk = [](const std::string& data) {
             std::ostringstream size;
             size << std::hex << data.size();
-            return data.empty() ? std::string() : size.str() + "\r\n" + std::string(data) + "\r\n";
+            return data.empty() ? data : size.str() + "\r\n" + data + "\r\n";
         };
-        return "POST /t HTTP/1.1\r\nHost: x\r\nTestOp: " + op +
-               "\r\nAuthorization: " + basicAuth("admin", "secret") + "\r\n" + extra +
-               "Transfer-Encoding: chunked\r\n\r\n" +
-               chunk(std::string_view(body).substr(0, half)) +
-               chunk(std::string_view(body).substr(half)) + "0\r\nX-Sum: 1\r\n\r\n";
+        return head + "Transfer-Encoding: chunked\r\n\r\n" +
+               chunk(body.substr(0, body.size() / 2)) + chunk(body.substr(body.size() / 2)) +
+               "0\r\nX-Sum: 1\r\n\r\n";
+    }
+
+    // One request on a connection of its own: the response.
+    Response exchange(const std::string& text) {
+        Socket s = Socket::connect(port);
+        s.send(text);
+        ResponseReader r(s);
+        return r.read(in(10s));
+    }
+    // Connections whose "wait" request lacks its last five bytes; the
+    // adapter has begun on each (it starts before the body is complete).
+    std::vector<Socket> waiting(int n) {
+        std::vector<Socket> out;
+        const std::string r = request("wait", "", "0123456789");
+        for (int i = 0; i < n; ++i) {
+            out.push_back(Socket::connect(port));
+            out.back().send(r.substr(0, r.size() - 5));
+            EXPECT_NE(out.back().readSome(in(10s)).find("started"), std::string::npos);
+        }
+        return out;
     }
 
     // Waits, within a bound, until the server has begun to stop.
@@ -82,17 +100,12 @@ class HTTPServerConcurrencyTest : public ::testing::Test {
         ASSERT_TRUE(server->isStopping());
     }
 
-    static TempDir* usersDir;
-    static std::shared_ptr<tarn::UsersFile> users;
     tarn::CClassSet schema;
     tarn::ObjectManagerContext context{makeVELSmrPtr<tarn::PortInfo>(), schema};
     tarn::AdapterRegistry adapters{context};
     std::unique_ptr<tarn::HTTPServer> server;
     std::uint16_t port = 0;
 };
-
-TempDir* HTTPServerConcurrencyTest::usersDir = nullptr;
-std::shared_ptr<tarn::UsersFile> HTTPServerConcurrencyTest::users;
 
 TEST_F(HTTPServerConcurrencyTest, ManyKeepAliveClientsShareFewWorkers) {
     tarn::HTTPServerConfig config;
@@ -109,9 +122,8 @@ TEST_F(HTTPServerConcurrencyTest, ManyKeepAliveClientsShareFewWorkers) {
             for (int i = 0; i < kRequests; ++i) {
                 std::string body(static_cast<std::size_t>((c * 131 + i * 977) % 5000),
                                  char('a' + c));
-                const char* framing = i % 3 == 0 ? "Full" : i % 3 == 1 ? "Chunked" : "Full";
-                std::string extra = std::string("X-Framing: ") + framing + "\r\n";
-                s.send(i % 2 ? chunkedRequest("echo", extra, body) : request("echo", extra, body));
+                std::string extra = i % 3 == 1 ? "X-Framing: Chunked\r\n" : "X-Framing: Full\r\n";
+                s.send(request("echo", extra, body, i % 2));
                 Response r = reader.read(in(30s));
                 if (r.status == 200 && r.body == body) {
                     ++good;
@@ -146,10 +158,7 @@ TEST_F(HTTPServerConcurrencyTest, ConnectionsPastTheCapAre503WhileOthersAreServe
     for (int i = 0; i < 8; ++i) {
         clients.emplace_back([&] {
             try {
-                Socket s = Socket::connect(port);
-                s.send(request("ping"));
-                ResponseReader r(s);
-                (r.read(in(10s)).status == 503 ? refused : other)++;
+                (exchange(request("ping")).status == 503 ? refused : other)++;
             } catch (const std::exception&) {
                 other++;
             }
@@ -179,12 +188,8 @@ TEST_F(HTTPServerConcurrencyTest, SilentClientsHoldNoWorker) {
     }
     std::vector<std::future<std::string>> answers;
     for (int i = 0; i < 4; ++i) {
-        answers.push_back(std::async(std::launch::async, [&] {
-            Socket s = Socket::connect(port);
-            s.send(request("ping"));
-            ResponseReader r(s);
-            return r.read(in(10s)).body;
-        }));
+        answers.push_back(
+            std::async(std::launch::async, [&] { return exchange(request("ping")).body; }));
     }
     for (auto& a : answers) {
         EXPECT_EQ(a.get(), "pong");
@@ -197,16 +202,9 @@ TEST_F(HTTPServerConcurrencyTest, SilentClientsHoldNoWorker) {
 TEST_F(HTTPServerConcurrencyTest, StopLetsRequestsInFlightFinishAndRefusesNewOnes) {
     tarn::HTTPServerConfig config;
     config.shutdownGraceMs = 10000;
-    config.bodyPreReadSize = 0;  // the adapter starts before the body is complete
+    config.bodyPreReadSize = 0;
     start(config);
-    constexpr int kInFlight = 4;
-    std::vector<Socket> clients;
-    for (int i = 0; i < kInFlight; ++i) {
-        clients.push_back(Socket::connect(port));
-        std::string r = request("wait", "", "0123456789");
-        clients.back().send(r.substr(0, r.size() - 5));
-        ASSERT_NE(clients.back().readSome(in(10s)).find("started"), std::string::npos);
-    }
+    std::vector<Socket> clients = waiting(4);
     Socket idle = Socket::connect(port);  // connected, no request
     auto stopped = std::async(std::launch::async, [&] { return server->stop(); });
     awaitStopping();
@@ -234,15 +232,9 @@ TEST_F(HTTPServerConcurrencyTest, StopLetsRequestsInFlightFinishAndRefusesNewOne
 TEST_F(HTTPServerConcurrencyTest, StopClosesStuckRequestsAfterTheGracePeriod) {
     tarn::HTTPServerConfig config;
     config.shutdownGraceMs = 200;
-    config.bodyPreReadSize = 0;  // the adapter starts before the body is complete
+    config.bodyPreReadSize = 0;
     start(config);
-    std::vector<Socket> stuck;
-    for (int i = 0; i < 3; ++i) {
-        stuck.push_back(Socket::connect(port));
-        std::string r = request("wait", "", "0123456789");
-        stuck.back().send(r.substr(0, r.size() - 5));  // the rest never comes
-        ASSERT_FALSE(stuck.back().readSome(in(10s)).empty());
-    }
+    std::vector<Socket> stuck = waiting(3);  // the rest never comes
     auto begin = Clock::now();
     EXPECT_TRUE(server->stop());
     EXPECT_GE(Clock::now() - begin, 150ms);
@@ -263,14 +255,8 @@ TEST_F(HTTPServerConcurrencyTest, LoggedInClientsAreServedAmidSlowBodiesLoginFlo
     tarn::LoginGuard::Settings settings;
     settings.hashThreads = 1;
     settings.hashQueue = 2;
-    AuthenticationHelper::setAuthenticator(std::make_shared<tarn::LoginGuard>(users, settings));
-    {
-        // Logged in before the attacks start.
-        Socket s = Socket::connect(port);
-        s.send(request("ping"));
-        ResponseReader r(s);
-        ASSERT_EQ(r.read(in(30s)).body, "pong");
-    }
+    AuthenticationHelper::setAuthenticator(std::make_shared<tarn::LoginGuard>(users(), settings));
+    ASSERT_EQ(exchange(request("ping")).body, "pong");  // logged in before the attacks start
     std::atomic<bool> stop{false};
     std::atomic<int> cut{0};
     std::atomic<int> refusedLogins{0};
@@ -325,10 +311,7 @@ TEST_F(HTTPServerConcurrencyTest, LoggedInClientsAreServedAmidSlowBodiesLoginFlo
     });
     int served = 0;
     for (int i = 0; i < 40; ++i) {
-        Socket s = Socket::connect(port);
-        s.send(request("echo", "", "payload"));
-        ResponseReader r(s);
-        Response answer = r.read(in(10s));
+        Response answer = exchange(request("echo", "", "payload"));
         served += answer.status == 200 && answer.body == "payload";
     }
     stop = true;

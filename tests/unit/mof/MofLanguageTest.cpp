@@ -5,34 +5,13 @@
 
 #include "MofTestSupport.h"
 #include "tarn/QualifierFlavor.h"
-#include "vela/CVelaNameSpacePath.h"
 
 namespace {
 
 using moftest::compile;
 using tarn::QualifierFlavor;
-using tarn::QualifierScope;
 
 const char* const kNs = "root/cimv2";
-
-template <class T>
-std::vector<T> all(VELSmrPtr<tarn::Iterator<T>> it) {
-    std::vector<T> out;
-    while (it->hasNext()) {
-        out.push_back(it->next());
-    }
-    return out;
-}
-
-std::string printed(const VELSmrPtr<IVelaValue>& v) {
-    if (v.isNull()) {
-        return "<none>";
-    }
-    if (!v->isSet()) {
-        return "<null>";
-    }
-    return v->toString().str();
-}
 
 TEST(MofLanguage, QualifierValuesAreTypedByTheirDeclaration) {
     std::shared_ptr<tarn::MofClassSetSink> sink;
@@ -67,7 +46,7 @@ class T {
         auto q = p->getQualifier(c.qualifier);
         ASSERT_FALSE(q.isNull()) << c.qualifier;
         EXPECT_EQ(q->getType()->getName(), VELString(c.type)) << c.qualifier;
-        EXPECT_EQ(printed(q->getValue()), c.value) << c.qualifier;
+        EXPECT_EQ(q->getValue()->toString(), VELString(c.value)) << c.qualifier;
         EXPECT_EQ(q->getFlavor(), c.flavor) << c.qualifier;
         EXPECT_EQ(q->getDefiningClassName(), VELString("T"));
     }

@@ -21,7 +21,6 @@ Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverr
 Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
 Qualifier Override : string = null, Scope(property, reference, method), Flavor(EnableOverride, Restricted);
 Qualifier In : boolean = true, Scope(parameter), Flavor(DisableOverride, ToSubclass);
-Qualifier Out : boolean = false, Scope(parameter), Flavor(DisableOverride, ToSubclass);
 Qualifier MaxLen : uint32 = null, Scope(property, method, parameter);
 Qualifier MinValue : sint64 = null, Scope(property, method, parameter);
 Qualifier ValueMap : string[], Scope(property, method, parameter);
@@ -31,7 +30,6 @@ Qualifier Version : string = null, Scope(class, association, indication), Flavor
 Qualifier Max : uint32 = null, Scope(reference);
 Qualifier Weight : real32 = 1.5, Scope(property);
 Qualifier Letter : char16 = 'a', Scope(property);
-Qualifier Since : datetime = null, Scope(property);
 )";
 
 struct Result {
@@ -44,15 +42,6 @@ struct Result {
         std::string out;
         for (const auto& d : diagnostics) {
             out += d.toString() + "\n";
-        }
-        return out;
-    }
-    std::vector<std::string> errors() const {
-        std::vector<std::string> out;
-        for (const auto& d : diagnostics) {
-            if (d.isError()) {
-                out.push_back(d.toString());
-            }
         }
         return out;
     }

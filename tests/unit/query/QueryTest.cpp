@@ -23,17 +23,8 @@ const char* const kNs = "root/test";
 const char* const kSchema = R"(
 #pragma namespace ("root/test")
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
-Qualifier Indication : boolean = false, Scope(class, indication), Flavor(DisableOverride);
-Qualifier EmbeddedObject : boolean = false, Scope(property, method, parameter);
 class TEST_Service { [Key] string Name; uint16 Priority; };
 class TEST_Special : TEST_Service { };
-[Indication] class TEST_InstCreation {
-    [EmbeddedObject] string SourceInstance;
-    datetime IndicationTime;
-    uint64 Big;
-    sint64 Small;
-    real64 Real;
-};
 )";
 
 std::shared_ptr<tarn::CClassSet> schema() {

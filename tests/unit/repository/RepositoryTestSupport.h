@@ -3,7 +3,9 @@
 // instance names.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <filesystem>
 #include <functional>
@@ -12,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "HttpTestSupport.h"
 #include "mof/MofCompiler.h"
 #include "repository/Repository.h"
 #include "repository/RepositoryMofSink.h"
@@ -25,6 +28,8 @@
 namespace repotest {
 
 namespace fs = std::filesystem;
+using tarntest::TempDir;
+using ::testing::HasSubstr;
 
 inline const char* const kNs = "root/test";
 
@@ -60,25 +65,6 @@ class T_MultiKey { [Key] string Name; [Key] uint32 Number; [Key] boolean Flag; [
 [Association] class T_Link { [Key] T_Base REF Left; [Key] T_MultiKey REF Right; string Note; };
 class T_RefKey { [Key, TARN_ReferenceKey] string Target; string Note; };
 )";
-
-class TempDir {
-  public:
-    TempDir() {
-        std::string tmpl = (fs::temp_directory_path() / "tarn-repo-XXXXXX").string();
-        if (!::mkdtemp(tmpl.data())) {
-            throw std::runtime_error("mkdtemp failed");
-        }
-        _path = tmpl;
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(_path, ec);
-    }
-    const fs::path& path() const { return _path; }
-
-  private:
-    fs::path _path;
-};
 
 // Compiles MOF text against the repository and writes it in one
 // transaction; the compiler's messages on failure.
@@ -126,7 +112,6 @@ inline VELSmrPtr<CVelaInstanceName> name(
     return n;
 }
 
-// The CIM status code an operation raises; 0 when it raises none.
 // The names of the subclasses of a class (the roots for ""), from the catalog.
 inline std::vector<VELString> classNames(const tarn::Repository& repo, const VELString& ns,
                                          const VELString& cls, bool deep) {
@@ -137,6 +122,7 @@ inline std::vector<VELString> classNames(const tarn::Repository& repo, const VEL
     return names;
 }
 
+// The CIM status code an operation raises; 0 when it raises none.
 inline int codeOf(const std::function<void()>& op, std::string* message = nullptr) {
     try {
         op();
@@ -147,6 +133,28 @@ inline int codeOf(const std::function<void()>& op, std::string* message = nullpt
         return e.getCode();
     }
     return 0;
+}
+
+// Runs SQL on the database file directly, outside the repository; with blob,
+// ?1 is bound to it.
+inline void sql(const std::string& path, const std::string& text,
+                const std::string* blob = nullptr) {
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+    sqlite3_stmt* st = nullptr;
+    const char* rest = text.c_str();
+    while (*rest) {
+        ASSERT_EQ(sqlite3_prepare_v2(db, rest, -1, &st, &rest), SQLITE_OK) << sqlite3_errmsg(db);
+        if (!st) {
+            break;
+        }
+        if (blob) {
+            sqlite3_bind_blob(st, 1, blob->data(), static_cast<int>(blob->size()), SQLITE_STATIC);
+        }
+        EXPECT_EQ(sqlite3_step(st), SQLITE_DONE) << sqlite3_errmsg(db);
+        sqlite3_finalize(st);
+    }
+    sqlite3_close(db);
 }
 
 // The text of a property's value ("" when unset).

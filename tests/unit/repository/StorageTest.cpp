@@ -1,12 +1,11 @@
-// The repository's storage: the format version is checked, damaged data is
-// reported and never read past, and schema declarations are kept or refused
-// as a whole.
-#include <sqlite3.h>
-
+// The repository's storage: the format version is checked, a file of the
+// first format upgraded, damaged data is reported and never read past, and
+// schema declarations are kept or refused as a whole.
 #include <cstdlib>
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <tuple>
 
 #include "RepositoryTestSupport.h"
 #include "mof/MofClassSetSink.h"
@@ -15,17 +14,6 @@
 
 namespace repotest {
 namespace {
-
-// Runs SQL on the database file directly, outside the repository.
-void sql(const std::string& path, const std::string& text) {
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-    char* error = nullptr;
-    int rc = sqlite3_exec(db, text.c_str(), nullptr, nullptr, &error);
-    EXPECT_EQ(rc, SQLITE_OK) << (error ? error : "");
-    sqlite3_free(error);
-    sqlite3_close(db);
-}
 
 template <class T>
 std::vector<T> all(VELSmrPtr<tarn::Iterator<T>> it) {
@@ -96,7 +84,7 @@ TEST_F(Storage, ANewerFormatOrAForeignFileIsRefusedWithAClearMessage) {
     std::string garbage = (dir.path() / "garbage.db").string();
     std::ofstream(garbage) << std::string(4096, 'x');
     EXPECT_EQ(codeOf([&] { tarn::Repository r(garbage); }, &message), 1);
-    EXPECT_NE(message.find("SQLite"), std::string::npos) << message;
+    EXPECT_THAT(message, HasSubstr("SQLite"));
 
     // A new file is created, and says so.
     tarn::Repository fresh((dir.path() / "fresh.db").string());
@@ -136,7 +124,7 @@ TEST_F(Storage, DamagedInstanceDataIsReportedNotReadPastItsEnd) {
                   },
                   &message),
               1);
-    EXPECT_NE(message.find("the repository is damaged: an instance"), std::string::npos) << message;
+    EXPECT_THAT(message, HasSubstr("the repository is damaged: an instance"));
 }
 
 TEST_F(Storage, IdenticalDeclarationsAreKeptAndDifferentOnesFailTheWholeCompilation) {
@@ -152,10 +140,9 @@ TEST_F(Storage, IdenticalDeclarationsAreKeptAndDifferentOnesFailTheWholeCompilat
                               "class T_New : T_Level1 { };\n"
                               "instance of T_Level1 { Id = \"mof\"; };\n"
                               "class T_Level2 : T_Level1 { boolean Flag = false; };\n");
-    EXPECT_NE(out.find("class T_Level2 already exists in namespace root/test with a different "
-                       "definition"),
-              std::string::npos)
-        << out;
+    EXPECT_THAT(out,
+                HasSubstr("class T_Level2 already exists in namespace root/test with a different "
+                          "definition"));
     EXPECT_TRUE(repo->catalog()->getClass(kNs, "T_New").isNull());
     EXPECT_EQ(repo->countInstances(kNs, "T_Level1", false), 0u);
 
@@ -165,15 +152,14 @@ TEST_F(Storage, IdenticalDeclarationsAreKeptAndDifferentOnesFailTheWholeCompilat
               "");
     EXPECT_EQ(counts.unchanged, 1u);
     out = loadMof(*repo, "instance of T_Level1 { Id = \"m\"; Count = 2; };\n");
-    EXPECT_NE(out.find("already exists"), std::string::npos) << out;
+    EXPECT_THAT(out, HasSubstr("already exists"));
 
     // A qualifier declared differently.
     out = loadMof(
         *repo,
         "Qualifier Key : boolean = true, Scope(property), Flavor(DisableOverride, ToSubclass);\n");
-    EXPECT_NE(out.find("qualifier Key is already declared differently in namespace root/test"),
-              std::string::npos)
-        << out;
+    EXPECT_THAT(out,
+                HasSubstr("qualifier Key is already declared differently in namespace root/test"));
 
     // New classes build on the stored ones, in a namespace of their own too.
     ASSERT_EQ(loadMof(*repo, "class T_Level4 : T_Level3 { string More; };\n"), "");
@@ -197,9 +183,18 @@ TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
     options.defaultNameSpace = "root/dmtf";
     tarn::MofClassSetSink memory;
     {
+        // The whole schema compiles without a single error or warning.
         tarn::MofCompiler compiler(options);
         compiler.compileFile(entry);
         ASSERT_TRUE(compiler.commit(memory));
+        std::string text;
+        for (const auto& d : compiler.diagnostics()) {
+            text += d.toString() + "\n";
+        }
+        EXPECT_EQ(text, "");
+        const auto s = compiler.summary();
+        EXPECT_EQ(std::tie(s.files, s.qualifiers, s.classes, s.instances),
+                  std::make_tuple(1634u, 70u, 1631u, 0u));
     }
     {
         tarn::MofCompiler compiler(options, repo->catalog().get());
@@ -209,7 +204,7 @@ TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
     }
     reopen();
     auto expected = memory.classSet()->getSubclasses("root/dmtf", "", true);
-    ASSERT_GT(expected.size(), 1000u);
+    ASSERT_EQ(expected.size(), 1631u);
     EXPECT_EQ(repo->catalog()->getSubclasses("root/dmtf", "", true).size(), expected.size());
     std::size_t differing = 0;
     for (const auto& c : expected) {
@@ -224,6 +219,80 @@ TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
     EXPECT_EQ(differing, 0u);
     EXPECT_EQ(repo->catalog()->getQualifierDefs("root/dmtf").size(),
               memory.classSet()->getQualifierDefs("root/dmtf").size());
+}
+
+// A repository of the first format, whose references may carry a host and
+// lack their namespace, is upgraded and its references indexed.
+TEST_F(Storage, AFormatOneRepositoryIsUpgradedWithItsReferencesIndexed) {
+    auto ref = [](const std::string& path) {
+        return CVelaValue::makeReference(CVelaInstanceName::parse(path));
+    };
+    // "Class role" of each T_Link that references the target.
+    auto referrers = [&](const char* target, const char* role = "") {
+        std::vector<std::string> out;
+        repo->referrers(kNs, {"T_Link"}, CVelaInstanceName::parse(target), role,
+                        [&](const VELSmrPtr<IVelaObject>& a, const std::vector<VELString>& roles) {
+                            for (const auto& r : roles) {
+                                out.push_back(a->getClassName().str() + " " + r.str());
+                            }
+                            return true;
+                        });
+        return out;
+    };
+    repo->createInstance(kNs, *instance("T_Level1", {{"Id", text("one")}}));
+    repo->createInstance(kNs,
+                         *instance("T_MultiKey", {{"Name", text("a")},
+                                                  {"Number", text("5")},
+                                                  {"Flag", text("true")},
+                                                  {"When", text("20240102030405.000000+060")}}));
+    const char* multiKey =
+        "T_MultiKey.Name=\"a\",Number=5,Flag=TRUE,When=\"20240102030405.000000+060\"";
+    repo->createInstance(kNs, *instance("T_Link", {{"Left", ref("T_Level1.Id=\"one\"")},
+                                                   {"Right", ref(multiKey)},
+                                                   {"Note", text("kept")}}));
+    // Two rows of the first format naming one instance: references with a
+    // host, one without namespace, their key text as that format wrote it.
+    auto oldForm = [&](const char* host, const char* note) {
+        // A host and no namespace: parsed without the host, which is put in after.
+        auto left = makeVELSmrPtr<CVelaInstanceName>("T_Level1");
+        left->setNameSpacePath(makeVELSmrPtr<CVelaNameSpacePath>(host, VELString()));
+        left->addKeyBinding("Id", CVelaValue::makeString("one"));
+        auto obj = makeVELSmrPtr<CVelaObject>("T_Link");
+        obj->addProperty("Left", CVelaValue::makeReference(left));
+        obj->addProperty("Right",
+                         ref((std::string("//") + host + "/root/test:" + multiKey).c_str()));
+        obj->addProperty("Note", CVelaValue::makeString(note));
+        return tarn::InstanceCodec::encode(*obj);
+    };
+    const std::string id =
+        std::to_string(repo->catalog()->current()->find(kNs)->findClass("T_Link")->id());
+    const std::string right =
+        "t_multikey.flag=TRUE,name=\\\"a\\\",number=5,when=\\\"20240102030405.000000+060\\\"";
+    repo.reset();
+    sql(dbPath(), "DROP TABLE refs; DELETE FROM instances WHERE class=" + id +
+                      "; UPDATE repository_meta SET value='1' WHERE name='format_version'");
+    for (const char* host : {"oldhost", "otherhost"}) {
+        std::string data = oldForm(host, host);
+        sql(dbPath(),
+            "INSERT INTO instances VALUES (" + id + ", 'left=\"//" + host +
+                "/t_level1.id=\\\"one\\\"\",right=\"//" + host + "/root/test:" + right + "\"', ?1)",
+            &data);
+    }
+
+    open();
+    EXPECT_EQ(repo->getInfo("format_version"), "2");
+    EXPECT_EQ(repo->checkIntegrity(), "ok");
+    // The first row stays, under the key text of today; the second, a copy
+    // of it, is gone.
+    EXPECT_EQ(repo->countInstances(kNs, "T_Link", false), 1u);
+    auto got = repo->getInstance(
+        kNs, *name("T_Link", {{"Left", ref("T_Level1.Id=\"one\"")}, {"Right", ref(multiKey)}}));
+    EXPECT_EQ(valueText(*got, "Note"), "oldhost");
+    auto left = got->getProperty("Left")->getValue()->getReference();
+    EXPECT_TRUE(left->getNameSpacePath()->getHost().isNull());
+    EXPECT_EQ(left->getNameSpacePath()->getNameSpace(), kNs);
+    EXPECT_EQ(referrers("T_Level1.Id=\"one\""), std::vector<std::string>{"T_Link Left"});
+    EXPECT_EQ(referrers(multiKey, "Right"), std::vector<std::string>{"T_Link Right"});
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-// tarn-mof writing into the repository of a state directory: a run is
-// written entirely or not at all, and --check writes nothing.
+// The tarn-mof command: its messages and exit status, and writing into the
+// repository of a state directory: a run is written entirely or not at all,
+// and --check writes nothing.
 #include <sys/wait.h>
 
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 
 #include "RepositoryTestSupport.h"
 
@@ -30,16 +30,12 @@ class TarnMofWrite : public ::testing::Test {
         ToolRun r;
         FILE* p = ::popen(cmd.c_str(), "r");
         char buf[4096];
-        std::size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, p)) > 0) {
+        for (std::size_t n; (n = std::fread(buf, 1, sizeof buf, p)) > 0;) {
             r.out.append(buf, n);
         }
         int st = ::pclose(p);
         r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
-        std::ifstream in(err);
-        std::ostringstream os;
-        os << in.rdbuf();
-        r.err = os.str();
+        r.err = tarntest::readFile(err);
         return r;
     }
     std::unique_ptr<tarn::Repository> open() {
@@ -50,6 +46,16 @@ class TarnMofWrite : public ::testing::Test {
     TempDir dir;
 };
 
+TEST_F(TarnMofWrite, ReportsErrorsWithTheirPlaceAndFails) {
+    write("bad.mof", "class A { };\nclass B : Nowhere { };\n#pragma odd (\"x\")\n");
+    ToolRun r = run("--state-dir state -n root/test --check bad.mof");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err,
+              "bad.mof:3:9: warning: unknown #pragma odd; ignored\n"
+              "bad.mof:2:11: error: unknown superclass Nowhere of class B\n");
+    EXPECT_THAT(r.out, HasSubstr("1 errors, 1 warnings"));
+}
+
 TEST_F(TarnMofWrite, ARunWithAnErrorWritesNothingAndCheckNeverWrites) {
     write("good.mof", "class TARN_A : CIM_ManagedElement { [Key] string K; };\n");
     ASSERT_EQ(run("--state-dir state good.mof").status, 0);
@@ -59,30 +65,19 @@ TEST_F(TarnMofWrite, ARunWithAnErrorWritesNothingAndCheckNeverWrites) {
           "instance of TARN_A { K = \"y\"; Nothing = 1; };\n");
     ToolRun r = run("--state-dir state mixed.mof");
     EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find("mixed.mof:3:"), std::string::npos) << r.err;
-    EXPECT_NE(r.out.find("; nothing written\n"), std::string::npos) << r.out;
+    EXPECT_THAT(r.err, HasSubstr("mixed.mof:3:"));
+    EXPECT_THAT(r.out, HasSubstr("; nothing written\n"));
     {
         auto repo = open();
         EXPECT_TRUE(repo->catalog()->getClass("root/cimv2", "TARN_B").isNull());
         EXPECT_EQ(repo->countInstances("root/cimv2", "TARN_A", true), 0u);
     }
-    // A class that exists with another definition fails the run as a whole.
-    write("changed.mof",
-          "class TARN_C : TARN_A { };\n"
-          "class TARN_A : CIM_ManagedElement { [Key] string K; string More; };\n");
-    r = run("--state-dir state changed.mof");
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find("class TARN_A already exists in namespace root/cimv2 with a different "
-                         "definition"),
-              std::string::npos)
-        << r.err;
     // --check compiles against the repository's classes and leaves it as it is.
     write("check.mof", "class TARN_D : TARN_A { };\n");
     r = run("--state-dir state --check check.mof");
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("; checked only, nothing written\n"), std::string::npos) << r.out;
+    EXPECT_THAT(r.out, HasSubstr("; checked only, nothing written\n"));
     auto repo = open();
-    EXPECT_TRUE(repo->catalog()->getClass("root/cimv2", "TARN_C").isNull());
     EXPECT_TRUE(repo->catalog()->getClass("root/cimv2", "TARN_D").isNull());
     // Another namespace is created for the MOF that asks for it.
     write("other.mof", "class TARN_A : CIM_ManagedElement { [Key] string K; };\n");

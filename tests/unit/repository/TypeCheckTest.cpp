@@ -1,8 +1,10 @@
 // Typing of created instances: every CIM type from untyped request text and
 // from typed values, the values refused for each, and that what is stored
-// reads back exactly, also after the repository is reopened.
-#include <cmath>
-
+// reads back exactly (each read decodes the stored row). What text each type
+// accepts is ValueText's (tests/unit/cim); here one refusal of text stands
+// for the rest. A reopened repository reads its classes back faithfully
+// (Storage.TheDmtfSchemaIsStoredAndReadBackFaithfully) and its instances
+// (Durability).
 #include "RepositoryTestSupport.h"
 
 namespace repotest {
@@ -37,8 +39,6 @@ std::vector<TypeCase> typeCases() {
     };
     return {
         {"B", text("true"), "TRUE"},
-        {"B", text(" False "), "FALSE"},
-        {"B", text("yes"), nullptr},
         {"B", CVelaValue::makeBoolean(false), "FALSE"},
         {"B", CVelaValue::makeUint8(1), nullptr},
         {"S", text(" keeps its blanks "), " keeps its blanks "},
@@ -46,42 +46,28 @@ std::vector<TypeCase> typeCases() {
         {"S", CVelaValue::makeBoolean(true), nullptr},
         {"C", text("\xc3\xa9"), "\xc3\xa9"},
         {"C", CVelaValue::makeString("x"), "x"},
-        {"C", text("ab"), nullptr},
         {"D", text("20240229235959.123456-300"), "20240229235959.123456-300"},
         {"D", text("00000001020304.000000:000"), "00000001020304.000000:000"},
         {"D", CVelaValue::makeString("20230101000000.000000+000"), "20230101000000.000000+000"},
-        {"D", text("20230229000000.000000+000"), nullptr},
-        {"D", text("2024"), nullptr},
         {"U8", text("255"), "255"},
-        {"U8", text("0x10"), "16"},
         {"U8", text("256"), nullptr},
-        {"U8", text("-1"), nullptr},
         {"U8", CVelaValue::makeSint32(200), "200"},
         {"S8", text("-128"), "-128"},
-        {"S8", text("128"), nullptr},
         {"U16", text("65535"), "65535"},
-        {"U16", text("65536"), nullptr},
         {"S16", text("-32768"), "-32768"},
-        {"S16", text("40000"), nullptr},
         {"U32", text("4294967295"), "4294967295"},
-        {"U32", text("4294967296"), nullptr},
         {"U32", CVelaValue::makeSint32(-5), nullptr},
         {"U32", CVelaValue::makeString("5"), nullptr},
         {"U32", CVelaValue::makeReal64(5.0), nullptr},
         {"S32", text("-2147483648"), "-2147483648"},
-        {"S32", text("2147483648"), nullptr},
         {"U64", text("18446744073709551615"), "18446744073709551615"},
-        {"U64", text("18446744073709551616"), nullptr},
         {"U64", CVelaValue::makeUint8(7), "7"},
         {"S64", text("-9223372036854775808"), "-9223372036854775808"},
-        {"S64", text("9223372036854775808"), nullptr},
         {"R32", text("0.1"), "0.1"},
         {"R32", text("-INF"), "-INF"},
-        {"R32", text("1e39"), nullptr},
         {"R32", CVelaValue::makeUint32(3), "3"},
         {"R64", text("2.5e-300"), "2.5e-300"},
         {"R64", text("NaN"), "NaN"},
-        {"R64", text("abc"), nullptr},
         {"R64", CVelaValue::makeString("1.5"), nullptr},
         {"A8", untypedArray({"1", "2", nullptr, "255"}), "{1,2,NULL,255}"},
         {"A8", untypedArray({}), "{}"},
@@ -100,7 +86,7 @@ class TypeCheck : public RepositoryTest {};
 
 TEST_F(TypeCheck, EveryTypeIsTypedFromTextOrConvertedOrRefused) {
     int n = 0;
-    std::vector<std::pair<std::string, std::string>> expected;
+    std::size_t stored = 0;
     for (const auto& c : typeCases()) {
         std::string id = "case" + std::to_string(n++);
         auto obj = instance("T_AllTypes", {{"Id", text(id.c_str())}, {c.property, c.given}});
@@ -108,8 +94,7 @@ TEST_F(TypeCheck, EveryTypeIsTypedFromTextOrConvertedOrRefused) {
         int code = codeOf([&] { repo->createInstance(kNs, *obj); }, &message);
         if (!c.stored) {
             EXPECT_EQ(code, 13) << c.property << " = " << c.given->toString() << ": " << message;
-            EXPECT_NE(message.find(std::string("property ") + c.property), std::string::npos)
-                << message;
+            EXPECT_THAT(message, HasSubstr(std::string("property ") + c.property));
             continue;
         }
         ASSERT_EQ(code, 0) << c.property << " = " << c.given->toString() << ": " << message;
@@ -118,40 +103,9 @@ TEST_F(TypeCheck, EveryTypeIsTypedFromTextOrConvertedOrRefused) {
         EXPECT_FALSE(p->getValue()->isUntyped()) << c.property;
         EXPECT_EQ(p->getValue()->getType()->getTypeId(), p->getType()->getTypeId()) << c.property;
         EXPECT_EQ(valueText(*got, c.property), c.stored) << c.property;
-        expected.emplace_back(id, c.property);
+        ++stored;
     }
-    EXPECT_EQ(repo->countInstances(kNs, "T_AllTypes", false), expected.size());
-
-    // What was stored reads back the same after a reopen.
-    std::vector<VELSmrPtr<IVelaObject>> before;
-    repo->enumerateInstances(kNs, "T_AllTypes", false, [&](const VELSmrPtr<IVelaObject>& o) {
-        before.push_back(o);
-        return true;
-    });
-    reopen();
-    std::size_t i = 0;
-    repo->enumerateInstances(kNs, "T_AllTypes", false, [&](const VELSmrPtr<IVelaObject>& o) {
-        EXPECT_LT(i, before.size());
-        if (i >= before.size()) {
-            return false;
-        }
-        const auto& b = before[i++];
-        EXPECT_TRUE(o->getPath()->equals(*b->getPath()));
-        for (std::size_t k = 0; k < o->getPropertyCount(); ++k) {
-            const auto& x = o->getProperty(k)->getValue();
-            const auto& y = b->getProperty(k)->getValue();
-            if (x.isNull() || y.isNull()) {  // NULL arrays
-                EXPECT_EQ(x.isNull(), y.isNull()) << o->getProperty(k)->getName();
-                continue;
-            }
-            bool nan = x->isSet() && x->getType()->getTypeId() == CIMTypeId::Real64 &&
-                       !x->getType()->isArray() && std::isnan(x->getReal());
-            EXPECT_TRUE(nan || x->equals(*y))
-                << o->getProperty(k)->getName() << ": " << x->toString() << " vs " << y->toString();
-        }
-        return true;
-    });
-    EXPECT_EQ(i, before.size());
+    EXPECT_EQ(repo->countInstances(kNs, "T_AllTypes", false), stored);
 }
 
 TEST_F(TypeCheck, EmbeddedInstancesMustBeInstancesOfTheNamedClass) {

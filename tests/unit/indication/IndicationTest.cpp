@@ -1,0 +1,202 @@
+// The indication service: the per-destination queues on real threads (order,
+// isolation of a stuck destination, pause and overflow), and matching of
+// subscriptions read from a repository with the default schema.
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+
+#include "HttpTestSupport.h"
+#include "indication/DeliveryQueues.h"
+#include "indication/IndicationService.h"
+#include "repository/DefaultSchema.h"
+#include "tarn/ProviderContext.h"
+#include "vela/CVelaObject.h"
+#include "vela/CVelaValue.h"
+
+namespace tarn {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Records what each destination received; deliveries to "stuck" wait until
+// released (bounded).
+class Recorder {
+  public:
+    bool record(const std::string& destination, const std::string& what) {
+        std::unique_lock<std::mutex> lock(_m);
+        if (destination == "stuck") {
+            _cv.wait_for(lock, 10s, [&] { return _released; });
+        }
+        _got[destination].push_back(what);
+        _cv.notify_all();
+        return true;
+    }
+    // The number of a DeliveryQueues item, under its namespace.
+    bool deliver(const DeliveryQueues::Item& item) {
+        return record(item.nameSpace.str(),
+                      item.indication->getProperty("N")->getValue()->toString().str());
+    }
+    void release() {
+        std::lock_guard<std::mutex> lock(_m);
+        _released = true;
+        _cv.notify_all();
+    }
+    // What the destination received once it has n, or after 10 s.
+    std::vector<std::string> await(const std::string& destination, std::size_t n) {
+        std::unique_lock<std::mutex> lock(_m);
+        _cv.wait_for(lock, 10s, [&] { return _got[destination].size() >= n; });
+        return _got[destination];
+    }
+
+  private:
+    std::mutex _m;
+    std::condition_variable _cv;
+    bool _released = false;
+    std::map<std::string, std::vector<std::string>> _got;
+};
+
+DeliveryQueues::Item item(const char* destination, int n) {
+    auto i = makeVELSmrPtr<CVelaObject>("CIM_InstCreation");
+    i->addProperty("N", CVelaValue::makeUint32(static_cast<std::uint32_t>(n)));
+    // The namespace stands for the destination in these tests.
+    return {destination, i, nullptr, nullptr};
+}
+
+std::vector<std::string> range(int from, int to) {
+    std::vector<std::string> v;
+    for (int n = from; n < to; ++n) {
+        v.push_back(std::to_string(n));
+    }
+    return v;
+}
+
+TEST(DeliveryQueues, AStuckDestinationDelaysNoOtherAndEachKeepsItsOrder) {
+    Recorder r;
+    DeliveryQueues queues(2, 1000, [&](const auto& i) { return r.deliver(i); });
+    for (int n = 0; n < 200; ++n) {
+        for (const char* d : {"stuck", "a", "b"}) {
+            queues.push(d, item(d, n));
+        }
+    }
+    // With two threads, one held by the stuck destination, the other serves both.
+    EXPECT_EQ(r.await("a", 200), range(0, 200));
+    EXPECT_EQ(r.await("b", 200), range(0, 200));
+    r.release();
+    EXPECT_EQ(r.await("stuck", 200), range(0, 200));
+    // Counted once the delivery has returned: after the pool has finished.
+    EXPECT_TRUE(queues.stop(5s));
+    EXPECT_EQ(queues.counts().delivered, 600u);
+}
+
+TEST(DeliveryQueues, WhilePausedTheyQueueAndAFullQueueDropsItsOldest) {
+    Recorder r;
+    DeliveryQueues queues(2, 3, [&](const auto& i) { return r.deliver(i); });
+    queues.pause();
+    for (int n = 0; n < 5; ++n) {
+        queues.push("a", item("a", n));
+    }
+    EXPECT_EQ(queues.counts().queued, 3u);
+    EXPECT_EQ(queues.counts().dropped, 2u);
+    EXPECT_EQ(queues.counts().delivered, 0u);
+    queues.resume();
+    EXPECT_EQ(r.await("a", 3), range(2, 5));
+}
+
+TEST(DeliveryQueues, StoppingDropsWhatIsQueuedAndRefusesMore) {
+    Recorder r;
+    DeliveryQueues queues(1, 100, [&](const auto& i) { return r.deliver(i); });
+    queues.pause();
+    queues.push("a", item("a", 1));
+    EXPECT_TRUE(queues.stop(1s));
+    queues.push("a", item("a", 2));
+    EXPECT_EQ(queues.counts().queued, 0u);
+    EXPECT_EQ(queues.counts().delivered, 0u);
+}
+
+class IndicationServiceTest : public ::testing::Test {
+  protected:
+    IndicationServiceTest() { DefaultSchema::ensure(repo, TARN_SOURCE_DIR "/schema"); }
+
+    VELSmrPtr<IVelaInstanceName> make(
+        const char* cls, const char* name,
+        std::vector<std::pair<const char*, VELSmrPtr<IVelaValue>>> more) {
+        CVelaObject o(cls);
+        o.addProperty("SystemCreationClassName", CVelaValue::makeString("CIM_ComputerSystem"));
+        o.addProperty("SystemName", CVelaValue::makeString("host"));
+        o.addProperty("CreationClassName", CVelaValue::makeString(cls));
+        o.addProperty("Name", CVelaValue::makeString(name));
+        for (auto& [k, v] : more) {
+            o.addProperty(k, v);
+        }
+        return repo.createInstance("interop", o);
+    }
+    // A destination named name with a subscription to a filter of this query
+    // over these source namespaces.
+    void subscribe(const char* name, const char* query, const char* sources,
+                   std::uint16_t state = 2) {
+        auto filter = make("CIM_IndicationFilter", name,
+                           {{"Query", CVelaValue::makeString(query)},
+                            {"QueryLanguage", CVelaValue::makeString("WQL")},
+                            {"SourceNamespace", CVelaValue::makeString(sources)}});
+        auto destination =
+            make("CIM_ListenerDestinationCIMXML", name,
+                 {{"Destination", CVelaValue::makeString(std::string("http://") + name)}});
+        CVelaObject s("CIM_IndicationSubscription");
+        s.addProperty("Filter", CVelaValue::makeReference(filter));
+        s.addProperty("Handler", CVelaValue::makeReference(destination));
+        s.addProperty("SubscriptionState", CVelaValue::makeUint16(state));
+        repo.createInstance("interop", s);
+    }
+    static VELSmrPtr<IVelaObject> indication(const char* cls, const char* id, int level) {
+        auto i = makeVELSmrPtr<CVelaObject>(cls);
+        i->addProperty("IndicationIdentifier", CVelaValue::makeString(id));
+        auto source = makeVELSmrPtr<CVelaObject>("TARN_Service");
+        source->addProperty("Priority", CVelaValue::makeUint32(static_cast<std::uint32_t>(level)));
+        i->addProperty("SourceInstance", CVelaValue::makeObject(source));
+        return i;
+    }
+
+    tarntest::TempDir dir;
+    Repository repo{(dir.path() / "repository.db").string()};
+    Recorder recorder;
+};
+
+TEST_F(IndicationServiceTest, EachSelectingSubscriptionGetsAnIndicationOnce) {
+    subscribe("all", "SELECT * FROM CIM_Indication", "root/cimv2");
+    subscribe("high", "SELECT * FROM CIM_InstCreation WHERE SourceInstance.Priority > 5",
+              "root/cimv2");
+    subscribe("isa", "SELECT * FROM CIM_InstIndication WHERE SourceInstance ISA CIM_Service",
+              "root/cimv2");
+    subscribe("interop", "SELECT * FROM CIM_InstCreation", "interop");
+    subscribe("off", "SELECT * FROM CIM_InstCreation", "root/cimv2", 4);
+    IndicationService service({}, *repo.catalog(), repo, [this](const auto& item) {
+        return recorder.record(
+            "any",
+            item.handler->getProperty("Name")->getValue()->toString().str() + ":" +
+                item.indication->getProperty("IndicationIdentifier")->getValue()->toString().str());
+    });
+    service.reload();
+    EXPECT_EQ(service.activeSubscriptions(), 4u);
+    EXPECT_TRUE(service.wants("root/cimv2", "CIM_InstDeletion"));
+    EXPECT_FALSE(service.wants("root/other", "CIM_InstCreation"));
+
+    // Paused, the queues hold every match, counted before any is delivered.
+    service.pause();
+    service.raise("root/cimv2", indication("CIM_InstCreation", "c9", 9));
+    service.raise("root/cimv2", indication("CIM_InstDeletion", "d1", 1));
+    service.raise("root/other", indication("CIM_InstCreation", "x", 9));
+    // Raised by a provider, through its context.
+    ProviderContext context;
+    context.nameSpace = "interop";
+    context.indications = &service;
+    context.raiseIndication(indication("CIM_InstCreation", "i1", 1));
+    EXPECT_EQ(service.counts().queued, 6u);
+    service.resume();
+    auto got = recorder.await("any", 6);
+    std::sort(got.begin(), got.end());
+    EXPECT_EQ(got, (std::vector<std::string>{"all:c9", "all:d1", "high:c9", "interop:i1", "isa:c9",
+                                             "isa:d1"}));
+}
+
+}  // namespace
+}  // namespace tarn
