@@ -1,0 +1,231 @@
+// The requests the operations' readers refuse: the code and the answer of
+// each, the error lines logged (exactly), and that the handler never sees them.
+#include "OperationTestSupport.h"
+#include "tarn/CQualifier.h"
+
+namespace {
+
+using namespace optest;
+
+const std::string kInvalid =
+    "<ERROR CODE=\"4\" DESCRIPTION=\"One or more parameter values passed to the method are not "
+    "valid.\"/>";
+const std::string kGeneral =
+    "<ERROR CODE=\"1\" DESCRIPTION=\"A general error occurred that is not covered by a more "
+    "specific error code.\"/>";
+
+std::string word(const char* parameter, const char* text) {
+    return iparam(parameter, value(text));
+}
+std::string objectName(const std::string& content) {
+    return iparam("ObjectName", content);
+}
+// CIM-XML text as a client sends it inside a VALUE.
+std::string escaped(const std::string& xml) {
+    std::string out;
+    for (char c : xml) {
+        out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '"' ? "&quot;" : std::string(1, c);
+    }
+    return out;
+}
+
+// The log line of an exception the reader caught, as the reader must write it.
+std::string caughtLine(const std::function<void()>& thrower) {
+    try {
+        thrower();
+    } catch (const VelaBaseException& e) {
+        return "Caught " + e.getWho().str() + "; Code: " + std::to_string(e.getCode()) +
+               "; Msg: " + e.getMessage().str();
+    }
+    ADD_FAILURE() << "nothing thrown";
+    return {};
+}
+
+class RefusalTest : public ::testing::Test {
+  protected:
+    RefusalTest() {
+        // A class that embeds instances, looked up by the SetProperty reader.
+        auto holder = makeVELSmrPtr<CVelaClass>("Test_Holder", "");
+        holder->addProperty(makeVELSmrPtr<tarn::CPropertyDef>("Id", CVelaType::string));
+        auto parts =
+            makeVELSmrPtr<tarn::CPropertyDef>("Parts", CVelaType::get(CIMTypeId::String, true));
+        parts->addQualifier(VELSmrPtr<tarn::IQualifier>(new tarn::CQualifier(
+            "EmbeddedInstance", CVelaType::string, CVelaValue::makeString("Test_Part"), 0)));
+        holder->addProperty(parts);
+        context.classes->addClass(kNs, holder);
+        tarn::ISchemaCatalog::install(context.classes);
+    }
+    ~RefusalTest() override { tarn::ISchemaCatalog::install(nullptr); }
+
+    FakeContext context;
+    QuietTrace quiet;
+    tarn::LogCapture log;
+};
+
+TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
+    const std::string base = className("Test_Base");
+    const std::string leaf = iparam("InstanceName", leafName());
+    const std::string named =
+        iparam("ModifiedInstance",
+               "<VALUE.NAMEDINSTANCE>" + leafName() + leafInstance() + "</VALUE.NAMEDINSTANCE>");
+    const std::string newLeaf = iparam("NewInstance", leafInstance());
+    const std::string ofLeaf = objectName(leafName());
+    const std::string notAReference =
+        caughtLine([] { CVelaValue::makeUntyped("x")->getReference(); });
+    const std::string part =
+        "<INSTANCE CLASSNAME=\"Test_Part\"><PROPERTY NAME=\"Id\" TYPE=\"string\"><VALUE>p1"
+        "</VALUE></PROPERTY></INSTANCE>";
+    const std::string badParts =
+        iparam("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Holder\"/>") +
+        word("PropertyName", "Parts") +
+        iparam("NewValue", "<VALUE.ARRAY><VALUE>" + escaped(part) +
+                               "</VALUE><VALUE>&lt;INSTANCE</VALUE></VALUE.ARRAY>");
+    const std::string check = "CIMXMLUtil::validateParameterNames: Operation '";
+    const std::string enumInit = "EnumerateInstancesOperation::initialize: ";
+    const std::string getInit = "GetInstanceOperation::initialize: ";
+    const std::string getClass = "GetClassOperation::setRequest: ";
+    const std::string classes = "EnumerateClassesOperation::setRequest: ";
+    const std::string assocNames = "AssociatorNamesOperation::setRequest: ";
+    const std::string assocs = "AssociatorsOperation::setRequest: ";
+    const std::string refs = "ReferencesOperation::setRequest: ";
+    const std::string missingObject =
+        "Missing required parameter OBJECTNAME, or OBJECTNAME is not a REFERENCE type";
+    struct Case {
+        const char* method;
+        std::string params;
+        int code;
+        std::string logged;  // the error lines, sources without "cimxmlpa::"
+    };
+    const Case cases[] = {
+        // Boolean words other than true and false in any case, and no blanks.
+        {"EnumerateInstances", base + word("DeepInheritance", "yes"), 4,
+         enumInit + "Invalid value for deepInheritance: yes"},
+        {"EnumerateInstances", base + word("DeepInheritance", "1"), 4,
+         enumInit + "Invalid value for deepInheritance: 1"},
+        {"EnumerateInstances", base + word("DeepInheritance", " true"), 4,
+         enumInit + "Invalid value for deepInheritance:  true"},
+        {"EnumerateInstances", base + word("IncludeClassOrigin", "true "), 4,
+         enumInit + "Invalid value for includeClassOrigin: true "},
+        // IncludeClassOrigin is read first, and the reader stops there.
+        {"EnumerateInstances",
+         base + word("DeepInheritance", "no") + word("IncludeClassOrigin", "0"), 4,
+         enumInit + "Invalid value for includeClassOrigin: 0"},
+        {"GetInstance", leaf + word("IncludeClassOrigin", "yes"), 4,
+         getInit + "Invalid value for includeClassOrigin: yes"},
+        {"GetInstance", leaf + word("IncludeClassOrigin", "t"), 4,
+         getInit + "Invalid value for includeClassOrigin: t"},
+        {"GetClass", className("Test_Leaf") + word("IncludeQualifiers", "yes"), 4,
+         getClass + "Invalid value for includeQualifiers: yes"},
+        {"GetClass", className("Test_Leaf") + word("IncludeClassOrigin", "1"), 4,
+         getClass + "Invalid value for includeClassOrigin: 1"},
+        {"GetClass", className("Test_Leaf") + word("LocalOnly", "no"), 4,
+         getClass + "Invalid value for localOnly: no"},
+        {"EnumerateClasses", word("DeepInheritance", "yes"), 4,
+         classes + "Invalid value for deepInheritance: yes"},
+        {"EnumerateClasses", word("LocalOnly", "1"), 4, classes + "Invalid value for localOnly: 1"},
+        {"EnumerateClasses", word("IncludeQualifiers", "no"), 4,
+         classes + "Invalid value for includeQualifiers: no"},
+        {"EnumerateClasses", word("IncludeClassOrigin", " true"), 4,
+         classes + "Invalid value for includeClassOrigin:  true"},
+        {"EnumerateClassNames", word("DeepInheritance", "deep"), 4,
+         "EnumerateClassNamesOperation::setRequest: Invalid value for deepInheritance: deep"},
+        {"Associators", ofLeaf + word("IncludeClassOrigin", "yes"), 4,
+         assocs + "Invalid value for includeClassOrigin: yes"},
+        {"References", ofLeaf + word("IncludeClassOrigin", "1"), 4,
+         refs + "Invalid value for includeClassOrigin: 1"},
+        // Parameters outside the method's sets (names compare exactly), twice
+        // the same one, a required one missing: nothing after the check is read.
+        {"EnumerateInstances", iparam("ClassName", "") + word("Colour", "blue"), 4,
+         check + "EnumerateInstances' has unsupported parameter 'Colour'"},
+        {"EnumerateInstances", base + leaf, 4,
+         check + "EnumerateInstances' has unsupported parameter 'InstanceName'"},
+        {"EnumerateInstances", iparam("classname", "<CLASSNAME NAME=\"Test_Base\"/>"), 4,
+         check + "EnumerateInstances' has unsupported parameter 'classname'"},
+        {"EnumerateInstances", base + className("Test_Leaf"), 4,
+         check + "EnumerateInstances' has duplicate parameter 'ClassName'"},
+        {"GetInstance", leaf + word("DeepInheritance", "TRUE"), 4,
+         check + "GetInstance' has unsupported parameter 'DeepInheritance'"},
+        {"GetInstance", leaf + iparam("Bogus", ""), 4,
+         check + "GetInstance' has unsupported parameter 'Bogus'"},
+        {"EnumerateInstanceNames", base + propertyList({"Id"}), 4,
+         check + "EnumerateInstanceNames' has unsupported parameter 'PropertyList'"},
+        {"CreateInstance", newLeaf + propertyList({"Id"}), 4,
+         check + "CreateInstance' has unsupported parameter 'PropertyList'"},
+        {"ModifyInstance", named + word("LocalOnly", "TRUE"), 4,
+         check + "ModifyInstance' has unsupported parameter 'LocalOnly'"},
+        {"DeleteInstance", leaf + className("Test_Leaf"), 4,
+         check + "DeleteInstance' has unsupported parameter 'ClassName'"},
+        {"DeleteInstance", "", 4,
+         check + "DeleteInstance' missing required parameter 'InstanceName'"},
+        {"CreateInstance", "", 4,
+         check + "CreateInstance' missing required parameter 'NewInstance'"},
+        {"GetClass", "", 4, check + "GetClass' missing required parameter 'ClassName'"},
+        {"GetClass", className("Test_Leaf") + word("DeepInheritance", "true"), 4,
+         check + "GetClass' has unsupported parameter 'DeepInheritance'"},
+        {"ReferenceNames", ofLeaf + word("AssocClass", "X"), 4,
+         check + "ReferenceNames' has unsupported parameter 'AssocClass'"},
+        {"References", ofLeaf + word("ResultRole", "X"), 4,
+         check + "References' has unsupported parameter 'ResultRole'"},
+        {"AssociatorNames", ofLeaf + propertyList({"Id"}), 4,
+         check + "AssociatorNames' has unsupported parameter 'PropertyList'"},
+        {"Associators", word("Role", "X"), 4,
+         check + "Associators' missing required parameter 'ObjectName'"},
+        // Present but unusable.
+        {"EnumerateInstances", iparam("ClassName", ""), 4,
+         enumInit + "Missing ClassName parameter."},
+        {"EnumerateInstanceNames", iparam("ClassName", ""), 4, ""},
+        {"CreateInstance", iparam("NewInstance", ""), 4,
+         "CreateInstanceOperation::setRequestInstance: Invalid parameter value."},
+        {"ModifyInstance", iparam("ModifiedInstance", ""), 4,
+         "ModifyInstanceOperation::setRequestParameters: Invalid ModifiedInstance parameter "
+         "value."},
+        {"ModifyInstance", iparam("ModifiedInstance", value("x")), 4,
+         "ModifyInstanceOperation::setRequestParameters: Invalid ModifiedInstance parameter "
+         "value."},
+        // A value that is no instance name makes the model throw; the reader
+        // reports that as a general failure.
+        {"GetInstance", iparam("InstanceName", value("x")), 1, getInit + notAReference},
+        {"DeleteInstance", iparam("InstanceName", value("x")), 1,
+         "DeleteInstanceOperation::setRequestParameters: " + notAReference},
+        {"AssociatorNames", objectName(""), 4, assocNames + "Invalid parameter value."},
+        {"AssociatorNames", objectName(value("Test_Leaf.Id=7")), 4,
+         assocNames + "Invalid parameter value."},
+        {"Associators", objectName(""), 4, assocs + missingObject},
+        {"Associators", objectName(value("x")), 4, assocs + missingObject},
+        {"References", objectName(value("x")), 4, refs + "Invalid parameter value."},
+        {"ReferenceNames", objectName(""), 4,
+         "ReferenceNamesOperation::setRequest: Invalid parameter value."},
+        {"GetQualifier", iparam("QualifierName", ""), 4,
+         "GetQualifierOperation::setRequest: Missing QualifierName parameter."},
+        {"GetProperty", leaf + iparam("PropertyName", ""), 4,
+         "GetPropertyOperation::setRequestParameters: Missing required parameter"},
+        {"SetProperty", iparam("InstanceName", "") + word("PropertyName", "Id"), 4,
+         "SetPropertyOperation::setRequestParameters: Missing InstanceName or PropertyName"},
+        {"SetProperty", badParts, 4,
+         "SetPropertyOperation::setRequestParameters: Error parsing "
+         "EmbeddedInstance/EmbeddedObject property \"Parts\""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.method) + ": " + c.params);
+        log.clear();
+        context.handler.calls = 0;
+        Body body;
+        OperationFactory::Operation op = run(context, c.method, c.params, body);
+        ASSERT_FALSE(op.isNull());
+        EXPECT_FALSE(op->isValid());
+        EXPECT_EQ(op->getErrorCode(), c.code);
+        EXPECT_EQ(body.text(), response(c.method, c.code == 4 ? kInvalid : kGeneral));
+        EXPECT_EQ(context.handler.calls, 0);
+        std::string logged;
+        for (const auto& line : log.lines()) {
+            if (line.severity == 1) {
+                logged += (logged.empty() ? "" : "\n") +
+                          line.source.str().substr(line.source.str().find("::") + 2) + ": " +
+                          line.message.str();
+            }
+        }
+        EXPECT_EQ(logged, c.logged);
+    }
+}
+
+}  // namespace
