@@ -12,7 +12,6 @@
 #include "FakeSocket.h"
 #include "core/ObjectManagerContext.h"
 #include "tarn/CClassSet.h"
-#include "tarn/TraceLog.h"
 #include "tarn/security/SecurityToken.h"
 #include "vela/TARNConfigManager.h"
 #include "vela/VELHTTPException.h"
@@ -164,17 +163,6 @@ class ScopedConfiguration {
         TARNConfigManager::getInstance().loadFromString(text);
     }
     ~ScopedConfiguration() { TARNConfigManager::getInstance().loadFromString(""); }
-};
-
-// Keeps the trace output quiet for a test that logs a lot (captures still
-// receive every line).
-class ScopedQuietTrace {
-  public:
-    ScopedQuietTrace() : _level(tarn::TraceLog::getLevel()) { tarn::TraceLog::setLevel(0); }
-    ~ScopedQuietTrace() { tarn::TraceLog::setLevel(_level); }
-
-  private:
-    int _level;
 };
 
 }  // namespace adaptertest
