@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -73,26 +74,16 @@ struct Written {
     std::string body;
 
     explicit Written(const std::string& raw) {
-        std::size_t end = raw.find("\r\n\r\n");
-        if (end == std::string::npos) {
-            head = raw;
-            return;
-        }
+        std::size_t end = std::min(raw.find("\r\n\r\n"), raw.size());
         head = raw.substr(0, end + 2);
-        std::string rest = raw.substr(end + 4);
-        if (head.find("Transfer-Encoding: chunked\r\n") == std::string::npos) {
+        const std::string rest = end < raw.size() ? raw.substr(end + 4) : "";
+        if (rest.empty() || head.find("Transfer-Encoding: chunked\r\n") == std::string::npos) {
             body = rest;
             return;
         }
-        std::size_t at = 0;
-        for (;;) {
-            std::size_t eol = rest.find("\r\n", at);
-            std::size_t size = std::stoul(rest.substr(at, eol - at), nullptr, 16);
-            if (size == 0) {
-                break;
-            }
-            body += rest.substr(eol + 2, size);
-            at = eol + 2 + size + 2;
+        for (std::size_t at = 0, size; (size = std::stoul(rest.substr(at), nullptr, 16)) != 0;
+             at = rest.find("\r\n", at) + 4 + size) {
+            body += rest.substr(rest.find("\r\n", at) + 2, size);
         }
     }
     bool hasHeader(const std::string& line) const {

@@ -90,22 +90,27 @@ inline const std::string kCimv2NsPath =
 inline std::string escapeMarkup(const std::string& plain) {
     std::string s;
     for (char c : plain) {
-        switch (c) {
-            case '<':
-                s += "&lt;";
-                break;
-            case '>':
-                s += "&gt;";
-                break;
-            case '"':
-                s += "&quot;";
-                break;
-            default:
-                s += c;
-        }
+        s += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '"' ? "&quot;" : std::string(1, c);
     }
     return s;
 }
+
+// INSTANCEPATH of CIM_Disk.Id="d1" in root/cimv2 on h1.
+inline const std::string kDiskPath =
+    "<INSTANCEPATH>\n" + kCimv2NsPath +
+    "<INSTANCENAME CLASSNAME=\"CIM_Disk\">\n<KEYBINDING NAME=\"Id\"><KEYVALUE VALUETYPE=\"string\" "
+    "TYPE=\"string\">d1</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n</INSTANCEPATH>\n";
+
+// TEST_Inner with Note=note, and (with note "n") as an embedded (escaped) INSTANCE.
+inline VELSmrPtr<IVelaObject> noteInstance(const char* note) {
+    auto inner = makeVELSmrPtr<CVelaObject>("TEST_Inner");
+    inner->addProperty("Note", str(note));
+    return inner;
+}
+inline const std::string kInnerEscaped =
+    "&lt;INSTANCE CLASSNAME=&quot;TEST_Inner&quot;&gt;\n&lt;PROPERTY NAME=&quot;Note&quot;&#32; "
+    "TYPE=&quot;string&quot;&gt;&lt;VALUE&gt;n&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n"
+    "&lt;/INSTANCE&gt;\n";
 
 // An instance name whose key binding `failing` throws what `fail` throws.
 class FailingInstanceName : public IVelaInstanceName {

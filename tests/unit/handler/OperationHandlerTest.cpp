@@ -6,8 +6,6 @@
 
 #include "handler/OperationHandler.h"
 #include "tarn/CClassSet.h"
-#include "tarn/CPropertyDef.h"
-#include "tarn/CQualifier.h"
 #include "vela/CVelaInstanceName.h"
 #include "vela/CVelaNameSpacePath.h"
 #include "vela/CVelaObject.h"
@@ -17,7 +15,6 @@
 #include "vela/OpenEnumerateInstancesOperationBase.h"
 #include "vela/PullInstancesWithPathOperationBase.h"
 #include "vela/TARNClientInfo.h"
-#include "vela/VelaAssociatorNamesOperationBase.h"
 #include "vela/VelaCreateInstanceOperationBase.h"
 #include "vela/VelaEnumerateInstancesOperationBase.h"
 #include "vela/VelaGetInstanceOperationBase.h"
@@ -28,32 +25,12 @@ using namespace tarn;
 
 const char* const NS = "root/test";
 
-// An association class with a reference to each of the classes.
-VELSmrPtr<CVelaClass> association(const char* name, const char* super,
-                                  std::initializer_list<std::pair<const char*, const char*>> refs) {
-    auto cls = makeVELSmrPtr<CVelaClass>(name, super);
-    cls->addQualifier(VELSmrPtr<IQualifier>(
-        new CQualifier("Association", CVelaType::boolean, CVelaValue::makeBoolean(true), 0)));
-    for (const auto& [role, refClass] : refs) {
-        cls->addProperty(makeVELSmrPtr<CPropertyDef>(role, CVelaType::referenceTo(refClass)));
-    }
-    return cls;
-}
-
-// The schema of the tests: Test_A <- Test_B <- Test_C, and Test_Other;
-// associations Test_Link (Test_B to Test_Other) <- Test_SubLink, and
-// Test_OtherLink (Test_Other to Test_Other).
+// The schema of the tests: Test_A and Test_Other.
 class Catalog : public CClassSet {
   public:
     Catalog() {
         addClass(NS, makeVELSmrPtr<CVelaClass>("Test_A", ""));
-        addClass(NS, makeVELSmrPtr<CVelaClass>("Test_B", "Test_A"));
-        addClass(NS, makeVELSmrPtr<CVelaClass>("Test_C", "Test_B"));
         addClass(NS, makeVELSmrPtr<CVelaClass>("Test_Other", ""));
-        addClass(NS, association("Test_Link", "", {{"Left", "Test_B"}, {"Right", "Test_Other"}}));
-        addClass(NS, association("Test_SubLink", "Test_Link", {}));
-        addClass(NS, association("Test_OtherLink", "",
-                                 {{"Left", "Test_Other"}, {"Right", "Test_Other"}}));
     }
 };
 
@@ -97,36 +74,6 @@ class FakeProvider : public IInstanceProvider {
     std::atomic<bool> stoppedEarly{false};
 };
 
-// Answers AssociatorNames with one name per call, recording the call.
-class FakeAssociations : public IAssociationProvider {
-  public:
-    explicit FakeAssociations(const char* who) : who(who) {}
-    void associators(const ProviderContext&, const Classes&, const VELSmrPtr<IVelaInstanceName>&,
-                     const VELString&, const VELString&, const VELString&,
-                     IMultiResponse<VELSmrPtr<IVelaObject>>&) override {}
-    void associatorNames(const ProviderContext&, const Classes& classes,
-                         const VELSmrPtr<IVelaInstanceName>& object, const VELString& resultClass,
-                         const VELString& role, const VELString& resultRole,
-                         IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override {
-        std::lock_guard<std::mutex> lock(m);
-        std::string line = who;
-        for (const auto& c : classes) {
-            line += " " + c->getName().str();
-        }
-        log.push_back(line + " of " + object->toString().str() + " " + resultClass.str() + "/" +
-                      role.str() + "/" + resultRole.str());
-        out.add(nameOf("Test_Other", static_cast<int>(log.size())), true);
-    }
-    void references(const ProviderContext&, const Classes&, const VELSmrPtr<IVelaInstanceName>&,
-                    const VELString&, IMultiResponse<VELSmrPtr<IVelaObject>>&) override {}
-    void referenceNames(const ProviderContext&, const Classes&, const VELSmrPtr<IVelaInstanceName>&,
-                        const VELString&, IMultiResponse<VELSmrPtr<IVelaInstanceName>>&) override {}
-
-    std::string who;
-    std::mutex m;
-    std::vector<std::string> log;
-};
-
 template <class Base>
 class Op : public Base {
   public:
@@ -144,8 +91,6 @@ class OperationHandlerTest : public ::testing::Test {
   protected:
     OperationHandlerTest() : pool(2), handler(catalog, providers, pool, &enumerations) {
         providers.setDefaultInstanceProvider(repository);
-        providers.setDefaultAssociationProvider(linksByDefault);
-        providers.registerAssociationProvider(NS, "Test_SubLink", subLinks);
     }
     ~OperationHandlerTest() override { pool.stop(std::chrono::seconds(10)); }
 
@@ -176,9 +121,6 @@ class OperationHandlerTest : public ::testing::Test {
 
     Catalog catalog;
     std::shared_ptr<FakeProvider> repository = std::make_shared<FakeProvider>();
-    std::shared_ptr<FakeAssociations> linksByDefault =
-        std::make_shared<FakeAssociations>("default");
-    std::shared_ptr<FakeAssociations> subLinks = std::make_shared<FakeAssociations>("module");
     ProviderRegistry providers;
     WorkerPool pool;
     EnumerationRegistry enumerations{PullSettings{}};
@@ -208,25 +150,6 @@ TEST_F(OperationHandlerTest, RolesDecideWhoMayReadAndWrite) {
                 << create->getErrorContext()->getMessage();
         }
     }
-}
-
-TEST_F(OperationHandlerTest, EachAssociationClassThatCanLinkTheObjectAsksItsOwnProvider) {
-    auto op = make<Op<VelaAssociatorNamesOperationBase>>("Test_C");
-    op->setObjectName(nameOf("Test_C", 7));
-    op->setRole("left");
-    handler.processOperation(op);
-    EXPECT_EQ(drain<VELSmrPtr<IVelaInstanceName>>(*op),
-              (std::vector<std::string>{"root/test:Test_Other.id=1", "root/test:Test_Other.id=1"}));
-    // Test_OtherLink cannot refer to a Test_C; the filters reach the providers as given.
-    EXPECT_EQ(linksByDefault->log,
-              std::vector<std::string>{"default Test_Link of root/test:Test_C.id=7 /left/"});
-    EXPECT_EQ(subLinks->log,
-              std::vector<std::string>{"module Test_SubLink of root/test:Test_C.id=7 /left/"});
-
-    auto unknown = make<Op<VelaAssociatorNamesOperationBase>>("Test_Nope");
-    unknown->setObjectName(nameOf("Test_Nope", 1));
-    handler.processOperation(unknown);
-    EXPECT_EQ(unknown->getErrorCode(), 4);
 }
 
 TEST_F(OperationHandlerTest, AConsumerThatGivesUpStopsAnEndlessProvider) {

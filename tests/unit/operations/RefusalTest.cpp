@@ -1,5 +1,7 @@
 // The requests the operations' readers refuse: the code and the answer of
 // each, the error lines logged (exactly), and that the handler never sees them.
+#include <cctype>
+
 #include "OperationTestSupport.h"
 #include "tarn/CQualifier.h"
 
@@ -96,80 +98,65 @@ TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
         int code;
         std::string logged;  // the error lines, sources without "cimxmlpa::"
     };
+    // A boolean parameter given a word that is neither true nor false.
+    auto badWord = [](const char* method, const std::string& params, const std::string& who,
+                      const char* parameter, const char* text) {
+        std::string name = parameter;
+        name[0] = static_cast<char>(std::tolower(name[0]));
+        return Case{method, params + word(parameter, text), 4,
+                    who + "Invalid value for " + name + ": " + text};
+    };
+    // A parameter the method's sets do not allow, or that is twice or missing.
+    const char* extra = "has unsupported parameter";
+    auto badSet = [&](const char* method, const std::string& params, const char* problem,
+                      const char* name) {
+        return Case{method, params, 4, check + method + "' " + problem + " '" + name + "'"};
+    };
     const Case cases[] = {
         // Boolean words other than true and false in any case, and no blanks.
-        {"EnumerateInstances", base + word("DeepInheritance", "yes"), 4,
-         enumInit + "Invalid value for deepInheritance: yes"},
-        {"EnumerateInstances", base + word("DeepInheritance", "1"), 4,
-         enumInit + "Invalid value for deepInheritance: 1"},
-        {"EnumerateInstances", base + word("DeepInheritance", " true"), 4,
-         enumInit + "Invalid value for deepInheritance:  true"},
-        {"EnumerateInstances", base + word("IncludeClassOrigin", "true "), 4,
-         enumInit + "Invalid value for includeClassOrigin: true "},
+        badWord("EnumerateInstances", base, enumInit, "DeepInheritance", "yes"),
+        badWord("EnumerateInstances", base, enumInit, "DeepInheritance", "1"),
+        badWord("EnumerateInstances", base, enumInit, "DeepInheritance", " true"),
+        badWord("EnumerateInstances", base, enumInit, "IncludeClassOrigin", "true "),
         // IncludeClassOrigin is read first, and the reader stops there.
-        {"EnumerateInstances",
-         base + word("DeepInheritance", "no") + word("IncludeClassOrigin", "0"), 4,
-         enumInit + "Invalid value for includeClassOrigin: 0"},
-        {"GetInstance", leaf + word("IncludeClassOrigin", "yes"), 4,
-         getInit + "Invalid value for includeClassOrigin: yes"},
-        {"GetInstance", leaf + word("IncludeClassOrigin", "t"), 4,
-         getInit + "Invalid value for includeClassOrigin: t"},
-        {"GetClass", className("Test_Leaf") + word("IncludeQualifiers", "yes"), 4,
-         getClass + "Invalid value for includeQualifiers: yes"},
-        {"GetClass", className("Test_Leaf") + word("IncludeClassOrigin", "1"), 4,
-         getClass + "Invalid value for includeClassOrigin: 1"},
-        {"GetClass", className("Test_Leaf") + word("LocalOnly", "no"), 4,
-         getClass + "Invalid value for localOnly: no"},
-        {"EnumerateClasses", word("DeepInheritance", "yes"), 4,
-         classes + "Invalid value for deepInheritance: yes"},
-        {"EnumerateClasses", word("LocalOnly", "1"), 4, classes + "Invalid value for localOnly: 1"},
-        {"EnumerateClasses", word("IncludeQualifiers", "no"), 4,
-         classes + "Invalid value for includeQualifiers: no"},
-        {"EnumerateClasses", word("IncludeClassOrigin", " true"), 4,
-         classes + "Invalid value for includeClassOrigin:  true"},
-        {"EnumerateClassNames", word("DeepInheritance", "deep"), 4,
-         "EnumerateClassNamesOperation::setRequest: Invalid value for deepInheritance: deep"},
-        {"Associators", ofLeaf + word("IncludeClassOrigin", "yes"), 4,
-         assocs + "Invalid value for includeClassOrigin: yes"},
-        {"References", ofLeaf + word("IncludeClassOrigin", "1"), 4,
-         refs + "Invalid value for includeClassOrigin: 1"},
+        badWord("EnumerateInstances", base + word("DeepInheritance", "no"), enumInit,
+                "IncludeClassOrigin", "0"),
+        badWord("GetInstance", leaf, getInit, "IncludeClassOrigin", "yes"),
+        badWord("GetInstance", leaf, getInit, "IncludeClassOrigin", "t"),
+        badWord("GetClass", className("Test_Leaf"), getClass, "IncludeQualifiers", "yes"),
+        badWord("GetClass", className("Test_Leaf"), getClass, "IncludeClassOrigin", "1"),
+        badWord("GetClass", className("Test_Leaf"), getClass, "LocalOnly", "no"),
+        badWord("EnumerateClasses", "", classes, "DeepInheritance", "yes"),
+        badWord("EnumerateClasses", "", classes, "LocalOnly", "1"),
+        badWord("EnumerateClasses", "", classes, "IncludeQualifiers", "no"),
+        badWord("EnumerateClasses", "", classes, "IncludeClassOrigin", " true"),
+        badWord("EnumerateClassNames", "",
+                "EnumerateClassNamesOperation::setRequest: ", "DeepInheritance", "deep"),
+        badWord("Associators", ofLeaf, assocs, "IncludeClassOrigin", "yes"),
+        badWord("References", ofLeaf, refs, "IncludeClassOrigin", "1"),
         // Parameters outside the method's sets (names compare exactly), twice
         // the same one, a required one missing: nothing after the check is read.
-        {"EnumerateInstances", iparam("ClassName", "") + word("Colour", "blue"), 4,
-         check + "EnumerateInstances' has unsupported parameter 'Colour'"},
-        {"EnumerateInstances", base + leaf, 4,
-         check + "EnumerateInstances' has unsupported parameter 'InstanceName'"},
-        {"EnumerateInstances", iparam("classname", "<CLASSNAME NAME=\"Test_Base\"/>"), 4,
-         check + "EnumerateInstances' has unsupported parameter 'classname'"},
-        {"EnumerateInstances", base + className("Test_Leaf"), 4,
-         check + "EnumerateInstances' has duplicate parameter 'ClassName'"},
-        {"GetInstance", leaf + word("DeepInheritance", "TRUE"), 4,
-         check + "GetInstance' has unsupported parameter 'DeepInheritance'"},
-        {"GetInstance", leaf + iparam("Bogus", ""), 4,
-         check + "GetInstance' has unsupported parameter 'Bogus'"},
-        {"EnumerateInstanceNames", base + propertyList({"Id"}), 4,
-         check + "EnumerateInstanceNames' has unsupported parameter 'PropertyList'"},
-        {"CreateInstance", newLeaf + propertyList({"Id"}), 4,
-         check + "CreateInstance' has unsupported parameter 'PropertyList'"},
-        {"ModifyInstance", named + word("LocalOnly", "TRUE"), 4,
-         check + "ModifyInstance' has unsupported parameter 'LocalOnly'"},
-        {"DeleteInstance", leaf + className("Test_Leaf"), 4,
-         check + "DeleteInstance' has unsupported parameter 'ClassName'"},
-        {"DeleteInstance", "", 4,
-         check + "DeleteInstance' missing required parameter 'InstanceName'"},
-        {"CreateInstance", "", 4,
-         check + "CreateInstance' missing required parameter 'NewInstance'"},
-        {"GetClass", "", 4, check + "GetClass' missing required parameter 'ClassName'"},
-        {"GetClass", className("Test_Leaf") + word("DeepInheritance", "true"), 4,
-         check + "GetClass' has unsupported parameter 'DeepInheritance'"},
-        {"ReferenceNames", ofLeaf + word("AssocClass", "X"), 4,
-         check + "ReferenceNames' has unsupported parameter 'AssocClass'"},
-        {"References", ofLeaf + word("ResultRole", "X"), 4,
-         check + "References' has unsupported parameter 'ResultRole'"},
-        {"AssociatorNames", ofLeaf + propertyList({"Id"}), 4,
-         check + "AssociatorNames' has unsupported parameter 'PropertyList'"},
-        {"Associators", word("Role", "X"), 4,
-         check + "Associators' missing required parameter 'ObjectName'"},
+        badSet("EnumerateInstances", iparam("ClassName", "") + word("Colour", "b"), extra,
+               "Colour"),
+        badSet("EnumerateInstances", base + leaf, extra, "InstanceName"),
+        badSet("EnumerateInstances", iparam("classname", "<CLASSNAME NAME=\"B\"/>"), extra,
+               "classname"),
+        badSet("EnumerateInstances", base + base, "has duplicate parameter", "ClassName"),
+        badSet("GetInstance", leaf + word("DeepInheritance", "TRUE"), extra, "DeepInheritance"),
+        badSet("GetInstance", leaf + iparam("Bogus", ""), extra, "Bogus"),
+        badSet("EnumerateInstanceNames", base + propertyList({"Id"}), extra, "PropertyList"),
+        badSet("CreateInstance", newLeaf + propertyList({"Id"}), extra, "PropertyList"),
+        badSet("ModifyInstance", named + word("LocalOnly", "TRUE"), extra, "LocalOnly"),
+        badSet("DeleteInstance", leaf + className("Test_Leaf"), extra, "ClassName"),
+        badSet("DeleteInstance", "", "missing required parameter", "InstanceName"),
+        badSet("CreateInstance", "", "missing required parameter", "NewInstance"),
+        badSet("GetClass", "", "missing required parameter", "ClassName"),
+        badSet("GetClass", className("Test_Leaf") + word("DeepInheritance", "true"), extra,
+               "DeepInheritance"),
+        badSet("ReferenceNames", ofLeaf + word("AssocClass", "X"), extra, "AssocClass"),
+        badSet("References", ofLeaf + word("ResultRole", "X"), extra, "ResultRole"),
+        badSet("AssociatorNames", ofLeaf + propertyList({"Id"}), extra, "PropertyList"),
+        badSet("Associators", word("Role", "X"), "missing required parameter", "ObjectName"),
         // Present but unusable.
         {"EnumerateInstances", iparam("ClassName", ""), 4,
          enumInit + "Missing ClassName parameter."},

@@ -37,30 +37,6 @@ TEST_F(ResponseTest, WithoutAnOperationHandlerTheOperationIsNotSupported) {
     EXPECT_EQ(operation->getErrorCode(), 7);
 }
 
-TEST_F(ResponseTest, TheHandlersFailureIsTheAnswer) {
-    const std::string leafParam = iparam("InstanceName", leafName());
-    const std::pair<const char*, std::string> cases[] = {
-        {"GetInstance", leafParam},
-        {"CreateInstance", iparam("NewInstance", leafInstance())},
-        {"ModifyInstance",
-         iparam("ModifiedInstance",
-                "<VALUE.NAMEDINSTANCE>" + leafName() + leafInstance() + "</VALUE.NAMEDINSTANCE>")},
-        {"DeleteInstance", leafParam},
-        {"GetClass", className("Test_Leaf")},
-        {"EnumerateInstanceNames", className("Test_Nothing")},
-    };
-    context.handler.run = [](const VELSmrPtr<IVelaOperation>& op) {
-        fail(*op, 6, "no such <thing>");
-    };
-    for (const auto& [method, params] : cases) {
-        SCOPED_TRACE(method);
-        EXPECT_EQ(respond(method, params),
-                  response(method,
-                           "<ERROR CODE=\"6\" DESCRIPTION=\"The requested object cannot be found. "
-                           "(no such &lt;thing&gt;)\"/>"));
-    }
-}
-
 TEST_F(ResponseTest, SuccessWithoutAResultIsAGeneralError) {
     struct Case {
         const char* method;

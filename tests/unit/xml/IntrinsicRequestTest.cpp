@@ -10,41 +10,24 @@ using S = VELCIMStrings;
 
 namespace {
 
-// Pretty-printed requests (line breaks and indentation between elements,
-// CRLF line ends, comments) parse the same as compact ones.
+// Pretty-printed requests (line breaks and indentation between all elements,
+// CRLF line ends, comments, CDATA) parse the same as compact ones.
 TEST(IntrinsicRequest, WhitespaceAndCommentsBetweenElements) {
     std::string body =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"
-        "<!-- a client's comment -->\r\n"
-        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">\r\n"
-        "  <MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">\r\n"
-        "    <SIMPLEREQ>\r\n"
-        "      <IMETHODCALL NAME=\"GetInstance\">\r\n"
-        "        <LOCALNAMESPACEPATH>\r\n"
-        "          <NAMESPACE NAME=\"root\"/>\r\n"
-        "          <NAMESPACE NAME=\"cimv2\"/>\r\n"
-        "        </LOCALNAMESPACEPATH>\r\n"
-        "        <IPARAMVALUE NAME=\"InstanceName\">\r\n"
-        "          <INSTANCENAME CLASSNAME=\"CIM_ComputerSystem\">\r\n"
-        "            <KEYBINDING NAME=\"CreationClassName\">\r\n"
-        "              <KEYVALUE VALUETYPE=\"string\">CIM_ComputerSystem</KEYVALUE>\r\n"
-        "            </KEYBINDING>\r\n"
-        "            <!-- the second key -->\r\n"
-        "            <KEYBINDING NAME=\"Name\">\r\n"
-        "              <KEYVALUE>host1.example.com</KEYVALUE>\r\n"
-        "            </KEYBINDING>\r\n"
-        "          </INSTANCENAME>\r\n"
-        "        </IPARAMVALUE>\r\n"
-        "        <IPARAMVALUE NAME=\"PropertyList\">\r\n"
-        "          <VALUE.ARRAY>\r\n"
-        "            <VALUE>Name</VALUE>\r\n"
-        "            <VALUE><![CDATA[Element]]>Name</VALUE>\r\n"
-        "          </VALUE.ARRAY>\r\n"
-        "        </IPARAMVALUE>\r\n"
-        "      </IMETHODCALL>\r\n"
-        "    </SIMPLEREQ>\r\n"
-        "  </MESSAGE>\r\n"
-        "</CIM>\r\n";
+        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
+        "<SIMPLEREQ><IMETHODCALL NAME=\"GetInstance\">" +
+        localNameSpace("root/cimv2") +
+        "<IPARAMVALUE NAME=\"InstanceName\"><INSTANCENAME CLASSNAME=\"CIM_ComputerSystem\">"
+        "<KEYBINDING NAME=\"CreationClassName\"><KEYVALUE VALUETYPE=\"string\">CIM_ComputerSystem"
+        "</KEYVALUE></KEYBINDING><!-- the second key --><KEYBINDING NAME=\"Name\"><KEYVALUE>"
+        "host1.example.com</KEYVALUE></KEYBINDING></INSTANCENAME></IPARAMVALUE>"
+        "<IPARAMVALUE NAME=\"PropertyList\"><VALUE.ARRAY><VALUE>Name</VALUE>"
+        "<VALUE><![CDATA[Element]]>Name</VALUE></VALUE.ARRAY></IPARAMVALUE></IMETHODCALL>"
+        "</SIMPLEREQ></MESSAGE></CIM>\r\n";
+    for (std::size_t at = body.find("><"); at != std::string::npos; at = body.find("><", at + 1)) {
+        body.replace(at, 2, ">\r\n    <");
+    }
+    body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<!-- a client's comment -->\r\n" + body;
     VELCIMMessage m(body);
     ASSERT_TRUE(m.isWellFormed()) << m.getErrorText();
     const VELCIMMethodCall& c = *m.getSimpleRequestList()->at(0);
