@@ -1,5 +1,5 @@
-// The adapter object: its advertised URLs, and the indication slots that do
-// not deliver yet.
+// The adapter object: the plug-in entry, its advertised URLs, and the
+// indication slots that do not deliver yet.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -20,6 +20,16 @@ PortData::InterfaceList interfaces(std::initializer_list<const char*> names) {
         list.push_back(makeVELSmrPtr<PortData::Interface>(n));
     }
     return list;
+}
+
+TEST(CIMXMLAdapter, EntryPointMakesTheAdapterWhichLogsItsStart) {
+    tarn::ObjectManagerContext context(portInfo(), noClasses());
+    tarn::LogCapture log;
+    std::unique_ptr<IVelaProtocolAdapter> adapter(getVelaProtocolAdapter(context));
+    ASSERT_NE(dynamic_cast<CIMXMLAdapter*>(adapter.get()), nullptr);
+    EXPECT_TRUE(log.contains("cimxmlpa::CIMXMLAdapter",
+                             "Adapter initialized: Name='cim-xml Adapter'; Protocol='cim-xml'", 3));
+    EXPECT_EQ(log.lines().size(), 1u);
 }
 
 TEST(CIMXMLAdapter, UrlsOfAdvertisedPortsWithTheInterfaceFilter) {

@@ -113,29 +113,19 @@ inline const std::string kInnerEscaped =
     "&lt;/INSTANCE&gt;\n";
 
 // An instance name whose key binding `failing` throws what `fail` throws.
-class FailingInstanceName : public IVelaInstanceName {
+class FailingInstanceName : public CVelaInstanceName {
   public:
-    FailingInstanceName(VELSmrPtr<IVelaInstanceName> inner, std::size_t failing,
+    FailingInstanceName(const char* cls, VELSmrPtr<IVelaNameSpacePath> ns, std::size_t failing,
                         std::function<void()> fail)
-        : _inner(std::move(inner)), _failing(failing), _fail(std::move(fail)) {}
-    const VELString& getClassName() const override { return _inner->getClassName(); }
-    const VELSmrPtr<IVelaNameSpacePath>& getNameSpacePath() const override {
-        return _inner->getNameSpacePath();
-    }
-    bool isClassName() const override { return false; }
-    std::size_t getKeyBindingCount() const override { return _inner->getKeyBindingCount(); }
+        : CVelaInstanceName(cls, std::move(ns)), _failing(failing), _fail(std::move(fail)) {}
     VELSmrPtr<IVelaKeyBinding> getKeyBinding(std::size_t i) const override {
         if (i == _failing) {
             _fail();
         }
-        return _inner->getKeyBinding(i);
+        return CVelaInstanceName::getKeyBinding(i);
     }
-    VELString toString() const override { return _inner->toString(); }
-    VELString getCanonicalKeys() const override { return _inner->getCanonicalKeys(); }
-    bool equals(const IVelaInstanceName& o) const override { return _inner->equals(o); }
 
   private:
-    VELSmrPtr<IVelaInstanceName> _inner;
     std::size_t _failing;
     std::function<void()> _fail;
 };

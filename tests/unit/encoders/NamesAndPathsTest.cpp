@@ -215,12 +215,15 @@ TEST_F(NamesAndPaths, ReferenceQualifiedKeysTravelAsEscapedPathText) {
 }
 
 TEST_F(NamesAndPaths, FailedKeyReadsAreReportedInPlaceOrPassedOn) {
-    auto inner = nameOf("CIM_Foo", cimv2, {{"A", str("a")}, {"B", str("b")}, {"C", str("c")}});
     const std::string errorLine =
         "<ERROR CODE=\"1\" DESCRIPTION=\"A general error occurred that is not covered by a more "
         "specific error code.\" />\n";
     auto failingAt1 = [&](std::function<void()> fail) {
-        return VELSmrPtr<IVelaInstanceName>(new FailingInstanceName(inner, 1, std::move(fail)));
+        auto name = makeVELSmrPtr<FailingInstanceName>("CIM_Foo", cimv2, 1, std::move(fail));
+        name->addKeyBinding("A", str("a"));
+        name->addKeyBinding("B", str("b"));
+        name->addKeyBinding("C", str("c"));
+        return VELSmrPtr<IVelaInstanceName>(name);
     };
     struct Case {
         std::function<void()> fail;

@@ -139,8 +139,9 @@ TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
         badSet("EnumerateInstances", iparam("ClassName", "") + word("Colour", "b"), extra,
                "Colour"),
         badSet("EnumerateInstances", base + leaf, extra, "InstanceName"),
-        badSet("EnumerateInstances", iparam("classname", "<CLASSNAME NAME=\"B\"/>"), extra,
-               "classname"),
+        {"EnumerateInstances", iparam("classname", "<CLASSNAME NAME=\"B\"/>"), 4,
+         check + "EnumerateInstances' has unsupported parameter 'classname'\n" + check +
+             "EnumerateInstances' missing required parameter 'ClassName'"},
         badSet("EnumerateInstances", base + base, "has duplicate parameter", "ClassName"),
         badSet("GetInstance", leaf + word("DeepInheritance", "TRUE"), extra, "DeepInheritance"),
         badSet("GetInstance", leaf + iparam("Bogus", ""), extra, "Bogus"),
