@@ -1,7 +1,6 @@
 // Classes with qualifiers, properties, methods and parameters over three
 // levels of inheritance.
 #include "EncoderTestSupport.h"
-#include "tarn/CQualifierDef.h"
 #include "tarn/QualifierFlavor.h"
 
 namespace enctest {
@@ -201,38 +200,6 @@ TEST_F(ClassSchema, LeafClassInEveryCombinationOfFlagsAndPropertyList) {
             << " includeClassOrigin=" << origin << " propertyList=" << filtered;
         EXPECT_TRUE(wellFormed(text));
     }
-}
-
-TEST_F(ClassSchema, ClassWithPathAndQueryResultClass) {
-    EXPECT_EQ(
-        out([&](std::ostream& os) {
-            CIMXMLUtil::streamValueClassObjectWithPath(
-                os, cls("Test_Base"), nsPath("root/test", "h1"), nullptr, true, false, false, true);
-        }),
-        "<VALUE.OBJECTWITHPATH><CLASSPATH>\n<NAMESPACEPATH>\n<HOST>h1</HOST>\n"
-        "<LOCALNAMESPACEPATH>\n<NAMESPACE NAME=\"root\"/>\n<NAMESPACE NAME=\"test\"/>\n"
-        "</LOCALNAMESPACEPATH>\n</NAMESPACEPATH>\n<CLASSNAME NAME=\"Test_Base\" />\n</CLASSPATH>\n"
-        "<CLASS NAME=\"Test_Base\">\n<PROPERTY NAME=\"Name\"  TYPE=\"string\" PROPAGATED=\"false\" "
-        ">\n</PROPERTY>\n<PROPERTY NAME=\"Caption\"  TYPE=\"string\" PROPAGATED=\"false\" >\n"
-        "</PROPERTY>\n<METHOD NAME=\"Reset\" TYPE=\"uint32\" PROPAGATED=\"false\" >\n<PARAMETER "
-        "NAME=\"Force\"  TYPE=\"boolean\" >\n</PARAMETER>\n</METHOD>\n</CLASS>\n"
-        "</VALUE.OBJECTWITHPATH>");
-    std::ostringstream os;
-    EXPECT_THROW(CIMXMLUtil::streamValueClassObjectWithPath(os, cls("Test_Base"), nullptr, nullptr,
-                                                            true, false, false, true),
-                 AdapterException);
-
-    auto result = makeVELSmrPtr<CVelaClass>("Test_Result", "");
-    result->addProperty(makeVELSmrPtr<CPropertyDef>("Count", CVelaType::uint32));
-    classes->addClass("root/test", result);
-    EXPECT_EQ(out([&](std::ostream& s) {
-                  CIMXMLUtil::streamIParamQueryResultClass(s, cls("Test_Result"));
-              }),
-              "<PARAMVALUE NAME=\"QueryResultClass\">\n<CLASS NAME=\"Test_Result\">\n<PROPERTY "
-              "NAME=\"Count\"  TYPE=\"uint32\" PROPAGATED=\"false\" CLASSORIGIN=\"Test_Result\">\n"
-              "</PROPERTY>\n</CLASS>\n</PARAMVALUE>");
-    EXPECT_EQ(out([&](std::ostream& s) { CIMXMLUtil::streamIParamQueryResultClass(s, nullptr); }),
-              "<PARAMVALUE NAME=\"QueryResultClass\">\n</PARAMVALUE>");
 }
 
 }  // namespace

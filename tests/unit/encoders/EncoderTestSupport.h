@@ -131,19 +131,16 @@ class FailingInstanceName : public CVelaInstanceName {
 };
 
 // A property whose value cannot be read.
-class FailingProperty : public IVelaProperty {
+class FailingProperty : public CVelaProperty {
   public:
     FailingProperty(VELString name, std::function<void()> fail)
-        : _name(std::move(name)), _fail(std::move(fail)) {}
-    const VELString& getName() const override { return _name; }
-    const VELSmrPtr<IVelaType>& getType() const override { return CVelaType::string; }
+        : CVelaProperty(std::move(name), CVelaType::string, nullptr), _fail(std::move(fail)) {}
     const VELSmrPtr<IVelaValue>& getValue() const override {
         _fail();
         throw std::logic_error("unreachable");
     }
 
   private:
-    VELString _name;
     std::function<void()> _fail;
 };
 

@@ -1,5 +1,5 @@
-// Namespace, class, instance and object paths, instance names with their
-// key bindings, and the failure policy of guarded reads.
+// Namespace paths, paths that lack one, instance names with their key
+// bindings, and the failure policy of guarded reads.
 #include "EncoderTestSupport.h"
 
 namespace enctest {
@@ -35,32 +35,6 @@ TEST_F(NamesAndPaths, NamespacePathTakesItsOwnHostOrTheAdvertisedOne) {
               "&lt;LOCALNAMESPACEPATH&gt;\n&lt;NAMESPACE NAME=&quot;root&quot;/&gt;\n"
               "&lt;NAMESPACE NAME=&quot;cimv2&quot;/&gt;\n&lt;/LOCALNAMESPACEPATH&gt;\n"
               "&lt;/NAMESPACEPATH&gt;\n");
-}
-
-TEST_F(NamesAndPaths, ClassInstanceAndObjectPaths) {
-    auto cls = makeVELSmrPtr<CVelaInstanceName>("CIM_Foo", cimv2, true);
-    auto inst = nameOf("CIM_Foo", cimv2, {{"Id", CVelaValue::makeUint32(7)}});
-    const std::string classPath =
-        "<CLASSPATH>\n" + kCimv2NsPath + "<CLASSNAME NAME=\"CIM_Foo\" />\n</CLASSPATH>\n";
-    const std::string instancePath =
-        "<INSTANCEPATH>\n" + kCimv2NsPath +
-        "<INSTANCENAME CLASSNAME=\"CIM_Foo\">\n<KEYBINDING NAME=\"Id\"><KEYVALUE "
-        "VALUETYPE=\"numeric\" TYPE=\"uint32\">7</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n"
-        "</INSTANCEPATH>\n";
-    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamClassPath(os, cls, true); }),
-              classPath);
-    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamObjectPath(os, cls, true); }),
-              "<OBJECTPATH>\n" + classPath + "</OBJECTPATH>\n");
-    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamObjectPath(os, inst, true); }),
-              "<OBJECTPATH>\n" + instancePath + "</OBJECTPATH>\n");
-    EXPECT_TRUE(wellFormed(out([&](std::ostream& os) {
-        CIMXMLUtil::streamObjectPath(os, cls, true);
-        CIMXMLUtil::streamObjectPath(os, inst, true);
-    })));
-    std::string escaped =
-        out([&](std::ostream& os) { CIMXMLUtil::streamInstancePath(os, inst, true, true); });
-    EXPECT_EQ(decoded(escaped), instancePath);
-    EXPECT_EQ(escaped.find('<'), std::string::npos);
 }
 
 TEST_F(NamesAndPaths, PathsWithoutNamespacePathAreRefusedWhateverTheFlag) {

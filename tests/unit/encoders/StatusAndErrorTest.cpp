@@ -1,5 +1,4 @@
-// Status translation, ERROR elements, pulled-enumeration
-// parameters and version checks.
+// Status translation and ERROR elements, from text or with instances.
 #include "EncoderTestSupport.h"
 
 namespace enctest {
@@ -132,18 +131,6 @@ TEST_F(ErrorInstances, CimErrorsAreWrittenAsTheyAreOtherInstancesAreWrapped) {
                            .get();
     EXPECT_EQ(decoded(once), path);
     EXPECT_TRUE(wellFormed(decoded(once)));
-}
-
-TEST(PulledEnumeration, EndOfSequenceAndContextParameters) {
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEndOfSequence(os, true); }),
-              "<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>TRUE</VALUE>\n"
-              "</PARAMVALUE>\n");
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEndOfSequence(os, false); }),
-              "<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>FALSE</VALUE>\n"
-              "</PARAMVALUE>\n");
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEnumerationContext(os, "ctx-42"); }),
-              "<PARAMVALUE NAME=\"EnumerationContext\" TYPE=\"string\">\n<VALUE>ctx-42</VALUE>\n"
-              "</PARAMVALUE>\n");
 }
 
 }  // namespace
