@@ -53,13 +53,12 @@ inline std::string deleteClass(std::string_view id = "1001") {
 
 // The answer to one call that no operation serves, in the whole message.
 inline std::string notSupportedResponse(std::string_view id = "1001") {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
-           "DTDVERSION=\"2.0\"><MESSAGE ID=\"" +
-           std::string(id) +
-           "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP><IMETHODRESPONSE "
-           "NAME=\"DeleteClass\"><ERROR "
-           "CODE=\"7\" DESCRIPTION=\"The requested operation is not supported.\" />\n"
-           "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>\n";
+    return message(
+               "\n<SIMPLERSP><IMETHODRESPONSE NAME=\"DeleteClass\"><ERROR CODE=\"7\" "
+               "DESCRIPTION=\"The requested operation is not supported.\" />\n"
+               "</IMETHODRESPONSE></SIMPLERSP>",
+               id) +
+           "\n";
 }
 
 inline const VELHTTPRequest::Fields kDeleteClassHeaders = {
@@ -128,14 +127,13 @@ class Exchange {
   private:
     static VELHTTPRequest::Fields withLength(VELHTTPRequest::Fields fields,
                                              const std::string& body) {
-        bool framed = false;
         for (const auto& f : fields) {
-            framed = framed || f.first.equalsIgnoreCase("Content-Length") ||
-                     f.first.equalsIgnoreCase("Transfer-Encoding");
+            if (f.first.equalsIgnoreCase("Content-Length") ||
+                f.first.equalsIgnoreCase("Transfer-Encoding")) {
+                return fields;
+            }
         }
-        if (!framed) {
-            fields.emplace_back("Content-Length", VELString::valueOf(body.size()));
-        }
+        fields.emplace_back("Content-Length", VELString::valueOf(body.size()));
         return fields;
     }
     std::string _body;
