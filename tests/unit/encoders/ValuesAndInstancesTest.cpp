@@ -293,9 +293,14 @@ class Instances : public Properties {
         thing->addProperty(
             VELSmrPtr<IVelaProperty>(new CVelaProperty("Nothing", CVelaType::uint8, nullptr)));
     }
-    const std::string kThingName =
-        "<INSTANCENAME CLASSNAME=\"TEST_Thing\">\n<KEYBINDING NAME=\"Name\"><KEYVALUE "
-        "VALUETYPE=\"string\" TYPE=\"string\">t</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n";
+    std::string instance(const VELSmrPtr<IVelaObject>& obj,
+                         const VELSmrPtr<CIMXMLUtil::PropertyList>& list = nullptr,
+                         const VELSmrPtr<IVelaClass>& cls = nullptr, bool origin = false,
+                         bool esc = false, bool cont = true) {
+        return out([&](std::ostream& os) {
+            CIMXMLUtil::streamInstance(os, obj, list, cont, cls, origin, esc);
+        });
+    }
     const std::string kName =
         "<PROPERTY NAME=\"Name\" TYPE=\"string\"><VALUE>t</VALUE>\n</PROPERTY>\n";
     const std::string kCaption =
@@ -305,26 +310,18 @@ class Instances : public Properties {
 };
 
 TEST_F(Instances, AllPropertiesOrTheListedOnesWithExactNames) {
-    EXPECT_EQ(out([&](std::ostream& os) {
-                  CIMXMLUtil::streamInstance(os, thing, nullptr, true, nullptr, false, false);
-              }),
-              kInstance);
+    EXPECT_EQ(instance(thing), kInstance);
     auto list = makeVELSmrPtr<CIMXMLUtil::PropertyList>(
         std::vector<VELString>{"Caption", "Missing", "caption", "Name", "", "Name"});
     tarn::LogCapture log;
-    std::string text = out([&](std::ostream& os) {
-        CIMXMLUtil::streamInstance(os, thing, list, true, nullptr, false, false);
-    });
-    EXPECT_EQ(text,
+    EXPECT_EQ(instance(thing, list),
               "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kCaption + kName + kName + "</INSTANCE>\n");
     const char* source = "cimxmlpa::CIMXMLUtil::streamPropertyByIndexOrName";
     EXPECT_TRUE(log.contains(source, "Unable to find property with name=Missing", 4));
     EXPECT_TRUE(log.contains(source, "Unable to find property with name=caption", 4));
     EXPECT_EQ(log.lines().size(), 2u);
     auto cls = tarn::ISchemaCatalog::installed()->getClass("root/cimv2", "TEST_Thing");
-    EXPECT_EQ(out([&](std::ostream& os) {
-                  CIMXMLUtil::streamInstance(os, thing, nullptr, true, cls, true, true);
-              }),
+    EXPECT_EQ(instance(thing, nullptr, cls, true, true),
               "&lt;INSTANCE CLASSNAME=&quot;TEST_Thing&quot;&gt;\n"
               "&lt;PROPERTY NAME=&quot;Name&quot;&#32; TYPE=&quot;string&quot; "
               "CLASSORIGIN=&quot;TEST_Thing&quot;&gt;&lt;VALUE&gt;t&lt;/VALUE&gt;\n&lt;/"
@@ -332,10 +329,7 @@ TEST_F(Instances, AllPropertiesOrTheListedOnesWithExactNames) {
               "CLASSORIGIN=&quot;CIM_ManagedElement&quot; PROPAGATED=&quot;true&quot;&gt;&lt;"
               "VALUE&gt;a&amp;b&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n&lt;/INSTANCE&gt;\n");
     // Without a class there is nothing to take origins from.
-    EXPECT_EQ(out([&](std::ostream& os) {
-                  CIMXMLUtil::streamInstance(os, thing, nullptr, true, nullptr, true, false);
-              }),
-              kInstance);
+    EXPECT_EQ(instance(thing, nullptr, nullptr, true), kInstance);
 }
 
 TEST_F(Instances, AFailedPropertyIsReplacedInPlaceOrPassedOn) {
@@ -353,21 +347,14 @@ TEST_F(Instances, AFailedPropertyIsReplacedInPlaceOrPassedOn) {
         obj->addProperty(VELSmrPtr<IVelaProperty>(new FailingProperty("Bad", c.fail)));
         obj->addProperty("Caption", str("a&b"));
         tarn::LogCapture log;
-        EXPECT_EQ(out([&](std::ostream& os) {
-                      CIMXMLUtil::streamInstance(os, obj, nullptr, true, nullptr, false, false);
-                  }),
-                  "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kName + substitute + kCaption +
-                      "</INSTANCE>\n");
+        EXPECT_EQ(instance(obj), "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kName + substitute +
+                                     kCaption + "</INSTANCE>\n");
         EXPECT_TRUE(log.contains("CIMXMLUtil", c.logged, 1));
-        std::ostringstream os;
-        EXPECT_ANY_THROW(
-            CIMXMLUtil::streamInstance(os, obj, nullptr, false, nullptr, false, false));
+        EXPECT_ANY_THROW(instance(obj, nullptr, nullptr, false, false, false));
     }
     auto lost = makeVELSmrPtr<CVelaObject>("TEST_Thing");
     lost->addProperty(VELSmrPtr<IVelaProperty>(new FailingProperty("Bad", throwNetwork)));
-    std::ostringstream os;
-    EXPECT_THROW(CIMXMLUtil::streamInstance(os, lost, nullptr, true, nullptr, false, false),
-                 VELNetException);
+    EXPECT_THROW(instance(lost), VELNetException);
     // A position that does not exist has no name to show.
     EXPECT_EQ(out([&](std::ostream& s) {
                   CIMXMLUtil::streamPropertyByIndexOrName(s, *thing, "", 9, true, nullptr, nullptr,
