@@ -90,6 +90,8 @@ TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
     const std::string assocNames = "AssociatorNamesOperation::setRequest: ";
     const std::string assocs = "AssociatorsOperation::setRequest: ";
     const std::string refs = "ReferencesOperation::setRequest: ";
+    const std::string badModified =
+        "ModifyInstanceOperation::setRequestParameters: Invalid ModifiedInstance parameter value.";
     const std::string missingObject =
         "Missing required parameter OBJECTNAME, or OBJECTNAME is not a REFERENCE type";
     struct Case {
@@ -108,6 +110,7 @@ TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
     };
     // A parameter the method's sets do not allow, or that is twice or missing.
     const char* extra = "has unsupported parameter";
+    const char* missing = "missing required parameter";
     auto badSet = [&](const char* method, const std::string& params, const char* problem,
                       const char* name) {
         return Case{method, params, 4, check + method + "' " + problem + " '" + name + "'"};
@@ -149,27 +152,23 @@ TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
         badSet("CreateInstance", newLeaf + propertyList({"Id"}), extra, "PropertyList"),
         badSet("ModifyInstance", named + word("LocalOnly", "TRUE"), extra, "LocalOnly"),
         badSet("DeleteInstance", leaf + className("Test_Leaf"), extra, "ClassName"),
-        badSet("DeleteInstance", "", "missing required parameter", "InstanceName"),
-        badSet("CreateInstance", "", "missing required parameter", "NewInstance"),
-        badSet("GetClass", "", "missing required parameter", "ClassName"),
+        badSet("DeleteInstance", "", missing, "InstanceName"),
+        badSet("CreateInstance", "", missing, "NewInstance"),
+        badSet("GetClass", "", missing, "ClassName"),
         badSet("GetClass", className("Test_Leaf") + word("DeepInheritance", "true"), extra,
                "DeepInheritance"),
         badSet("ReferenceNames", ofLeaf + word("AssocClass", "X"), extra, "AssocClass"),
         badSet("References", ofLeaf + word("ResultRole", "X"), extra, "ResultRole"),
         badSet("AssociatorNames", ofLeaf + propertyList({"Id"}), extra, "PropertyList"),
-        badSet("Associators", word("Role", "X"), "missing required parameter", "ObjectName"),
+        badSet("Associators", word("Role", "X"), missing, "ObjectName"),
         // Present but unusable.
         {"EnumerateInstances", iparam("ClassName", ""), 4,
          enumInit + "Missing ClassName parameter."},
         {"EnumerateInstanceNames", iparam("ClassName", ""), 4, ""},
         {"CreateInstance", iparam("NewInstance", ""), 4,
          "CreateInstanceOperation::setRequestInstance: Invalid parameter value."},
-        {"ModifyInstance", iparam("ModifiedInstance", ""), 4,
-         "ModifyInstanceOperation::setRequestParameters: Invalid ModifiedInstance parameter "
-         "value."},
-        {"ModifyInstance", iparam("ModifiedInstance", value("x")), 4,
-         "ModifyInstanceOperation::setRequestParameters: Invalid ModifiedInstance parameter "
-         "value."},
+        {"ModifyInstance", iparam("ModifiedInstance", ""), 4, badModified},
+        {"ModifyInstance", iparam("ModifiedInstance", value("x")), 4, badModified},
         // A value that is no instance name makes the model throw; the reader
         // reports that as a general failure.
         {"GetInstance", iparam("InstanceName", value("x")), 1, getInit + notAReference},
