@@ -15,7 +15,6 @@
 #include "tarn/CClassSet.h"
 #include "tarn/security/SecurityToken.h"
 #include "vela/TARNConfigManager.h"
-#include "vela/VELHTTPException.h"
 
 namespace adaptertest {
 

@@ -2,7 +2,6 @@
 
 #include "tarn/PortInfo.h"
 #include "vela/VelaBaseException.h"
-#include "vela/VelaURL.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "FakeSocket.h"
-#include "tarn/LogCapture.h"
 #include "vela/VELGenericHTTPIStream.h"
 #include "vela/VELGenericHTTPOStream.h"
 #include "vela/VELHTTPException.h"

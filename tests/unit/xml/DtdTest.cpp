@@ -10,7 +10,6 @@
 #include <sstream>
 
 #include "RequestBuilder.h"
-#include "vela/VELCIMStrings.h"
 
 using namespace xmltest;
 
