@@ -100,7 +100,6 @@ TEST_F(AdapterRequestTest, ChunkedBodyStopsAtTheLastChunkOrAnUnreadableSize) {
         VELHTTPRequest::Fields fields = kDeleteClassHeaders;
         fields.emplace_back("Transfer-Encoding", "chunked");
         Exchange x("POST", fields, c.chunked);
-        tarn::LogCapture log;
         auto error = x.run(adapter);
         if (c.parsed) {
             EXPECT_FALSE(error);

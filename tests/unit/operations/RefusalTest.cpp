@@ -22,15 +22,6 @@ std::string word(const char* parameter, const char* text) {
 std::string objectName(const std::string& content) {
     return iparam("ObjectName", content);
 }
-// CIM-XML text as a client sends it inside a VALUE.
-std::string escaped(const std::string& xml) {
-    std::string out;
-    for (char c : xml) {
-        out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '"' ? "&quot;" : std::string(1, c);
-    }
-    return out;
-}
-
 // The log line of an exception the reader caught, as the reader must write it.
 std::string caughtLine(const std::function<void()>& thrower) {
     try {
@@ -74,14 +65,14 @@ TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
     const std::string ofLeaf = objectName(leafName());
     const std::string notAReference =
         caughtLine([] { CVelaValue::makeUntyped("x")->getReference(); });
-    const std::string part =
-        "<INSTANCE CLASSNAME=\"Test_Part\"><PROPERTY NAME=\"Id\" TYPE=\"string\"><VALUE>p1"
-        "</VALUE></PROPERTY></INSTANCE>";
+    // A good embedded Test_Part, as a client escapes it, then a broken one.
     const std::string badParts =
         iparam("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Holder\"/>") +
         word("PropertyName", "Parts") +
-        iparam("NewValue", "<VALUE.ARRAY><VALUE>" + escaped(part) +
-                               "</VALUE><VALUE>&lt;INSTANCE</VALUE></VALUE.ARRAY>");
+        iparam("NewValue",
+               "<VALUE.ARRAY><VALUE>&lt;INSTANCE CLASSNAME=&quot;Test_Part&quot;&gt;&lt;PROPERTY "
+               "NAME=&quot;Id&quot; TYPE=&quot;string&quot;&gt;&lt;VALUE&gt;p1&lt;/VALUE&gt;&lt;"
+               "/PROPERTY&gt;&lt;/INSTANCE&gt;</VALUE><VALUE>&lt;INSTANCE</VALUE></VALUE.ARRAY>");
     const std::string check = "CIMXMLUtil::validateParameterNames: Operation '";
     const std::string enumInit = "EnumerateInstancesOperation::initialize: ";
     const std::string getInit = "GetInstanceOperation::initialize: ";
