@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,10 +13,8 @@
 #include "FakeSocket.h"
 #include "core/ObjectManagerContext.h"
 #include "tarn/CClassSet.h"
-#include "tarn/TraceLog.h"
 #include "tarn/security/SecurityToken.h"
 #include "vela/TARNConfigManager.h"
-#include "vela/VELHTTPException.h"
 
 namespace adaptertest {
 
@@ -53,13 +52,12 @@ inline std::string deleteClass(std::string_view id = "1001") {
 
 // The answer to one call that no operation serves, in the whole message.
 inline std::string notSupportedResponse(std::string_view id = "1001") {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" "
-           "DTDVERSION=\"2.0\"><MESSAGE ID=\"" +
-           std::string(id) +
-           "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP><IMETHODRESPONSE "
-           "NAME=\"DeleteClass\"><ERROR "
-           "CODE=\"7\" DESCRIPTION=\"The requested operation is not supported.\" />\n"
-           "</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>\n";
+    return message(
+               "\n<SIMPLERSP><IMETHODRESPONSE NAME=\"DeleteClass\"><ERROR CODE=\"7\" "
+               "DESCRIPTION=\"The requested operation is not supported.\" />\n"
+               "</IMETHODRESPONSE></SIMPLERSP>",
+               id) +
+           "\n";
 }
 
 inline const VELHTTPRequest::Fields kDeleteClassHeaders = {
@@ -74,26 +72,16 @@ struct Written {
     std::string body;
 
     explicit Written(const std::string& raw) {
-        std::size_t end = raw.find("\r\n\r\n");
-        if (end == std::string::npos) {
-            head = raw;
-            return;
-        }
+        std::size_t end = std::min(raw.find("\r\n\r\n"), raw.size());
         head = raw.substr(0, end + 2);
-        std::string rest = raw.substr(end + 4);
-        if (head.find("Transfer-Encoding: chunked\r\n") == std::string::npos) {
+        const std::string rest = end < raw.size() ? raw.substr(end + 4) : "";
+        if (rest.empty() || head.find("Transfer-Encoding: chunked\r\n") == std::string::npos) {
             body = rest;
             return;
         }
-        std::size_t at = 0;
-        for (;;) {
-            std::size_t eol = rest.find("\r\n", at);
-            std::size_t size = std::stoul(rest.substr(at, eol - at), nullptr, 16);
-            if (size == 0) {
-                break;
-            }
-            body += rest.substr(eol + 2, size);
-            at = eol + 2 + size + 2;
+        for (std::size_t at = 0, size; (size = std::stoul(rest.substr(at), nullptr, 16)) != 0;
+             at = rest.find("\r\n", at) + 4 + size) {
+            body += rest.substr(rest.find("\r\n", at) + 2, size);
         }
     }
     bool hasHeader(const std::string& line) const {
@@ -138,14 +126,13 @@ class Exchange {
   private:
     static VELHTTPRequest::Fields withLength(VELHTTPRequest::Fields fields,
                                              const std::string& body) {
-        bool framed = false;
         for (const auto& f : fields) {
-            framed = framed || f.first.equalsIgnoreCase("Content-Length") ||
-                     f.first.equalsIgnoreCase("Transfer-Encoding");
+            if (f.first.equalsIgnoreCase("Content-Length") ||
+                f.first.equalsIgnoreCase("Transfer-Encoding")) {
+                return fields;
+            }
         }
-        if (!framed) {
-            fields.emplace_back("Content-Length", VELString::valueOf(body.size()));
-        }
+        fields.emplace_back("Content-Length", VELString::valueOf(body.size()));
         return fields;
     }
     std::string _body;
@@ -164,17 +151,6 @@ class ScopedConfiguration {
         TARNConfigManager::getInstance().loadFromString(text);
     }
     ~ScopedConfiguration() { TARNConfigManager::getInstance().loadFromString(""); }
-};
-
-// Keeps the trace output quiet for a test that logs a lot (captures still
-// receive every line).
-class ScopedQuietTrace {
-  public:
-    ScopedQuietTrace() : _level(tarn::TraceLog::getLevel()) { tarn::TraceLog::setLevel(0); }
-    ~ScopedQuietTrace() { tarn::TraceLog::setLevel(_level); }
-
-  private:
-    int _level;
 };
 
 }  // namespace adaptertest

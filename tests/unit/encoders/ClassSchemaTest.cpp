@@ -1,7 +1,6 @@
 // Classes with qualifiers, properties, methods and parameters over three
 // levels of inheritance.
 #include "EncoderTestSupport.h"
-#include "tarn/CQualifierDef.h"
 #include "tarn/QualifierFlavor.h"
 
 namespace enctest {
@@ -19,68 +18,65 @@ VELSmrPtr<tarn::IQualifier> flag(const char* name, std::uint32_t flavor = 0) {
     return qualifier(name, CVelaValue::makeBoolean(true), flavor);
 }
 
+// The element with these qualifiers added, in order.
+template <class T, class... Q>
+VELSmrPtr<T> with(VELSmrPtr<T> element, Q... qualifiers) {
+    (element->addQualifier(qualifiers), ...);
+    return element;
+}
+VELSmrPtr<CPropertyDef> prop(const char* name, const VELSmrPtr<IVelaType>& type) {
+    return makeVELSmrPtr<CPropertyDef>(name, type);
+}
+VELSmrPtr<CParameterDef> param(const char* name, const VELSmrPtr<IVelaType>& type) {
+    return makeVELSmrPtr<CParameterDef>(name, type);
+}
+
 // Test_Base <- Test_Middle (overrides caption and Reset, adds Size) <- Test_Leaf
 // (adds a scalar, a reference, an array and an embedded instance property
 // and a method with every kind of parameter).
 class ClassSchema : public ::testing::Test {
   protected:
     void SetUp() override {
-        auto base = makeVELSmrPtr<CVelaClass>("Test_Base", "");
-        base->addQualifier(flag("Abstract", QualifierFlavor::Restricted));
-        base->addQualifier(text("Description", "the base", QualifierFlavor::Translatable));
-        base->addQualifier(text("Version", "1.0", QualifierFlavor::DisableOverride));
-        auto name = makeVELSmrPtr<CPropertyDef>("Name", CVelaType::string);
-        name->addQualifier(flag("Key", QualifierFlavor::DisableOverride));
-        name->addQualifier(text("Description", "name & id"));
-        base->addProperty(name);
-        auto caption = makeVELSmrPtr<CPropertyDef>("Caption", CVelaType::string, str("none"));
-        caption->addQualifier(text("Description", "short text"));
-        caption->addQualifier(qualifier("MaxLen", CVelaValue::makeUint32(64)));
-        base->addProperty(caption);
+        using F = QualifierFlavor;
+        auto base =
+            with(makeVELSmrPtr<CVelaClass>("Test_Base", ""), flag("Abstract", F::Restricted),
+                 text("Description", "the base", F::Translatable),
+                 text("Version", "1.0", F::DisableOverride));
+        base->addProperty(with(prop("Name", CVelaType::string), flag("Key", F::DisableOverride),
+                               text("Description", "name & id")));
+        base->addProperty(with(
+            makeVELSmrPtr<CPropertyDef>("Caption", CVelaType::string, str("none")),
+            text("Description", "short text"), qualifier("MaxLen", CVelaValue::makeUint32(64))));
         auto reset = makeVELSmrPtr<CMethodDef>("Reset", CVelaType::uint32);
-        auto force = makeVELSmrPtr<CParameterDef>("Force", CVelaType::boolean);
-        force->addQualifier(flag("In"));
-        reset->addParameter(force);
-        reset->addQualifier(text("Description", "resets"));
-        base->addMethod(reset);
+        reset->addParameter(with(param("Force", CVelaType::boolean), flag("In")));
+        base->addMethod(with(reset, text("Description", "resets")));
         classes->addClass("root/test", base);
 
         auto middle = makeVELSmrPtr<CVelaClass>("Test_Middle", "Test_Base");
-        auto caption2 = makeVELSmrPtr<CPropertyDef>("caption", CVelaType::string);
-        caption2->addQualifier(flag("Override", QualifierFlavor::Restricted));
-        caption2->addQualifier(qualifier("MaxLen", CVelaValue::makeUint32(32)));
-        middle->addProperty(caption2);
-        middle->addProperty(makeVELSmrPtr<CPropertyDef>("Size", CVelaType::uint64));
+        middle->addProperty(with(prop("caption", CVelaType::string),
+                                 flag("Override", F::Restricted),
+                                 qualifier("MaxLen", CVelaValue::makeUint32(32))));
+        middle->addProperty(prop("Size", CVelaType::uint64));
         auto reset2 = makeVELSmrPtr<CMethodDef>("Reset", CVelaType::uint32);
-        auto force2 = makeVELSmrPtr<CParameterDef>("Force", CVelaType::boolean);
-        force2->addQualifier(text("Description", "really"));
-        reset2->addParameter(force2);
-        reset2->addQualifier(flag("Override", QualifierFlavor::Restricted));
-        middle->addMethod(reset2);
+        reset2->addParameter(
+            with(param("Force", CVelaType::boolean), text("Description", "really")));
+        middle->addMethod(with(reset2, flag("Override", F::Restricted)));
         classes->addClass("root/test", middle);
 
-        auto leaf = makeVELSmrPtr<CVelaClass>("Test_Leaf", "Test_Middle");
-        leaf->addQualifier(text("Description", "the leaf"));
-        auto extra = makeVELSmrPtr<CPropertyDef>("Extra", CVelaType::sint8);
-        extra->addQualifier(text("Description", "extra", QualifierFlavor::Translatable));
-        leaf->addProperty(extra);
+        auto leaf = with(makeVELSmrPtr<CVelaClass>("Test_Leaf", "Test_Middle"),
+                         text("Description", "the leaf"));
         leaf->addProperty(
-            makeVELSmrPtr<CPropertyDef>("Owner", CVelaType::referenceTo("Test_Base")));
-        auto codes = makeVELSmrPtr<CPropertyDef>("Codes", CVelaType::get(CIMTypeId::UInt16, true));
-        codes->addQualifier(text("ArrayType", "Indexed", QualifierFlavor::Restricted));
-        leaf->addProperty(codes);
-        leaf->addProperty(
-            makeVELSmrPtr<CPropertyDef>("Blob", CVelaType::embeddedInstance("Test_Base")));
+            with(prop("Extra", CVelaType::sint8), text("Description", "extra", F::Translatable)));
+        leaf->addProperty(prop("Owner", CVelaType::referenceTo("Test_Base")));
+        leaf->addProperty(with(prop("Codes", CVelaType::get(CIMTypeId::UInt16, true)),
+                               text("ArrayType", "Indexed", F::Restricted)));
+        leaf->addProperty(prop("Blob", CVelaType::embeddedInstance("Test_Base")));
         auto attach = makeVELSmrPtr<CMethodDef>("Attach", CVelaType::embeddedInstance("Test_Base"));
+        attach->addParameter(param("Target", CVelaType::referenceTo("Test_Base")));
+        attach->addParameter(param("Targets", CVelaType::referenceTo("Test_Base", true)));
         attach->addParameter(
-            makeVELSmrPtr<CParameterDef>("Target", CVelaType::referenceTo("Test_Base")));
-        attach->addParameter(
-            makeVELSmrPtr<CParameterDef>("Targets", CVelaType::referenceTo("Test_Base", true)));
-        auto names = makeVELSmrPtr<CParameterDef>("Names", CVelaType::get(CIMTypeId::String, true));
-        names->addQualifier(flag("In"));
-        attach->addParameter(names);
-        attach->addParameter(
-            makeVELSmrPtr<CParameterDef>("Data", CVelaType::embeddedInstance("Test_Base")));
+            with(param("Names", CVelaType::get(CIMTypeId::String, true)), flag("In")));
+        attach->addParameter(param("Data", CVelaType::embeddedInstance("Test_Base")));
         leaf->addMethod(attach);
         classes->addClass("root/test", leaf);
     }
@@ -201,38 +197,6 @@ TEST_F(ClassSchema, LeafClassInEveryCombinationOfFlagsAndPropertyList) {
             << " includeClassOrigin=" << origin << " propertyList=" << filtered;
         EXPECT_TRUE(wellFormed(text));
     }
-}
-
-TEST_F(ClassSchema, ClassWithPathAndQueryResultClass) {
-    EXPECT_EQ(
-        out([&](std::ostream& os) {
-            CIMXMLUtil::streamValueClassObjectWithPath(
-                os, cls("Test_Base"), nsPath("root/test", "h1"), nullptr, true, false, false, true);
-        }),
-        "<VALUE.OBJECTWITHPATH><CLASSPATH>\n<NAMESPACEPATH>\n<HOST>h1</HOST>\n"
-        "<LOCALNAMESPACEPATH>\n<NAMESPACE NAME=\"root\"/>\n<NAMESPACE NAME=\"test\"/>\n"
-        "</LOCALNAMESPACEPATH>\n</NAMESPACEPATH>\n<CLASSNAME NAME=\"Test_Base\" />\n</CLASSPATH>\n"
-        "<CLASS NAME=\"Test_Base\">\n<PROPERTY NAME=\"Name\"  TYPE=\"string\" PROPAGATED=\"false\" "
-        ">\n</PROPERTY>\n<PROPERTY NAME=\"Caption\"  TYPE=\"string\" PROPAGATED=\"false\" >\n"
-        "</PROPERTY>\n<METHOD NAME=\"Reset\" TYPE=\"uint32\" PROPAGATED=\"false\" >\n<PARAMETER "
-        "NAME=\"Force\"  TYPE=\"boolean\" >\n</PARAMETER>\n</METHOD>\n</CLASS>\n"
-        "</VALUE.OBJECTWITHPATH>");
-    std::ostringstream os;
-    EXPECT_THROW(CIMXMLUtil::streamValueClassObjectWithPath(os, cls("Test_Base"), nullptr, nullptr,
-                                                            true, false, false, true),
-                 AdapterException);
-
-    auto result = makeVELSmrPtr<CVelaClass>("Test_Result", "");
-    result->addProperty(makeVELSmrPtr<CPropertyDef>("Count", CVelaType::uint32));
-    classes->addClass("root/test", result);
-    EXPECT_EQ(out([&](std::ostream& s) {
-                  CIMXMLUtil::streamIParamQueryResultClass(s, cls("Test_Result"));
-              }),
-              "<PARAMVALUE NAME=\"QueryResultClass\">\n<CLASS NAME=\"Test_Result\">\n<PROPERTY "
-              "NAME=\"Count\"  TYPE=\"uint32\" PROPAGATED=\"false\" CLASSORIGIN=\"Test_Result\">\n"
-              "</PROPERTY>\n</CLASS>\n</PARAMVALUE>");
-    EXPECT_EQ(out([&](std::ostream& s) { CIMXMLUtil::streamIParamQueryResultClass(s, nullptr); }),
-              "<PARAMVALUE NAME=\"QueryResultClass\">\n</PARAMVALUE>");
 }
 
 }  // namespace

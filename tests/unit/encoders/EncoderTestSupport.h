@@ -90,65 +90,57 @@ inline const std::string kCimv2NsPath =
 inline std::string escapeMarkup(const std::string& plain) {
     std::string s;
     for (char c : plain) {
-        switch (c) {
-            case '<':
-                s += "&lt;";
-                break;
-            case '>':
-                s += "&gt;";
-                break;
-            case '"':
-                s += "&quot;";
-                break;
-            default:
-                s += c;
-        }
+        s += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '"' ? "&quot;" : std::string(1, c);
     }
     return s;
 }
 
+// INSTANCEPATH of CIM_Disk.Id="d1" in root/cimv2 on h1.
+inline const std::string kDiskPath =
+    "<INSTANCEPATH>\n" + kCimv2NsPath +
+    "<INSTANCENAME CLASSNAME=\"CIM_Disk\">\n<KEYBINDING NAME=\"Id\"><KEYVALUE VALUETYPE=\"string\" "
+    "TYPE=\"string\">d1</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n</INSTANCEPATH>\n";
+
+// TEST_Inner with Note=note, and (with note "n") as an embedded (escaped) INSTANCE.
+inline VELSmrPtr<IVelaObject> noteInstance(const char* note) {
+    auto inner = makeVELSmrPtr<CVelaObject>("TEST_Inner");
+    inner->addProperty("Note", str(note));
+    return inner;
+}
+inline const std::string kInnerEscaped =
+    "&lt;INSTANCE CLASSNAME=&quot;TEST_Inner&quot;&gt;\n&lt;PROPERTY NAME=&quot;Note&quot;&#32; "
+    "TYPE=&quot;string&quot;&gt;&lt;VALUE&gt;n&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n"
+    "&lt;/INSTANCE&gt;\n";
+
 // An instance name whose key binding `failing` throws what `fail` throws.
-class FailingInstanceName : public IVelaInstanceName {
+class FailingInstanceName : public CVelaInstanceName {
   public:
-    FailingInstanceName(VELSmrPtr<IVelaInstanceName> inner, std::size_t failing,
+    FailingInstanceName(const char* cls, VELSmrPtr<IVelaNameSpacePath> ns, std::size_t failing,
                         std::function<void()> fail)
-        : _inner(std::move(inner)), _failing(failing), _fail(std::move(fail)) {}
-    const VELString& getClassName() const override { return _inner->getClassName(); }
-    const VELSmrPtr<IVelaNameSpacePath>& getNameSpacePath() const override {
-        return _inner->getNameSpacePath();
-    }
-    bool isClassName() const override { return false; }
-    std::size_t getKeyBindingCount() const override { return _inner->getKeyBindingCount(); }
+        : CVelaInstanceName(cls, std::move(ns)), _failing(failing), _fail(std::move(fail)) {}
     VELSmrPtr<IVelaKeyBinding> getKeyBinding(std::size_t i) const override {
         if (i == _failing) {
             _fail();
         }
-        return _inner->getKeyBinding(i);
+        return CVelaInstanceName::getKeyBinding(i);
     }
-    VELString toString() const override { return _inner->toString(); }
-    VELString getCanonicalKeys() const override { return _inner->getCanonicalKeys(); }
-    bool equals(const IVelaInstanceName& o) const override { return _inner->equals(o); }
 
   private:
-    VELSmrPtr<IVelaInstanceName> _inner;
     std::size_t _failing;
     std::function<void()> _fail;
 };
 
 // A property whose value cannot be read.
-class FailingProperty : public IVelaProperty {
+class FailingProperty : public CVelaProperty {
   public:
     FailingProperty(VELString name, std::function<void()> fail)
-        : _name(std::move(name)), _fail(std::move(fail)) {}
-    const VELString& getName() const override { return _name; }
-    const VELSmrPtr<IVelaType>& getType() const override { return CVelaType::string; }
+        : CVelaProperty(std::move(name), CVelaType::string, nullptr), _fail(std::move(fail)) {}
     const VELSmrPtr<IVelaValue>& getValue() const override {
         _fail();
         throw std::logic_error("unreachable");
     }
 
   private:
-    VELString _name;
     std::function<void()> _fail;
 };
 

@@ -66,12 +66,6 @@ class FailingParameter : public IVelaActualParameter {
 
 TEST(Parameters, IntrinsicAndExtrinsicValuesOfEachKind) {
     auto disk = nameOf("CIM_Disk", nsPath("root/cimv2", "h1"), {{"Id", str("d1")}});
-    const std::string diskPath = "<INSTANCEPATH>\n" + kCimv2NsPath +
-                                 "<INSTANCENAME CLASSNAME=\"CIM_Disk\">\n<KEYBINDING NAME=\"Id\">"
-                                 "<KEYVALUE VALUETYPE=\"string\" TYPE=\"string\">d1</KEYVALUE>"
-                                 "</KEYBINDING>\n</INSTANCENAME>\n</INSTANCEPATH>\n";
-    auto inner = makeVELSmrPtr<CVelaObject>("TEST_Inner");
-    inner->addProperty("Note", str("n"));
     auto names =
         makeVELSmrPtr<CVelaValue>(CVelaType::get(CIMTypeId::String, true),
                                   std::make_shared<const CVelaValue::ScalarArray>(
@@ -92,13 +86,11 @@ TEST(Parameters, IntrinsicAndExtrinsicValuesOfEachKind) {
         {param("a<b", CVelaValue::makeUint32(7)), false,
          "\n<PARAMVALUE NAME=\"a&lt;b\" PARAMTYPE=\"uint32\"><VALUE>7</VALUE>\n</PARAMVALUE>"},
         {param("Disk", CVelaValue::makeReference(disk)), false,
-         "\n<PARAMVALUE NAME=\"Disk\" PARAMTYPE=\"reference\"><VALUE.REFERENCE>" + diskPath +
+         "\n<PARAMVALUE NAME=\"Disk\" PARAMTYPE=\"reference\"><VALUE.REFERENCE>" + kDiskPath +
              "</VALUE.REFERENCE>\n</PARAMVALUE>"},
-        {param("Data", CVelaValue::makeObject(inner)), false,
-         "\n<PARAMVALUE NAME=\"Data\" PARAMTYPE=\"string\" EmbeddedObject=\"instance\">\n<VALUE>"
-         "&lt;INSTANCE CLASSNAME=&quot;TEST_Inner&quot;&gt;\n&lt;PROPERTY NAME=&quot;Note&quot;"
-         "&#32; TYPE=&quot;string&quot;&gt;&lt;VALUE&gt;n&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n"
-         "&lt;/INSTANCE&gt;\n</VALUE>\n</PARAMVALUE>"},
+        {param("Data", CVelaValue::makeObject(noteInstance("n"))), false,
+         "\n<PARAMVALUE NAME=\"Data\" PARAMTYPE=\"string\" EmbeddedObject=\"instance\">\n<VALUE>" +
+             kInnerEscaped + "</VALUE>\n</PARAMVALUE>"},
         {param("Names", names), false,
          "\n<PARAMVALUE NAME=\"Names\" PARAMTYPE=\"string\"><VALUE.ARRAY>\n<VALUE>a</VALUE>\n"
          "<VALUE></VALUE>\n</VALUE.ARRAY>\n</PARAMVALUE>"},

@@ -1,5 +1,4 @@
-// Status translation, message envelope, ERROR elements, pulled-enumeration
-// parameters and version checks.
+// Status translation and ERROR elements, from text or with instances.
 #include "EncoderTestSupport.h"
 
 namespace enctest {
@@ -50,21 +49,6 @@ TEST(StatusCodes, DescriptionsKeepTheirExactTextsAndCodes18And19HaveNone) {
                   missing)
             << code;
     }
-}
-
-TEST(Envelope, HeaderAndTrailerFrameTheMessage) {
-    std::string text = out([](std::ostream& os) {
-        CIMXMLUtil::streamMessageHeader(os, "1001", "2.0", "2.4");
-        os << "<SIMPLERSP></SIMPLERSP>";
-        CIMXMLUtil::streamMessageTrailer(os);
-    });
-    EXPECT_EQ(text,
-              "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
-              "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.4\"><MESSAGE ID=\"1001\" "
-              "PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP></SIMPLERSP></MESSAGE></CIM>\n");
-    pugi::xml_document doc;
-    ASSERT_TRUE(doc.load_string(text.c_str()));
-    EXPECT_STREQ(doc.child("CIM").child("MESSAGE").attribute("PROTOCOLVERSION").value(), "1.0");
 }
 
 TEST(ErrorElement, FromTextCarriesTranslatedCodeAndEscapedDetail) {
@@ -147,41 +131,6 @@ TEST_F(ErrorInstances, CimErrorsAreWrittenAsTheyAreOtherInstancesAreWrapped) {
                            .get();
     EXPECT_EQ(decoded(once), path);
     EXPECT_TRUE(wellFormed(decoded(once)));
-}
-
-TEST_F(ErrorInstances, HierarchyFollowsSuperclassesAndNeedsAKnownClass) {
-    struct Case {
-        const char* cls;
-        bool withNamespace;
-        bool cim;
-        bool cimError;
-    };
-    const Case cases[] = {
-        {"TEST_Error", true, true, true},      {"CIM_Error", true, true, true},
-        {"TEST_Thing", true, true, false},     {"Other_Thing", true, false, false},
-        {"TEST_Error", false, false, false},  // no namespace: the class is not found
-        {"Unknown_Class", true, false, false},
-    };
-    for (const Case& c : cases) {
-        CVelaObject obj(c.cls, c.withNamespace ? nameOf(c.cls, ns) : nullptr);
-        EXPECT_EQ(CIMXMLUtil::isCimDescendent(obj), c.cim) << c.cls;
-        EXPECT_EQ(CIMXMLUtil::isCimErrorDescendent(obj), c.cimError) << c.cls;
-    }
-    CVelaObject thing("TEST_Thing", nameOf("TEST_Thing", ns));
-    EXPECT_TRUE(CIMXMLUtil::checkHierarchy(thing, "CIM_Managed"));
-    EXPECT_FALSE(CIMXMLUtil::checkHierarchy(thing, "cim_"));
-}
-
-TEST(PulledEnumeration, EndOfSequenceAndContextParameters) {
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEndOfSequence(os, true); }),
-              "<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>TRUE</VALUE>\n"
-              "</PARAMVALUE>\n");
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEndOfSequence(os, false); }),
-              "<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>FALSE</VALUE>\n"
-              "</PARAMVALUE>\n");
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamEnumerationContext(os, "ctx-42"); }),
-              "<PARAMVALUE NAME=\"EnumerationContext\" TYPE=\"string\">\n<VALUE>ctx-42</VALUE>\n"
-              "</PARAMVALUE>\n");
 }
 
 }  // namespace

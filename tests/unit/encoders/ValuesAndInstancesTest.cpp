@@ -42,23 +42,6 @@ Value array(CIMTypeId id, std::vector<CVelaValue::Scalar> items) {
                                      std::make_shared<const CVelaValue::ScalarArray>(items));
 }
 
-VELSmrPtr<IVelaObject> noteInstance(const char* note) {
-    auto inner = makeVELSmrPtr<CVelaObject>("TEST_Inner");
-    inner->addProperty("Note", str(note));
-    return inner;
-}
-
-// TEST_Inner with Note="n" as an embedded (escaped) INSTANCE.
-const std::string kInnerEscaped =
-    "&lt;INSTANCE CLASSNAME=&quot;TEST_Inner&quot;&gt;\n&lt;PROPERTY NAME=&quot;Note&quot;&#32; "
-    "TYPE=&quot;string&quot;&gt;&lt;VALUE&gt;n&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n"
-    "&lt;/INSTANCE&gt;\n";
-
-const std::string kDiskPath = "<INSTANCEPATH>\n" + kCimv2NsPath +
-                              "<INSTANCENAME CLASSNAME=\"CIM_Disk\">\n<KEYBINDING NAME=\"Id\">"
-                              "<KEYVALUE VALUETYPE=\"string\" TYPE=\"string\">d1</KEYVALUE>"
-                              "</KEYBINDING>\n</INSTANCENAME>\n</INSTANCEPATH>\n";
-
 class Values : public ::testing::Test {
   protected:
     VELSmrPtr<IVelaNameSpacePath> cimv2 = nsPath("root/cimv2", "h1");
@@ -191,25 +174,8 @@ TEST_F(Values, EmbeddedInstancesAreEscapedExactlyOnceEvenWhenNested) {
         "EmbeddedObject=&quot;instance&quot;&gt;\n&lt;VALUE&gt;" +
         kInnerEscaped + "&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n&lt;/INSTANCE&gt;\n";
     Value v = CVelaValue::makeObject(outer);
-    std::string plain = value(v, false, true);
-    EXPECT_EQ(plain, "\n<VALUE>" + outerEscaped + "</VALUE>\n");
+    EXPECT_EQ(value(v, false, true), "\n<VALUE>" + outerEscaped + "</VALUE>\n");
     EXPECT_EQ(value(v, true), "\n&lt;VALUE&gt;" + outerEscaped + "&lt;/VALUE&gt;\n");
-
-    // Decoded once, the VALUE holds the outer instance, and the inner one is
-    // plain markup inside it: there is no second level of escaping.
-    pugi::xml_document doc;
-    ASSERT_TRUE(doc.load_string(("<root>" + plain + "</root>").c_str()));
-    std::string level1 = doc.child("root").child("VALUE").text().get();
-    pugi::xml_document inner;
-    ASSERT_TRUE(inner.load_string(level1.c_str())) << level1;
-    EXPECT_STREQ(inner.child("INSTANCE")
-                     .find_child_by_attribute("PROPERTY", "NAME", "Inner")
-                     .child("VALUE")
-                     .child("INSTANCE")
-                     .attribute("CLASSNAME")
-                     .value(),
-                 "TEST_Inner");
-
     EXPECT_EQ(value(CVelaValue::makeObject(makeVELSmrPtr<CVelaObject>("")), false), "");
     EXPECT_EQ(value(CVelaValue::makeNull(CVelaType::object), false, true), "");
 }
@@ -319,22 +285,6 @@ TEST_F(Properties, ReferenceQualifiedPropertiesAreStringsHoldingEscapedPaths) {
                   "</VALUE.REFERENCE>\n</PROPERTY.REFERENCE>\n");
 }
 
-TEST_F(Properties, ClassOriginsComeFromTheDictionary) {
-    auto cls = tarn::ISchemaCatalog::installed()->getClass("root/cimv2", "TEST_Thing");
-    cimxmlpa::ClassOriginDictionary origins(cls);
-    EXPECT_EQ(
-        property(*thing, prop("Name", str("t")), false, &origins),
-        "<PROPERTY NAME=\"Name\" TYPE=\"string\" CLASSORIGIN=\"TEST_Thing\"><VALUE>t</VALUE>\n"
-        "</PROPERTY>\n");
-    EXPECT_EQ(property(*thing, prop("Caption", str("c")), false, &origins),
-              "<PROPERTY NAME=\"Caption\" TYPE=\"string\" CLASSORIGIN=\"CIM_ManagedElement\" "
-              "PROPAGATED=\"true\"><VALUE>c</VALUE>\n</PROPERTY>\n");
-    EXPECT_EQ(property(*thing, prop("Caption", str("c")), true, &origins),
-              "&lt;PROPERTY NAME=&quot;Caption&quot;&#32; TYPE=&quot;string&quot; "
-              "CLASSORIGIN=&quot;CIM_ManagedElement&quot; PROPAGATED=&quot;true&quot;&gt;&lt;"
-              "VALUE&gt;c&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n");
-}
-
 class Instances : public Properties {
   protected:
     void SetUp() override {
@@ -343,9 +293,14 @@ class Instances : public Properties {
         thing->addProperty(
             VELSmrPtr<IVelaProperty>(new CVelaProperty("Nothing", CVelaType::uint8, nullptr)));
     }
-    const std::string kThingName =
-        "<INSTANCENAME CLASSNAME=\"TEST_Thing\">\n<KEYBINDING NAME=\"Name\"><KEYVALUE "
-        "VALUETYPE=\"string\" TYPE=\"string\">t</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n";
+    std::string instance(const VELSmrPtr<IVelaObject>& obj,
+                         const VELSmrPtr<CIMXMLUtil::PropertyList>& list = nullptr,
+                         const VELSmrPtr<IVelaClass>& cls = nullptr, bool origin = false,
+                         bool esc = false, bool cont = true) {
+        return out([&](std::ostream& os) {
+            CIMXMLUtil::streamInstance(os, obj, list, cont, cls, origin, esc);
+        });
+    }
     const std::string kName =
         "<PROPERTY NAME=\"Name\" TYPE=\"string\"><VALUE>t</VALUE>\n</PROPERTY>\n";
     const std::string kCaption =
@@ -355,26 +310,18 @@ class Instances : public Properties {
 };
 
 TEST_F(Instances, AllPropertiesOrTheListedOnesWithExactNames) {
-    EXPECT_EQ(out([&](std::ostream& os) {
-                  CIMXMLUtil::streamInstance(os, thing, nullptr, true, nullptr, false, false);
-              }),
-              kInstance);
+    EXPECT_EQ(instance(thing), kInstance);
     auto list = makeVELSmrPtr<CIMXMLUtil::PropertyList>(
         std::vector<VELString>{"Caption", "Missing", "caption", "Name", "", "Name"});
     tarn::LogCapture log;
-    std::string text = out([&](std::ostream& os) {
-        CIMXMLUtil::streamInstance(os, thing, list, true, nullptr, false, false);
-    });
-    EXPECT_EQ(text,
+    EXPECT_EQ(instance(thing, list),
               "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kCaption + kName + kName + "</INSTANCE>\n");
     const char* source = "cimxmlpa::CIMXMLUtil::streamPropertyByIndexOrName";
     EXPECT_TRUE(log.contains(source, "Unable to find property with name=Missing", 4));
     EXPECT_TRUE(log.contains(source, "Unable to find property with name=caption", 4));
     EXPECT_EQ(log.lines().size(), 2u);
     auto cls = tarn::ISchemaCatalog::installed()->getClass("root/cimv2", "TEST_Thing");
-    EXPECT_EQ(out([&](std::ostream& os) {
-                  CIMXMLUtil::streamInstance(os, thing, nullptr, true, cls, true, true);
-              }),
+    EXPECT_EQ(instance(thing, nullptr, cls, true, true),
               "&lt;INSTANCE CLASSNAME=&quot;TEST_Thing&quot;&gt;\n"
               "&lt;PROPERTY NAME=&quot;Name&quot;&#32; TYPE=&quot;string&quot; "
               "CLASSORIGIN=&quot;TEST_Thing&quot;&gt;&lt;VALUE&gt;t&lt;/VALUE&gt;\n&lt;/"
@@ -382,10 +329,7 @@ TEST_F(Instances, AllPropertiesOrTheListedOnesWithExactNames) {
               "CLASSORIGIN=&quot;CIM_ManagedElement&quot; PROPAGATED=&quot;true&quot;&gt;&lt;"
               "VALUE&gt;a&amp;b&lt;/VALUE&gt;\n&lt;/PROPERTY&gt;\n&lt;/INSTANCE&gt;\n");
     // Without a class there is nothing to take origins from.
-    EXPECT_EQ(out([&](std::ostream& os) {
-                  CIMXMLUtil::streamInstance(os, thing, nullptr, true, nullptr, true, false);
-              }),
-              kInstance);
+    EXPECT_EQ(instance(thing, nullptr, nullptr, true), kInstance);
 }
 
 TEST_F(Instances, AFailedPropertyIsReplacedInPlaceOrPassedOn) {
@@ -403,21 +347,14 @@ TEST_F(Instances, AFailedPropertyIsReplacedInPlaceOrPassedOn) {
         obj->addProperty(VELSmrPtr<IVelaProperty>(new FailingProperty("Bad", c.fail)));
         obj->addProperty("Caption", str("a&b"));
         tarn::LogCapture log;
-        EXPECT_EQ(out([&](std::ostream& os) {
-                      CIMXMLUtil::streamInstance(os, obj, nullptr, true, nullptr, false, false);
-                  }),
-                  "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kName + substitute + kCaption +
-                      "</INSTANCE>\n");
+        EXPECT_EQ(instance(obj), "<INSTANCE CLASSNAME=\"TEST_Thing\">\n" + kName + substitute +
+                                     kCaption + "</INSTANCE>\n");
         EXPECT_TRUE(log.contains("CIMXMLUtil", c.logged, 1));
-        std::ostringstream os;
-        EXPECT_ANY_THROW(
-            CIMXMLUtil::streamInstance(os, obj, nullptr, false, nullptr, false, false));
+        EXPECT_ANY_THROW(instance(obj, nullptr, nullptr, false, false, false));
     }
     auto lost = makeVELSmrPtr<CVelaObject>("TEST_Thing");
     lost->addProperty(VELSmrPtr<IVelaProperty>(new FailingProperty("Bad", throwNetwork)));
-    std::ostringstream os;
-    EXPECT_THROW(CIMXMLUtil::streamInstance(os, lost, nullptr, true, nullptr, false, false),
-                 VELNetException);
+    EXPECT_THROW(instance(lost), VELNetException);
     // A position that does not exist has no name to show.
     EXPECT_EQ(out([&](std::ostream& s) {
                   CIMXMLUtil::streamPropertyByIndexOrName(s, *thing, "", 9, true, nullptr, nullptr,

@@ -4,7 +4,6 @@
 #include "tarn/LogCapture.h"
 #include "tarn/security/SecurityToken.h"
 #include "vela/AuthenticationHelper.h"
-#include "vela/TARNClientInfo.h"
 #include "vela/VELGenericHTTPIStream.h"
 #include "vela/VELGenericHTTPOStream.h"
 #include "vela/VELHTTPRequest.h"

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "FakeSocket.h"
-#include "tarn/LogCapture.h"
 #include "vela/VELGenericHTTPIStream.h"
 #include "vela/VELGenericHTTPOStream.h"
 #include "vela/VELHTTPException.h"
@@ -25,30 +24,21 @@ TEST(VELGenericHTTPOStream, EachStreamTypeFramesTheBodyAfterTheHead) {
         std::string expected;
         bool closes;
     };
+    const std::string v11 = "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\n";
+    const std::string v10 = "HTTP/1.0 200 OK\r\nContent-Type: application/xml\r\n";
+    const std::string close = "Connection: close\r\n";
     const Case cases[] = {
         {"chunked", Out::Chunked, V11, true, true,
-         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nTransfer-Encoding: chunked\r\n\r\n"
-         "3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n",
-         false},
-        {"full", Out::Full, V11, true, true,
-         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nContent-Length: 5\r\n\r\nabcde",
-         false},
+         v11 + "Transfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n", false},
+        {"full", Out::Full, V11, true, true, v11 + "Content-Length: 5\r\n\r\nabcde", false},
         {"full, HTTP/1.0 kept", Out::Full, V10, true, false,
-         "HTTP/1.0 200 OK\r\nContent-Type: application/xml\r\nConnection: keep-alive\r\n"
-         "Content-Length: 5\r\n\r\nabcde",
-         false},
+         v10 + "Connection: keep-alive\r\nContent-Length: 5\r\n\r\nabcde", false},
         {"full, not kept", Out::Full, V11, false, false,
-         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nConnection: close\r\n"
-         "Content-Length: 5\r\n\r\nabcde",
-         true},
-        {"not encoded", Out::NotEncoded, V11, true, false,
-         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nConnection: close\r\n\r\nabcde",
-         true},
+         v11 + close + "Content-Length: 5\r\n\r\nabcde", true},
+        {"not encoded", Out::NotEncoded, V11, true, false, v11 + close + "\r\nabcde", true},
         {"not encoded with length", Out::NotEncoded, V11, true, true,
-         "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nContent-Length: 5\r\n\r\nabcde",
-         false},
-        {"chunked asked for HTTP/1.0", Out::Chunked, V10, false, false,
-         "HTTP/1.0 200 OK\r\nContent-Type: application/xml\r\nConnection: close\r\n\r\nabcde",
+         v11 + "Content-Length: 5\r\n\r\nabcde", false},
+        {"chunked asked for HTTP/1.0", Out::Chunked, V10, false, false, v10 + close + "\r\nabcde",
          true},
     };
     for (const Case& c : cases) {

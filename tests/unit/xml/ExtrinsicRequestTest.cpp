@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "RequestBuilder.h"
-#include "vela/IVelaNameSpacePath.h"
 #include "vela/VELCIMStrings.h"
 
 using namespace xmltest;

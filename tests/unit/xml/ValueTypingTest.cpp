@@ -3,12 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "RequestBuilder.h"
-#include "vela/CIMUtil.h"
-#include "vela/CVelaType.h"
-#include "vela/IVelaClass.h"
-#include "vela/IVelaNameSpacePath.h"
 #include "vela/VELCIMStrings.h"
-#include "vela/VelaBaseException.h"
 
 using namespace xmltest;
 using S = VELCIMStrings;
@@ -31,13 +26,6 @@ VELSmrPtr<IVelaObject> created(const std::string& properties, VELString* error =
         ->getValue()
         ->getObject();
 }
-
-struct TypedCase {
-    const char* type;
-    CIMTypeId id;
-    const char* text;
-    const char* printed;
-};
 
 // A value that does not fit its declared type is rejected, and the reason
 // names the element, the property and the type.
