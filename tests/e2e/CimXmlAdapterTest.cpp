@@ -386,15 +386,6 @@ TEST_F(CimXmlAdapterTest, ChunkedRequestBodyIsReadAndTheConnectionKept) {
     expectAnswer(reader.read(in(10s)), 200, response(notSupported("DeleteClass"), "8"));
 }
 
-TEST_F(CimXmlAdapterTest, ResponsesToHttp10AreCloseDelimited) {
-    startTarnd();
-    Response r =
-        exchange(request(cimHeaders("DeleteClass"), simple("DeleteClass"), "POST", "HTTP/1.0"));
-    EXPECT_EQ(r.version, "HTTP/1.0");
-    EXPECT_EQ(r.framing, Response::Close);
-    expectAnswer(r, 200, response(notSupported("DeleteClass")));
-}
-
 TEST_F(CimXmlAdapterTest, ConditionalChunkingFramesByTheRequest) {
     startTarnd("[TARN]\nHTTPTransferEncoding = ConditionalChunked\n");
     Socket s = Socket::connect(httpPort);

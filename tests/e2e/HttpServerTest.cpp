@@ -1,7 +1,6 @@
 // The HTTP server of a running tarnd, driven with raw HTTP through the test
-// adapter plug-in: framing, keep-alive, extension headers, hostile and slow
-// clients, the connection caps, the request memory budget, and the server's
-// own answers.
+// adapter plug-in: framing, keep-alive, hostile and slow clients, the
+// connection caps, the request memory budget, and the server's own answers.
 #include <gtest/gtest.h>
 
 #include "HostileSupport.h"
@@ -75,24 +74,6 @@ TEST_F(HttpServerTest, EachFramingIsReadBackExactly) {
             s.send(request("ping"));
             EXPECT_EQ(reader.read(in(10s)).body, "pong");
         }
-    }
-}
-
-TEST_F(HttpServerTest, Http10GetsCloseDelimitedOrKeepAliveFullBodies) {
-    startTarnd();
-    // Chunks are not for HTTP/1.0: the body ends with the connection.
-    Response r = exchange(request("echo", "X-Framing: Chunked\r\n", "hello", "HTTP/1.0"));
-    EXPECT_EQ(r.version, "HTTP/1.0");
-    EXPECT_EQ(r.framing, Response::Close);
-    EXPECT_EQ(r.body, "hello");
-
-    Socket s = Socket::connect(httpPort);
-    ResponseReader reader(s);
-    for (int i = 0; i < 3; ++i) {
-        s.send(request("echo", "Connection: keep-alive\r\nX-Framing: Full\r\n", "abc", "HTTP/1.0"));
-        Response k = reader.read(in(10s));
-        EXPECT_EQ(k.body, "abc");
-        EXPECT_EQ(k.header("Connection"), "keep-alive");
     }
 }
 
@@ -179,27 +160,6 @@ TEST_F(HttpServerTest, BadHeadOrFramingGetsOneAnswerAndTheConnectionCloses) {
         }
         EXPECT_EQ(rest, "");
     }
-}
-
-TEST_F(HttpServerTest, ExtensionHeaderGroupsOfMPostAreFoundByPlainName) {
-    startTarnd();
-    std::string r = "M-POST /cimom HTTP/1.1\r\nHost: localhost\r\nAuthorization: " + auth() +
-                    "\r\n"
-                    "Man: \"http://www.dmtf.org/cim/mapping/http/v1.0\"; ns=73\r\n"
-                    "Opt: http://tarn.example/test ; ns=12\r\n"
-                    "73-CIMOperation: MethodCall\r\n73-CIMMethod: GetClass\r\n"
-                    "CIMMethod: NotThisOne\r\n12-TestOp: info\r\nContent-Length: 0\r\n\r\n";
-    Response resp = exchange(r);
-    ASSERT_EQ(resp.status, 200) << resp.body;
-    EXPECT_NE(resp.body.find("method=M-POST\n"), std::string::npos);
-    EXPECT_NE(resp.body.find("groups=2\n"), std::string::npos);
-    EXPECT_NE(resp.body.find("cim-prefix=73\n"), std::string::npos);
-    EXPECT_NE(resp.body.find("cim-CIMOperation=MethodCall\n"), std::string::npos);
-    EXPECT_NE(resp.body.find("cim-CIMMethod=GetClass\n"), std::string::npos);
-    EXPECT_NE(resp.body.find("cim-CIMObject=(none)\n"), std::string::npos);
-    // A prefix that no declaration binds is no group header.
-    Response none = exchange("M-POST /cimom HTTP/1.1\r\nHost: x\r\n12-TestOp: info\r\n\r\n");
-    EXPECT_EQ(none.status, 404);
 }
 
 TEST_F(HttpServerTest, ExpectContinueIsAnsweredWhenTheBodyIsRead) {

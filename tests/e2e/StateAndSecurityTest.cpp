@@ -1,7 +1,6 @@
 // tarnd as a process: first-start files and the repository built from the
-// schema, the command line and the starts that fail, authentication against
-// the users file and its administration with tarn-user, HTTPS, and graceful
-// shutdown.
+// schema, the command line and the starts that fail, the users file's
+// administration with tarn-user, HTTPS, and graceful shutdown.
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -151,42 +150,6 @@ TEST_F(StateAndSecurityTest, CommandLineIsExplainedAndStartsThatCannotServeSayWh
                           " has format version 3, newer than this TARN can read (version 2)"),
               std::string::npos)
         << output;
-}
-
-TEST_F(StateAndSecurityTest, BasicAuthenticationAgainstTheUsersFile) {
-    startTarnd();
-    struct Case {
-        const char* name;
-        std::string authorization;  // empty: no header
-    };
-    const Case failures[] = {
-        {"missing", ""},
-        {"wrong password", basicAuth("admin", "not-the-password")},
-        {"unknown user", basicAuth("mallory", password)},
-    };
-    for (const Case& c : failures) {
-        SCOPED_TRACE(c.name);
-        Socket s = Socket::connect(httpPort);
-        std::string r = "POST /test HTTP/1.1\r\nHost: x\r\nTestOp: info\r\nContent-Length: 5\r\n";
-        if (!c.authorization.empty()) {
-            r += "Authorization: " + c.authorization + "\r\n";
-        }
-        s.send(r + "\r\nhello");
-        ResponseReader reader(s);
-        Response denied = reader.read(in(10s));
-        EXPECT_EQ(denied.status, 401);
-        EXPECT_EQ(denied.reason, "Unauthorized");
-        EXPECT_EQ(denied.header("WWW-Authenticate"), "Basic realm=\"tarn\"");
-        EXPECT_EQ(denied.header("Content-Length"), "0");
-        // The connection stays usable: the client retries with credentials.
-        s.send(request("info"));
-        Response ok = reader.read(in(10s));
-        EXPECT_EQ(ok.status, 200);
-        EXPECT_NE(ok.body.find("user=admin\nroles=reader,writer,admin\n"), std::string::npos);
-    }
-    ASSERT_TRUE(tarnd.waitForOutput("wrong password for user 'admin'", in(5s))) << tarnd.output();
-    EXPECT_TRUE(tarnd.waitForOutput("unknown user 'mallory'", in(5s)));
-    EXPECT_EQ(tarnd.output().find("not-the-password"), std::string::npos);
 }
 
 TEST_F(StateAndSecurityTest, TarnUserChangesTakeEffectInTheRunningServer) {
