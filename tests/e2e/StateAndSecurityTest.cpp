@@ -1,9 +1,10 @@
-// tarnd as a process: first-start files, the command line, authentication
-// against the users file and its administration with tarn-user, HTTPS, and
-// graceful shutdown.
+// tarnd as a process: first-start files and the repository built from the
+// schema, the command line and the starts that fail, the users file's
+// administration with tarn-user, HTTPS, and graceful shutdown.
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
 #include <net/if.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <set>
@@ -19,20 +20,7 @@ unsigned modeOf(const std::filesystem::path& p) {
     return st.st_mode & 0777;
 }
 
-// Runs a program to its end and returns its exit status and output.
-std::pair<int, std::string> runProgram(const std::vector<std::string>& argv,
-                                       const std::string& input = std::string()) {
-    ChildProcess p;
-    p.start(argv, input);
-    auto status = p.waitExit(in(60s));
-    return {status.value_or(-1), p.output()};
-}
-
-std::string tool(const char* name) {
-    return std::string(TARN_BIN_DIR) + "/" + name;
-}
-
-class StateAndSecurityTest : public TarndFixture {};
+class StateAndSecurityTest : public TestAdapterFixture {};
 
 TEST_F(StateAndSecurityTest, FirstStartCreatesStateWithSafeDefaultsAndKeepsItLater) {
     std::filesystem::path state = dir.path() / "state";
@@ -70,6 +58,16 @@ TEST_F(StateAndSecurityTest, FirstStartCreatesStateWithSafeDefaultsAndKeepsItLat
         << log;
     EXPECT_NE(log.find("Generated a self-signed TLS certificate"), std::string::npos);
     EXPECT_NE(log.find("SHA-256 fingerprint "), std::string::npos);
+    // The repository is built from the schema directory while the object
+    // manager is STARTING.
+    const std::string db = (state / "repository.db").string();
+    std::size_t created = log.find("tarnd: Repository " + db + " created from the schema in " +
+                                   std::string(TARN_SOURCE_DIR) + "/schema");
+    std::size_t opened = log.find("tarnd: Repository " + db + ": 2 namespaces, 57 classes");
+    ASSERT_NE(created, std::string::npos) << log;
+    ASSERT_NE(opened, std::string::npos) << log;
+    EXPECT_LT(log.find("Object manager state: STARTING"), created);
+    EXPECT_LT(opened, log.find("Object manager state: STARTED"));
     first.signal(SIGTERM);
     ASSERT_EQ(first.waitExit(in(15s)), std::optional<int>(0)) << first.output();
 
@@ -82,63 +80,76 @@ TEST_F(StateAndSecurityTest, FirstStartCreatesStateWithSafeDefaultsAndKeepsItLat
     EXPECT_EQ(readFile(state / "users"), users);
     EXPECT_NE(second.output().find("http port " + std::to_string(httpPort)), std::string::npos);
     EXPECT_EQ(second.output().find("https port"), std::string::npos);
+    // It opens the repository that is there.
+    log = readFile(state / "trace.log");
+    std::size_t restart = log.rfind("Object manager state: STARTING");
+    EXPECT_EQ(log.find("created from the schema", restart), std::string::npos) << log;
+    EXPECT_NE(log.find(": 2 namespaces, 57 classes", restart), std::string::npos) << log;
     second.signal(SIGINT);
     EXPECT_EQ(second.waitExit(in(15s)), std::optional<int>(0));
 }
 
-TEST_F(StateAndSecurityTest, CommandLineIsExplainedAndCheckedAndBadAdaptersStopTheStart) {
-    auto help = runProgram({tool("tarnd"), "--help"});
+TEST_F(StateAndSecurityTest, CommandLineIsExplainedAndStartsThatCannotServeSayWhy) {
+    auto help = run({tool("tarnd"), "--help"});
     EXPECT_EQ(help.first, 0);
     for (const char* option : {"--state-dir", "--listen", "--http-port", "--https-port",
                                "--adapter", "admin.password", "Port_settings.xml", "SIGTERM"}) {
         EXPECT_NE(help.second.find(option), std::string::npos) << option;
     }
-    EXPECT_EQ(runProgram({tool("tarnd"), "--http-port", "70000"}).first, 2);
-    EXPECT_EQ(runProgram({tool("tarnd"), "--frobnicate"}).first, 2);
-    auto bad = runProgram({tool("tarnd"), "--state-dir", (dir.path() / "s").string(),
-                           "--https-port", "0", "--http-port", std::to_string(freePort()),
-                           "--adapter", (dir.path() / "missing.so").string()});
-    EXPECT_EQ(bad.first, 1);
-    EXPECT_NE(bad.second.find("cannot load protocol adapter"), std::string::npos) << bad.second;
-}
-
-TEST_F(StateAndSecurityTest, BasicAuthenticationAgainstTheUsersFile) {
-    startTarnd();
+    auto tarndWith = [&](std::vector<std::string> args) {
+        std::vector<std::string> argv = {
+            tool("tarnd"), "--state-dir", dir.path().string(),       "--https-port",
+            "0",           "--http-port", std::to_string(freePort())};
+        argv.insert(argv.end(), args.begin(), args.end());
+        auto result = run(argv);
+        EXPECT_EQ(result.second.find("running;"), std::string::npos) << result.second;
+        return result;
+    };
+    const std::filesystem::path bad = dir.path() / "bad";
+    std::filesystem::create_directories(bad);
+    std::ofstream(bad / "tarn.mof") << "class A : Missing { };\n";
     struct Case {
         const char* name;
-        std::string authorization;  // empty: no header
+        std::vector<std::string> args;
+        int status;
+        std::string said;
     };
-    const Case failures[] = {
-        {"missing", ""},
-        {"wrong password", basicAuth("admin", "not-the-password")},
-        {"unknown user", basicAuth("mallory", password)},
-        {"not base64", "Basic !!!"},
-        {"no colon", "Basic " + base64("admin")},
-        {"other scheme", "Bearer abc"},
+    const Case cases[] = {
+        {"port out of range", {"--http-port", "70000"}, 2, ""},
+        {"unknown option", {"--frobnicate"}, 2, ""},
+        // Nothing is built from a schema that does not compile.
+        {"schema that does not compile",
+         {"--adapter", adapterPath(), "--schema-dir", bad.string()},
+         1,
+         "tarnd: the schema " + (bad / "tarn.mof").string() + " cannot be loaded:"},
+        {"adapter that does not load",
+         {"--adapter", (dir.path() / "missing.so").string()},
+         1,
+         "cannot load protocol adapter"},
     };
-    for (const Case& c : failures) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Socket s = Socket::connect(httpPort);
-        std::string r = "POST /test HTTP/1.1\r\nHost: x\r\nTestOp: info\r\nContent-Length: 5\r\n";
-        if (!c.authorization.empty()) {
-            r += "Authorization: " + c.authorization + "\r\n";
-        }
-        s.send(r + "\r\nhello");
-        ResponseReader reader(s);
-        Response denied = reader.read(in(10s));
-        EXPECT_EQ(denied.status, 401);
-        EXPECT_EQ(denied.reason, "Unauthorized");
-        EXPECT_EQ(denied.header("WWW-Authenticate"), "Basic realm=\"tarn\"");
-        EXPECT_EQ(denied.header("Content-Length"), "0");
-        // The connection stays usable: the client retries with credentials.
-        s.send(request("info"));
-        Response ok = reader.read(in(10s));
-        EXPECT_EQ(ok.status, 200);
-        EXPECT_NE(ok.body.find("user=admin\nroles=reader,writer,admin\n"), std::string::npos);
+        auto [status, output] = tarndWith(c.args);
+        EXPECT_EQ(status, c.status) << output;
+        EXPECT_NE(output.find(c.said), std::string::npos) << output;
     }
-    ASSERT_TRUE(tarnd.waitForOutput("wrong password for user 'admin'", in(5s))) << tarnd.output();
-    EXPECT_TRUE(tarnd.waitForOutput("unknown user 'mallory'", in(5s)));
-    EXPECT_EQ(tarnd.output().find("not-the-password"), std::string::npos);
+
+    // A repository that claims a newer format than this tarnd reads.
+    startTarnd();
+    TearDown();
+    sqlite3* handle = nullptr;
+    ASSERT_EQ(sqlite3_open((dir.path() / "repository.db").c_str(), &handle), SQLITE_OK);
+    ASSERT_EQ(
+        sqlite3_exec(handle, "UPDATE repository_meta SET value='3' WHERE name='format_version'",
+                     nullptr, nullptr, nullptr),
+        SQLITE_OK);
+    sqlite3_close(handle);
+    auto [status, output] = tarndWith({"--adapter", adapterPath()});
+    EXPECT_EQ(status, 1) << output;
+    EXPECT_NE(output.find("tarnd: the repository " + (dir.path() / "repository.db").string() +
+                          " has format version 3, newer than this TARN can read (version 2)"),
+              std::string::npos)
+        << output;
 }
 
 TEST_F(StateAndSecurityTest, TarnUserChangesTakeEffectInTheRunningServer) {
@@ -154,39 +165,35 @@ TEST_F(StateAndSecurityTest, TarnUserChangesTakeEffectInTheRunningServer) {
         }
         return resp.status;
     };
-    auto add = runProgram({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "first-pw\n");
+    auto add = run({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "first-pw\n");
     ASSERT_EQ(add.first, 0) << add.second;
     std::string body;
     EXPECT_EQ(statusAs("bob", "first-pw", &body), 200);
     EXPECT_NE(body.find("user=bob\nroles=reader\n"), std::string::npos) << body;
 
-    EXPECT_EQ(
-        runProgram({tool("tarn-user"), "--state-dir", state, "passwd", "bob"}, "second-pw\n").first,
-        0);
+    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "passwd", "bob"}, "second-pw\n").first,
+              0);
     EXPECT_EQ(statusAs("bob", "first-pw"), 401);
     EXPECT_EQ(statusAs("bob", "second-pw"), 200);
 
-    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "role", "bob", "writer"}).first,
-              0);
+    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "role", "bob", "writer"}).first, 0);
     EXPECT_EQ(statusAs("bob", "second-pw", &body), 200);
     EXPECT_NE(body.find("roles=reader,writer\n"), std::string::npos) << body;
 
-    auto list = runProgram({tool("tarn-user"), "--state-dir", state, "list"});
+    auto list = run({tool("tarn-user"), "--state-dir", state, "list"});
     EXPECT_EQ(list.second, "admin admin\nbob writer\n");
 
     // Mistakes are refused and change nothing.
-    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "x\n").first, 1);
-    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "add", "b:ad"}, "x\n").first, 2);
+    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "x\n").first, 1);
+    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "add", "b:ad"}, "x\n").first, 2);
     EXPECT_EQ(
-        runProgram({tool("tarn-user"), "--state-dir", state, "add", "eve", "--role", "root"}, "x\n")
-            .first,
+        run({tool("tarn-user"), "--state-dir", state, "add", "eve", "--role", "root"}, "x\n").first,
         2);
-    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "add", "eve"}, "").first, 2);
+    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "add", "eve"}, "").first, 2);
 
-    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "remove", "bob"}).first, 0);
+    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "remove", "bob"}).first, 0);
     EXPECT_EQ(statusAs("bob", "second-pw"), 401);
-    EXPECT_EQ(runProgram({tool("tarn-user"), "--state-dir", state, "list"}).second,
-              "admin admin\n");
+    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "list"}).second, "admin admin\n");
     EXPECT_EQ(modeOf(dir.path() / "users"), 0600u);
 }
 
@@ -201,7 +208,7 @@ TEST_F(StateAndSecurityTest, HttpsServesWithTheGeneratedCertificateFromTls12On) 
             "%{http_code}",  "-X",  "POST",     "-d", ""};
         argv.insert(argv.end(), extra.begin(), extra.end());
         argv.push_back(url);
-        return runProgram(argv);
+        return run(argv);
     };
     auto info = curl({"-H", "TestOp: info"});
     ASSERT_EQ(info.first, 0) << info.second;
@@ -275,21 +282,6 @@ TEST_F(StateAndSecurityTest, StopSignalLetsTheRequestInFlightFinish) {
     EXPECT_NE(tarnd.output().find("Object manager state: SHUT_DOWN"), std::string::npos);
 }
 
-TEST_F(StateAndSecurityTest, StopSignalClosesStuckRequestsAfterTheGracePeriod) {
-    startTarnd("ShutdownGraceMs = 500\nBodyPreReadSize = 0\n");
-    Socket s = Socket::connect(httpPort);
-    s.send(head("wait", "Content-Length: 10\r\n") + "\r\n123");  // never completed
-    ASSERT_FALSE(s.readSome(in(10s)).empty());
-    auto stop = Clock::now();
-    tarnd.signal(SIGTERM);
-    EXPECT_EQ(tarnd.waitExit(in(15s)), std::optional<int>(0)) << tarnd.output();
-    EXPECT_GE(Clock::now() - stop, 400ms);
-    EXPECT_NE(tarnd.output().find("Shutdown grace period over: closing 1 connections"),
-              std::string::npos)
-        << tarnd.output();
-    EXPECT_TRUE(s.waitClosed(in(5s)));
-}
-
 // A local IPv4 address other than a loopback one, if the host has one.
 std::optional<std::string> nonLoopbackAddress() {
     ifaddrs* list = nullptr;
@@ -310,26 +302,13 @@ std::optional<std::string> nonLoopbackAddress() {
     return found;
 }
 
-Socket connectTo(const std::string& address, std::uint16_t port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    ::inet_pton(AF_INET, address.c_str(), &a.sin_addr);
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
-        ::close(fd);
-        throw std::runtime_error("connect to " + address + " failed");
-    }
-    return Socket(fd);
-}
-
-TEST_F(StateAndSecurityTest, PlainHttpBasicIsForLoopbackClientsByDefault) {
+TEST_F(StateAndSecurityTest, PlainHttpBasicIsForLoopbackClientsUnlessConfigured) {
     auto address = nonLoopbackAddress();
     if (!address) {
         GTEST_SKIP() << "the host has no address other than loopback ones";
     }
     startTarnd("", true, {"--listen", "0.0.0.0"});
-    Socket remote = connectTo(*address, httpPort);
+    Socket remote = Socket::connect(httpPort, address->c_str());  // from that address
     remote.send(request("info"));
     ResponseReader reader(remote);
     Response r = reader.read(in(10s));
@@ -337,25 +316,20 @@ TEST_F(StateAndSecurityTest, PlainHttpBasicIsForLoopbackClientsByDefault) {
     EXPECT_EQ(r.find("WWW-Authenticate"), nullptr);
     // The same client over TLS, and a loopback client, are served.
     const std::string url = "https://" + *address + ":" + std::to_string(httpsPort) + "/t";
-    auto tls =
-        runProgram({"/usr/bin/curl", "-sS", "-k", "-u", "admin:" + password, "-o", "/dev/null",
+    auto tls = run({"/usr/bin/curl", "-sS", "-k", "-u", "admin:" + password, "-o", "/dev/null",
                     "-w", "%{http_code}", "-X", "POST", "-d", "", "-H", "TestOp: ping", url});
     EXPECT_EQ(tls.second, "200");
     EXPECT_EQ(exchange(request("ping")).status, 200);
-}
 
-TEST_F(StateAndSecurityTest, PlainHttpBasicFromAnyClientWhenConfigured) {
-    auto address = nonLoopbackAddress();
-    if (!address) {
-        GTEST_SKIP() << "the host has no address other than loopback ones";
-    }
+    // Configured for any client.
+    TearDown();
     startTarnd("[Security]\nBasicOverHTTP = any\n", false, {"--listen", "0.0.0.0"});
-    Socket remote = connectTo(*address, httpPort);
-    remote.send(request("info"));
-    ResponseReader reader(remote);
-    Response r = reader.read(in(10s));
-    EXPECT_EQ(r.status, 200);
-    EXPECT_NE(r.body.find("loopback=0\n"), std::string::npos) << r.body;
+    Socket again = Socket::connect(httpPort, address->c_str());
+    again.send(request("info"));
+    ResponseReader served(again);
+    Response any = served.read(in(10s));
+    EXPECT_EQ(any.status, 200);
+    EXPECT_NE(any.body.find("loopback=0\n"), std::string::npos) << any.body;
 }
 
 }  // namespace

@@ -6,6 +6,9 @@ tarn-mof before the server starts. CTest passes the build's directories in
 TARN_BIN_DIR and TARN_LIB_DIR. Without ../shared/clients/pywbem beside the
 checkout every test is skipped, with the reason printed.
 """
+import base64
+import contextlib
+import http.client
 import os
 import pathlib
 import shutil
@@ -99,6 +102,20 @@ class Tarnd:
         return pywbem.WBEMConnection(self.url, (user, password or self.password),
                                      default_namespace=namespace, timeout=60, **kwargs)
 
+    def request(self, method, path, body=None, headers=(), user="admin", password=None):
+        """A raw HTTP request (without credentials when user is None): the
+        response and its body, decoded."""
+        c = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
+        headers = dict(headers)
+        if user:
+            token = base64.b64encode(f"{user}:{password or self.password}".encode()).decode()
+            headers["Authorization"] = "Basic " + token
+        c.request(method, path, body, headers)
+        r = c.getresponse()
+        data = r.read().decode(errors="replace")
+        c.close()
+        return r, data
+
     def add_user(self, name, role):
         """Adds a user with a random password and returns the password."""
         result = subprocess.run(
@@ -129,21 +146,9 @@ def conn(tarnd):
     return tarnd.connection()
 
 
+@contextlib.contextmanager
 def cim_error(status):
     """pytest.raises for a CIMError of this status, e.g. cim_error(pywbem.CIM_ERR_NOT_FOUND)."""
-
-    class Matcher:
-        def __enter__(self):
-            self._raises = pytest.raises(pywbem.CIMError)
-            self.info = self._raises.__enter__()
-            return self.info
-
-        def __exit__(self, *exc):
-            if exc[0] is None:
-                pytest.fail(f"no CIMError raised; expected CIM status {status}")
-            suppressed = self._raises.__exit__(*exc)
-            assert self.info.value.status_code == status, (
-                f"expected CIM status {status}, got {self.info.value}")
-            return suppressed
-
-    return Matcher()
+    with pytest.raises(pywbem.CIMError) as info:
+        yield info
+    assert info.value.status_code == status, f"expected CIM status {status}, got {info.value}"

@@ -5,8 +5,6 @@ invoke the sample provider's method, run a query, read the status page.
 Screenshots go to <build>/test-artifacts/console/. Without chromium,
 chromedriver or python3-selenium (scripts/bootstrap installs them) the
 browser tests are skipped, saying which is missing."""
-import base64
-import http.client
 import os
 import shutil
 import urllib.parse
@@ -33,30 +31,17 @@ except ImportError:
     webdriver = None
 
 
-def get(tarnd, path, user=None, password=None):
-    c = http.client.HTTPConnection("127.0.0.1", tarnd.port, timeout=30)
-    headers = {}
-    if user:
-        headers["Authorization"] = "Basic " + base64.b64encode(
-            f"{user}:{password}".encode()).decode()
-    c.request("GET", path, headers=headers)
-    r = c.getresponse()
-    body = r.read()
-    c.close()
-    return r, body
-
-
 def test_pages_need_credentials(tarnd):
-    r, _ = get(tarnd, "/console/")
+    r, _ = tarnd.request("GET", "/console/", user=None)
     assert r.status == 401
     assert r.getheader("WWW-Authenticate") == 'Basic realm="tarn"'
-    r, body = get(tarnd, "/console/", "admin", tarnd.password)
+    r, body = tarnd.request("GET", "/console/")
     assert r.status == 200 and r.getheader("Content-Type").startswith("text/html")
-    assert b'src="console.js"' in body
-    r, _ = get(tarnd, "/console", "admin", tarnd.password)
+    assert 'src="console.js"' in body
+    r, _ = tarnd.request("GET", "/console")
     assert r.status == 301 and r.getheader("Location") == "/console/"
     for path in ("/console/nothing.js", "/console/../metrics", "/console/web/console.js"):
-        assert get(tarnd, path, "admin", tarnd.password)[0].status == 404, path
+        assert tarnd.request("GET", path)[0].status == 404, path
 
 
 @pytest.fixture(scope="module")

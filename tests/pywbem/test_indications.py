@@ -5,8 +5,6 @@ listener, where the answer matters) receives.
 Deliveries to one destination arrive in order, so "nothing arrived for X"
 is shown by a later marker arriving first, not by waiting (except while
 delivery is stopped, where nothing may arrive within a bounded second)."""
-import base64
-import http.client
 import http.server
 import queue
 import re
@@ -174,11 +172,7 @@ def test_subscriptions_are_checked(conn, manager, inbox):
 
 def indication_metrics(tarnd):
     """{family: {destination: value}} of the indication series of /metrics."""
-    c = http.client.HTTPConnection("127.0.0.1", tarnd.port, timeout=30)
-    token = base64.b64encode(f"admin:{tarnd.password}".encode()).decode()
-    c.request("GET", "/metrics", headers={"Authorization": "Basic " + token})
-    body = c.getresponse().read().decode()
-    c.close()
+    _, body = tarnd.request("GET", "/metrics")
     out = {}
     for m in re.finditer(r'^(tarn_indications_\w+)\{destination="((?:[^"\\]|\\.)*)"\} (\S+)$', body, re.M):
         out.setdefault(m.group(1), {})[m.group(2)] = float(m.group(3))

@@ -1,7 +1,5 @@
 """InvokeMethod through pywbem: the test method provider (parameters of every
 kind, instance and static methods, inheritance) and the sample provider."""
-import base64
-import http.client
 
 import pytest
 
@@ -91,13 +89,9 @@ def test_untyped_inputs_are_typed_from_the_definition(tarnd):
             '<LOCALCLASSPATH><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="cimv2"/>'
             '</LOCALNAMESPACEPATH><CLASSNAME NAME="TEST_Methods"/></LOCALCLASSPATH>'
             f'{params}</METHODCALL></SIMPLEREQ></MESSAGE></CIM>')
-    connection = http.client.HTTPConnection("127.0.0.1", tarnd.port, timeout=60)
-    auth = base64.b64encode(f"admin:{tarnd.password}".encode()).decode()
-    connection.request("POST", "/cimom", body, {
+    _, reply = tarnd.request("POST", "/cimom", body, {
         "Content-Type": 'application/xml; charset="utf-8"', "CIMOperation": "MethodCall",
-        "CIMMethod": "Echo", "CIMObject": "root%2Fcimv2:TEST_Methods",
-        "Authorization": "Basic " + auth})
-    reply = connection.getresponse().read().decode()
+        "CIMMethod": "Echo", "CIMObject": "root%2Fcimv2:TEST_Methods"})
     for expected in ['<RETURNVALUE PARAMTYPE="uint32"><VALUE>4</VALUE>',
                      '<PARAMVALUE NAME="U64" PARAMTYPE="uint64"><VALUE>18446744073709551615</VALUE>',
                      '<PARAMVALUE NAME="S8" PARAMTYPE="sint8"><VALUE>-7</VALUE>',
@@ -142,6 +136,7 @@ REFUSED = [
     ("Echo", "class", {"Target": CIMInstanceName("TEST_Part", {"Id": "p"})}, 4),  # wrong class
     ("Echo", "class", {"Part": CIMInstance("TEST_AllTypes", properties={"Id": "x"})}, 4),
     ("Echo", "class", {"Texts": "not an array"}, 4),
+    ("Need", "class", {"X": Uint32(1), "x": Uint32(2)}, 4),     # the same parameter twice
 ]
 
 
@@ -150,11 +145,6 @@ def test_calls_that_do_not_fit_the_definition_are_refused(conn, method, target, 
     path = methods_class() if target == "class" else methods_instance()
     with cim_error(status):
         conn.InvokeMethod(method, path, list(params.items()))
-
-
-def test_names_differing_only_in_case_are_one_parameter_given_twice(conn):
-    with cim_error(pywbem.CIM_ERR_INVALID_PARAMETER):
-        conn.InvokeMethod("Need", methods_class(), [("X", Uint32(1)), ("x", Uint32(2))])
 
 
 def test_a_method_without_provider_is_not_available(conn):

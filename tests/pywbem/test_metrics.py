@@ -1,8 +1,6 @@
 """GET /metrics: the Prometheus exposition of tarnd, read with and without
 credentials, checked line by line against the text format, and its counters
 followed across real CIM operations."""
-import base64
-import http.client
 import re
 
 import pytest
@@ -59,16 +57,7 @@ def parse_strict(text):
 
 
 def get_metrics(tarnd, user="admin", password=None):
-    c = http.client.HTTPConnection("127.0.0.1", tarnd.port, timeout=30)
-    headers = {}
-    if user:
-        token = base64.b64encode(f"{user}:{password or tarnd.password}".encode()).decode()
-        headers["Authorization"] = "Basic " + token
-    c.request("GET", "/metrics", headers=headers)
-    r = c.getresponse()
-    body = r.read().decode()
-    c.close()
-    return r, body
+    return tarnd.request("GET", "/metrics", user=user, password=password)
 
 
 def value(samples, name, **labels):

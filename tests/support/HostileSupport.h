@@ -296,18 +296,15 @@ class Attack {
         }
         _threads.clear();
     }
-    std::map<std::string, std::size_t> counts() {
-        std::lock_guard<std::mutex> lock(_m);
-        return _counts;
-    }
     std::size_t countOf(const std::string& what) {
         std::lock_guard<std::mutex> lock(_m);
         auto it = _counts.find(what);
         return it == _counts.end() ? 0 : it->second;
     }
     std::string summary() {
+        std::lock_guard<std::mutex> lock(_m);
         std::string s;
-        for (const auto& [what, n] : counts()) {
+        for (const auto& [what, n] : _counts) {
             s += (s.empty() ? "" : ", ") + what + ": " + std::to_string(n);
         }
         return s;

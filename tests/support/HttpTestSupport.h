@@ -268,28 +268,14 @@ class ResponseReader {
 inline std::string base64(std::string_view in) {
     static const char* t = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string out;
-    std::size_t i = 0;
-    for (; i + 2 < in.size(); i += 3) {
-        unsigned v = (static_cast<unsigned char>(in[i]) << 16) |
-                     (static_cast<unsigned char>(in[i + 1]) << 8) |
-                     static_cast<unsigned char>(in[i + 2]);
-        out += t[v >> 18];
-        out += t[(v >> 12) & 63];
-        out += t[(v >> 6) & 63];
-        out += t[v & 63];
-    }
-    if (i + 1 == in.size()) {
+    for (std::size_t i = 0; i < in.size(); i += 3) {
         unsigned v = static_cast<unsigned char>(in[i]) << 16;
-        out += t[v >> 18];
-        out += t[(v >> 12) & 63];
-        out += "==";
-    } else if (i + 2 == in.size()) {
-        unsigned v = (static_cast<unsigned char>(in[i]) << 16) |
-                     (static_cast<unsigned char>(in[i + 1]) << 8);
-        out += t[v >> 18];
-        out += t[(v >> 12) & 63];
-        out += t[(v >> 6) & 63];
-        out += '=';
+        for (std::size_t k = 1; k < 3 && i + k < in.size(); ++k) {
+            v |= static_cast<unsigned>(static_cast<unsigned char>(in[i + k])) << (16 - 8 * k);
+        }
+        for (std::size_t k = 0; k < 4; ++k) {
+            out += k <= in.size() - i ? t[(v >> (18 - 6 * k)) & 63] : '=';
+        }
     }
     return out;
 }
@@ -348,6 +334,7 @@ class ChildProcess {
     }
 
     void start(const std::vector<std::string>& argv, const std::string& input = std::string()) {
+        _output.clear();
         int out[2];
         int inp[2];
         if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(inp, O_CLOEXEC) != 0) {
