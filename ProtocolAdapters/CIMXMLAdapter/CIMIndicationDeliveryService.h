@@ -103,8 +103,6 @@ class CIMIndicationDeliveryService {
     static bool getTraceIndications();
     static std::uint32_t getTraceIndicationsMaxSize();
 
-    // The configured local ports, in the order of the configuration.
-    const SparseIntegerList& getOutboundPorts() const { return outboundPorts; }
     // The context deliveries look classes up through.
     IVelaOperationHandlerContext& getContext() const { return context; }
 
