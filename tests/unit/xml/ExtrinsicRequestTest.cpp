@@ -58,11 +58,7 @@ TEST(ExtrinsicRequest, ExportIndication) {
     auto v = c.getParameterByName(S::NEWINDICATION)->getValue();
     EXPECT_EQ(v->getObject()->getClassName(), "CIM_AlertIndication");
     EXPECT_EQ(v->getObject()->getProperty("PerceivedSeverity")->getValue()->getUnsigned(), 6u);
-
-    VELCIMMessage multi(message("<MULTIEXPREQ>" + one + one + "</MULTIEXPREQ>"));
-    ASSERT_TRUE(multi.isWellFormed()) << multi.getErrorText();
-    EXPECT_TRUE(multi.isMultiRequest());
-    EXPECT_EQ(multi.getSimpleExportRequestList()->entries(), 2u);
+    // MULTIEXPREQ: AdapterRequestTest (tests/unit/adapter).
 }
 
 }  // namespace

@@ -41,9 +41,16 @@ void expectRejected(const std::string& body, const char* reason) {
         << "reason: " << m.getErrorText() << "\nexpected: " << reason;
 }
 
+void expectRejected(const std::vector<Rejection>& cases) {
+    for (const Rejection& c : cases) {
+        SCOPED_TRACE(c.body.substr(0, 120));
+        expectRejected(c.body, c.reason);
+    }
+}
+
 TEST(HostileInput, NotWellFormedOrNotCIMXML) {
     const std::string msg = "<MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">";
-    const Rejection cases[] = {
+    expectRejected({
         {"", "the body is empty"},
         {" \r\n\t", "no root element"},
         {"hello", "text outside the root element"},
@@ -75,11 +82,7 @@ TEST(HostileInput, NotWellFormedOrNotCIMXML) {
         {kHead + "<!-- unterminated </CIM>", "unterminated comment"},
         {kHead + "<![CDATA[ </CIM>", "unterminated CDATA section"},
         {kHead + "<?pi </CIM>", "unterminated processing instruction"},
-    };
-    for (const Rejection& c : cases) {
-        SCOPED_TRACE(c.body.substr(0, 120));
-        expectRejected(c.body, c.reason);
-    }
+    });
 }
 
 TEST(HostileInput, EntitiesAndDoctypesAreNeverExpanded) {
@@ -88,7 +91,7 @@ TEST(HostileInput, EntitiesAndDoctypesAreNeverExpanded) {
         "<!ENTITY lol2 \"&lol;&lol;&lol;&lol;&lol;&lol;&lol;&lol;&lol;&lol;\">"
         "<!ENTITY lol3 \"&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;&lol2;\">]>" +
         getClass("<VALUE>&lol3;</VALUE>").substr(39);
-    const Rejection cases[] = {
+    expectRejected({
         {laughs, "a DOCTYPE declaration at byte 21 is not accepted"},
         {"<!DOCTYPE CIM [<!ENTITY xxe SYSTEM \"file:///etc/passwd\">]>" + kHead + "&xxe;</CIM>",
          "DOCTYPE declaration"},
@@ -102,11 +105,7 @@ TEST(HostileInput, EntitiesAndDoctypesAreNeverExpanded) {
         {getClass("<VALUE>&#xD800;</VALUE>"), "names a character XML cannot carry"},
         {getClass("<VALUE>&#12a;</VALUE>"), "malformed character reference"},
         {getClass("<VALUE>&#99999999999;</VALUE>"), "character reference out of range"},
-    };
-    for (const Rejection& c : cases) {
-        SCOPED_TRACE(c.body.substr(0, 120));
-        expectRejected(c.body, c.reason);
-    }
+    });
     // References inside CDATA sections and comments are text, not references.
     VELCIMMessage m(intrinsic(
         "GetClass",
@@ -117,7 +116,7 @@ TEST(HostileInput, EntitiesAndDoctypesAreNeverExpanded) {
 
 TEST(HostileInput, BadCharacters) {
     auto withValue = [](const std::string& v) { return getClass("<VALUE>" + v + "</VALUE>"); };
-    const Rejection cases[] = {
+    expectRejected({
         {withValue("a\x01z"), "control character 0x01 at byte"},
         {withValue("a\x1Fz"), "control character 0x1F"},
         {withValue(std::string("a\0z", 3)), "NUL character at byte"},
@@ -131,11 +130,7 @@ TEST(HostileInput, BadCharacters) {
         {withValue("\xF8\x88\x80\x80\x80"), "invalid UTF-8"},
         {withValue("\x80"), "invalid UTF-8"},
         {kHead + "</CIM>\xE2\x82", "truncated UTF-8 sequence"},
-    };
-    for (const Rejection& c : cases) {
-        SCOPED_TRACE(c.reason);
-        expectRejected(c.body, c.reason);
-    }
+    });
     // Tabs, line ends, characters of every UTF-8 length and a BOM are fine.
     VELCIMMessage m("\xEF\xBB\xBF" + withValue("\t\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\n"));
     ASSERT_TRUE(m.isWellFormed()) << m.getErrorText();
@@ -143,7 +138,7 @@ TEST(HostileInput, BadCharacters) {
 
 TEST(HostileInput, HugeAndManyAttributes) {
     std::string huge(4 * 1024 * 1024, 'x');
-    const Rejection cases[] = {
+    expectRejected({
         {kHead + "<MESSAGE ID=\"" + huge + "\" PROTOCOLVERSION=\"1.0\"/></CIM>",
          "attribute ID of <MESSAGE> is longer than 4096 bytes"},
         {getClass("<CLASSNAME NAME=\"" + huge + "\"/>"),
@@ -154,11 +149,7 @@ TEST(HostileInput, HugeAndManyAttributes) {
          "is longer than 4096 bytes"},
         {"<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\" " + repeat("a=\"1\" ", 2) + "/>",
          "attribute a appears twice in <CIM>"},
-    };
-    for (const Rejection& c : cases) {
-        SCOPED_TRACE(c.reason);
-        expectRejected(c.body, c.reason);
-    }
+    });
     std::string many = "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"";
     for (int i = 0; i < 40; ++i) {
         many += " a" + std::to_string(i) + "=\"1\"";
@@ -213,7 +204,7 @@ TEST(HostileInput, TenThousandLevelsDeep) {
 }
 
 TEST(HostileInput, ElementsInTheWrongOrder) {
-    const Rejection cases[] = {
+    expectRejected({
         {message("<SIMPLEREQ><IMETHODCALL NAME=\"GetClass\">" +
                  iparam("ClassName", "<CLASSNAME NAME=\"A\"/>") + localNameSpace("root") +
                  "</IMETHODCALL></SIMPLEREQ>"),
@@ -254,15 +245,11 @@ TEST(HostileInput, ElementsInTheWrongOrder) {
         {message("<SIMPLEREQ><IMETHODCALL NAME=\"GetClass\"><LOCALNAMESPACEPATH/>"
                  "</IMETHODCALL></SIMPLEREQ>"),
          "<LOCALNAMESPACEPATH> lacks its <NAMESPACE> element"},
-    };
-    for (const Rejection& c : cases) {
-        SCOPED_TRACE(c.reason);
-        expectRejected(c.body, c.reason);
-    }
+    });
 }
 
 TEST(HostileInput, NamesAreChecked) {
-    const Rejection cases[] = {
+    expectRejected({
         {getClass("<CLASSNAME NAME=\"1abc\"/>"),
          "attribute NAME of <CLASSNAME> is \"1abc\", which is not a CIM name"},
         {getClass("<CLASSNAME NAME=\"a.b\"/>"), "which is not a CIM name"},
@@ -286,11 +273,7 @@ TEST(HostileInput, NamesAreChecked) {
                                              "</NAMESPACEPATH><INSTANCENAME CLASSNAME=\"A\"/>"
                                              "</INSTANCEPATH></VALUE.REFERENCE>")),
          "host name \"a b\" is not valid"},
-    };
-    for (const Rejection& c : cases) {
-        SCOPED_TRACE(c.reason);
-        expectRejected(c.body, c.reason);
-    }
+    });
 }
 
 TEST(HostileInput, ClassesAndMethodsAreBounded) {

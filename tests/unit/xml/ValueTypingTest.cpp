@@ -34,21 +34,10 @@ TEST(ValueTyping, ValuesThatDoNotFitTheirTypeAreRejected) {
         const char* type;
         const char* text;
     } cases[] = {
-        {"boolean", "yes"},
-        {"boolean", ""},
-        {"uint8", "256"},
-        {"sint8", "-129"},
-        {"uint16", "-1"},
-        {"uint32", "12abc"},
-        {"uint32", ""},
-        {"sint64", "9223372036854775808"},
-        {"uint64", "1.5"},
-        {"real32", "1e39"},
-        {"real64", "twelve"},
-        {"char16", "ab"},
-        {"char16", ""},
-        {"datetime", "2024-03-01"},
-        {"datetime", "20241301000000.000000+000"},
+        // Each text form of every type is ValueText's (tests/unit/cim); here
+        // empty values and one of each kind, in their place in a request.
+        {"boolean", ""},      {"uint8", "256"}, {"uint32", ""},
+        {"real64", "twelve"}, {"char16", ""},   {"datetime", "2024-03-01"},
     };
     for (const Bad& c : cases) {
         SCOPED_TRACE(std::string(c.type) + " '" + c.text + "'");
