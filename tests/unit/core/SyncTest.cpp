@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <thread>
-#include <vector>
 
 #include "vela/CI_AutoEvent.h"
 #include "vela/CI_Time.h"
@@ -9,6 +8,9 @@
 #include "vela/VELSemaphore.h"
 
 namespace {
+
+// Wake-ups across threads are the collection's concurrency tests
+// (tests/unit/collection), which wait on both primitives.
 
 const CI_RelTime kShort = CI_RelTime::fromMilliseconds(30);
 const CI_RelTime kLong(10);  // only reached if a wake-up is lost
@@ -26,19 +28,6 @@ TEST(CI_AutoEvent, TimedWaitExpiresAndASetIsKeptUntilAWaitTakesIt) {
     EXPECT_FALSE(ev.wait(kShort));
 }
 
-TEST(CI_AutoEvent, WakesAWaiterInAnotherThread) {
-    CI_AutoEvent request;
-    CI_AutoEvent reply;
-    std::thread t([&] {
-        if (request.wait(kLong)) {
-            reply.set();
-        }
-    });
-    request.set();
-    EXPECT_TRUE(reply.wait(kLong));
-    t.join();
-}
-
 TEST(VELSemaphore, CountsAndTimesOut) {
     VELSemaphore s(2);
     EXPECT_TRUE(s.tryWait());
@@ -47,25 +36,6 @@ TEST(VELSemaphore, CountsAndTimesOut) {
     EXPECT_FALSE(s.wait(kShort));
     s.post(3);
     EXPECT_EQ(s.getCount(), 3u);
-}
-
-TEST(VELSemaphore, ProducerReleasesConsumersInOtherThreads) {
-    VELSemaphore items;
-    VELAtomicInt taken;
-    std::vector<std::thread> consumers;
-    for (int i = 0; i < 4; ++i) {
-        consumers.emplace_back([&] {
-            if (items.wait(kLong)) {
-                taken.increment();
-            }
-        });
-    }
-    items.post(4);
-    for (auto& t : consumers) {
-        t.join();
-    }
-    EXPECT_EQ(taken.get(), 4);
-    EXPECT_EQ(items.getCount(), 0u);
 }
 
 TEST(VELSemaphore, InterruptReleasesWaitersAndFailsLaterWaits) {

@@ -63,18 +63,6 @@ TEST(VELHTTPRequest, ContentLengthChunkingKeepAliveAndExpect) {
     }
 }
 
-TEST(VELHTTPRequest, MethodsAndProtocols) {
-    EXPECT_EQ(VELHTTPRequest::toMethodEnum("M-POST"), VELHTTPRequest::METHOD_MPOST);
-    EXPECT_EQ(VELHTTPRequest::toMethodEnum("POST"), VELHTTPRequest::METHOD_POST);
-    EXPECT_EQ(VELHTTPRequest::toMethodEnum("post"), VELHTTPRequest::METHOD_OTHER);
-    EXPECT_EQ(VELHTTPRequest::toMethodEnum("GET"), VELHTTPRequest::METHOD_GET);
-    EXPECT_EQ(VELHTTPRequest::toMethodEnum("M-GET"), VELHTTPRequest::METHOD_OTHER);
-    VELHTTPRequest r = post({}, VELHTTPOperation::HTTP_1_0, "M-POST");
-    EXPECT_EQ(r.getMethod(), "M-POST");
-    EXPECT_EQ(r.getProtocol(), "HTTP/1.0");
-    EXPECT_EQ(r.getRequestURI(), "/cimom");
-}
-
 const char* const CIM = "http://www.dmtf.org/cim/mapping/http/v1.0";
 
 TEST(VELHTTPExtHeaderGroup, DeclarationsBindPrefixesToNamespaces) {

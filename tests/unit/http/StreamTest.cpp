@@ -151,20 +151,8 @@ TEST(VELGenericHTTPIStream, ReadsBufferedBytesFirstThenTheSocket) {
     EXPECT_EQ(socket.closeOption, 30);
 }
 
-TEST(VELGenericHTTPIStream, LargeReadsGoStraightIntoTheCallersMemory) {
-    FakeSocket socket;
-    std::string body(200000, 'b');
-    socket.reads = {body};
-    VELGenericHTTPIStream in(socket, "", 16384);
-    std::string into(body.size(), '\0');
-    in.read(into.data(), static_cast<std::streamsize>(into.size()));
-    EXPECT_EQ(in.gcount(), 200000);
-    EXPECT_EQ(into, body);
-    ASSERT_FALSE(socket.readRequests.empty());
-    EXPECT_EQ(socket.readRequests.front(), 200000u);
-    EXPECT_EQ(in.getBytesRead(), 200000u);
-}
-
+// Large reads going straight into the caller's memory: AdapterRequestTest
+// (tests/unit/adapter).
 TEST(VELGenericHTTPIStream, ReadFailureThrowsOutOfTheRead) {
     FakeSocket socket;
     socket.reads = {"ab"};

@@ -355,17 +355,17 @@ TEST(MofErrors, SizeLimitsBoundWhatACompilationHolds) {
 }
 
 TEST(MofErrors, FilesThatCannotBeReadAreReported) {
-    tarn::MofCompiler compiler;
-    EXPECT_FALSE(compiler.compileFile("/nonexistent/dir/x.mof"));
-    EXPECT_EQ(compiler.diagnostics().at(0).toString(),
-              "error: cannot read /nonexistent/dir/x.mof: no such file");
-    tarn::MofCompiler second;
-    EXPECT_FALSE(second.compileFile("/"));
-    EXPECT_EQ(second.diagnostics().at(0).toString(), "error: cannot read /: not a regular file");
-    tarn::MofCompiler third;
-    EXPECT_FALSE(third.compileText("#pragma include (\"/dev/zero\")\n", "dev.mof"));
-    EXPECT_EQ(third.diagnostics().at(0).toString(),
-              "dev.mof:1:17: error: cannot read include file /dev/zero: not a regular file");
+    const std::pair<const char*, const char*> cases[] = {
+        {"/nonexistent/dir/x.mof", "error: cannot read /nonexistent/dir/x.mof: no such file"},
+        {"/", "error: cannot read /: not a regular file"},
+        {nullptr, "dev.mof:1:17: error: cannot read include file /dev/zero: not a regular file"},
+    };
+    for (const auto& [file, message] : cases) {
+        tarn::MofCompiler compiler;
+        EXPECT_FALSE(file ? compiler.compileFile(file)
+                          : compiler.compileText("#pragma include (\"/dev/zero\")\n", "dev.mof"));
+        EXPECT_EQ(compiler.diagnostics().at(0).toString(), message);
+    }
 }
 
 // A sink that fails in the middle: the compiler aborts it and reports the failure.
@@ -388,29 +388,27 @@ class FailingSink : public tarn::IMofSink {
     std::string log;
 };
 
-TEST(MofErrors, ASinkFailureAbortsTheSink) {
+TEST(MofErrors, ASinkFailureAbortsTheSinkAndNothingIsHandedOverAfterAnError) {
+    const char* const qualifier = "Qualifier Key : boolean = false, Scope(property);\n";
     tarn::MofCompiler compiler;
     compiler.compileText(
-        "Qualifier Key : boolean = false, Scope(property);\n"
+        std::string(qualifier) +
         "class A { [Key] string K; };\nclass B : A { };\ninstance of B { K = \"b\"; };\n");
     FailingSink sink;
     EXPECT_FALSE(compiler.commit(sink));
     EXPECT_EQ(sink.log, "begin;ns root/cimv2;qualifier Key;class A;class B;abort;");
     EXPECT_EQ(compiler.diagnostics().back().toString(),
               "error: writing the result failed, nothing was written: disk full");
-}
 
-TEST(MofErrors, NothingIsHandedOverAfterAnyError) {
-    tarn::MofCompiler compiler;
-    compiler.compileText(
-        "Qualifier Key : boolean = false, Scope(property);\n"
-        "class A { [Key] string K; };\nclass B : Nope { };\n");
-    FailingSink sink;
-    EXPECT_FALSE(compiler.commit(sink));
-    EXPECT_EQ(sink.log, "");
-    EXPECT_EQ(compiler.summary().errors, 1u);
+    tarn::MofCompiler faulty;
+    faulty.compileText(std::string(qualifier) +
+                       "class A { [Key] string K; };\nclass B : Nope { };\n");
+    FailingSink untouched;
+    EXPECT_FALSE(faulty.commit(untouched));
+    EXPECT_EQ(untouched.log, "");
+    EXPECT_EQ(faulty.summary().errors, 1u);
     // Nothing can be added once the compilation is finished.
-    EXPECT_FALSE(compiler.compileText("class C { };"));
+    EXPECT_FALSE(faulty.compileText("class C { };"));
 }
 
 }  // namespace
