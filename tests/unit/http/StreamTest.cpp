@@ -153,16 +153,7 @@ TEST(VELGenericHTTPIStream, ReadsBufferedBytesFirstThenTheSocket) {
 
 // Large reads going straight into the caller's memory: AdapterRequestTest
 // (tests/unit/adapter).
-TEST(VELGenericHTTPIStream, ReadFailureThrowsOutOfTheRead) {
-    FakeSocket socket;
-    socket.reads = {"ab"};
-    socket.failReads = true;
-    VELGenericHTTPIStream in(socket, "");
-    char buf[10];
-    EXPECT_THROW(in.read(buf, 10), VELNetException);
-}
-
-TEST(VELGenericHTTPIStream, ReadLimitBoundsWhatComesFromTheSocket) {
+TEST(VELGenericHTTPIStream, ReadLimitAndReadFailuresStopTheRead) {
     FakeSocket socket;
     socket.reads = {"0123456789", "abcdef"};
     std::string head = "HEADxy";
@@ -175,6 +166,11 @@ TEST(VELGenericHTTPIStream, ReadLimitBoundsWhatComesFromTheSocket) {
     in.read(more, 2);  // "ab": 12 bytes from the socket in all, still within the limit
     EXPECT_EQ(std::string(more, 2), "ab");
     EXPECT_THROW(in.read(more, 1), VELHTTPException);
+
+    // A failing socket read throws out of the read.
+    socket.failReads = true;
+    VELGenericHTTPIStream failing(socket, "");
+    EXPECT_THROW(failing.read(buf, 10), VELNetException);
 }
 
 }  // namespace

@@ -54,9 +54,6 @@ TEST(UsersFile, ParseKeepsValidLinesAndExplainsTheOthers) {
         "users:8: user 'alice' is listed twice; the first entry counts",
     };
     EXPECT_EQ(problems, expected);
-    EXPECT_EQ(tarn::UsersFile::rolesOf("writer").vector(),
-              (std::vector<VELString>{"reader", "writer"}));
-    EXPECT_TRUE(tarn::UsersFile::rolesOf("root").isEmpty());
 }
 
 // Adding, changing and removing users through tarn-user while tarnd runs is
