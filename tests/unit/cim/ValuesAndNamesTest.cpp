@@ -148,15 +148,8 @@ TEST(ValueText, RejectsTextThatDoesNotFitTheType) {
 }
 
 TEST(ValueText, RealsPrintTheShortestTextThatReadsBackExactly) {
-    const double samples[] = {0.1,
-                              1.0 / 3,
-                              2.0 / 3,
-                              1e-7,
-                              123456789.125,
-                              6.02214076e23,
-                              std::numeric_limits<double>::denorm_min(),
-                              std::numeric_limits<double>::max(),
-                              -0.0};
+    // 0.1, the smallest and the largest are AcceptedForms' rows.
+    const double samples[] = {1.0 / 3, 2.0 / 3, 1e-7, 123456789.125, 6.02214076e23, -0.0};
     for (double d : samples) {
         std::string text = printed(CVelaValue::makeReal64(d));
         EXPECT_EQ(std::strtod(text.c_str(), nullptr), d) << text;
@@ -186,30 +179,8 @@ TEST(ValueText, TypedMakersCheckRangesAndReadBack) {
     EXPECT_FALSE(CVelaValue::makeNull(CVelaType::uint8)->isSet());
 }
 
-TEST(ValueText, ArraysAreCompactAndMaterialiseElements) {
-    auto elements = std::make_shared<CVelaValue::ScalarArray>();
-    elements->emplace_back(std::uint64_t(1));
-    elements->emplace_back();
-    elements->emplace_back(std::uint64_t(3));
-    CVelaValue v(CVelaType::get(CIMTypeId::UInt16, true), elements);
-    EXPECT_TRUE(v.getType()->isArray());
-    EXPECT_EQ(v.getArraySize(), 3u);
-    auto list = v.getArray();
-    ASSERT_EQ(list->entries(), 3u);
-    EXPECT_EQ(list->at(0)->getType()->getName(), VELString("uint16"));
-    EXPECT_FALSE(list->at(0)->getType()->isArray());
-    EXPECT_FALSE(list->at(1)->isSet());
-    EXPECT_EQ(v.toString(), VELString("{1,NULL,3}"));
-    // A null array has no list; an empty one has an empty list.
-    CVelaValue nullArray(CVelaType::get(CIMTypeId::UInt16, true));
-    EXPECT_TRUE(nullArray.getArray().isNull());
-    CVelaValue empty(CVelaType::get(CIMTypeId::UInt16, true),
-                     std::make_shared<CVelaValue::ScalarArray>());
-    EXPECT_EQ(empty.getArray()->entries(), 0u);
-    // Built back from element values.
-    CVelaValue rebuilt(list, CVelaType::uint16);
-    EXPECT_TRUE(rebuilt.equals(v));
-}
+// Array text with null elements, empty arrays and arrays built from element
+// values are TypeCheck's rows, each stored and read back.
 
 // Conversions of untyped text and of typed values to the declared type are
 // TypeCheck's (tests/unit/repository): a table of every type, each read back.

@@ -93,7 +93,7 @@ TEST_F(RepositoryConcurrency, WritersReadersAndSchemaChangesRunSideBySide) {
     EXPECT_EQ(readerErrors.load(), 0);
     EXPECT_EQ(repo->countInstances(kNs, "T_Base", true),
               static_cast<std::uint64_t>(kWriters * kEach));
-    EXPECT_EQ(classNames(*repo, kNs, "T_Level1", false).size(), 21u);
+    EXPECT_EQ(repo->catalog()->getSubclasses(kNs, "T_Level1", false).size(), 21u);
     EXPECT_EQ(repo->checkIntegrity(), "ok");
 }
 

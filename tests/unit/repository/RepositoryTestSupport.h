@@ -112,16 +112,6 @@ inline VELSmrPtr<CVelaInstanceName> name(
     return n;
 }
 
-// The names of the subclasses of a class (the roots for ""), from the catalog.
-inline std::vector<VELString> classNames(const tarn::Repository& repo, const VELString& ns,
-                                         const VELString& cls, bool deep) {
-    std::vector<VELString> names;
-    for (const auto& c : repo.catalog()->getSubclasses(ns, cls, deep)) {
-        names.push_back(c->getName());
-    }
-    return names;
-}
-
 // The CIM status code an operation raises; 0 when it raises none.
 inline int codeOf(const std::function<void()>& op, std::string* message = nullptr) {
     try {
