@@ -186,7 +186,6 @@ class Listener {
 };
 
 using cimxmlpa::CIMXMLAdapter;
-using L = Listener;
 const char* const kDeliver = "CIMIndicationDeliveryService::deliverIndication";
 
 VELSmrPtr<IVelaObject> destination(const std::string& url,
@@ -278,7 +277,7 @@ TEST_F(Export, AnUnreachableListenerIsTriedAsTheIndicationServiceSaysThenGivenUp
 }
 
 TEST_F(Export, DeliveryAttemptTimeoutIsCorrectedAndBoundsEachAttempt) {
-    Listener silentFirst({L::Silent});
+    Listener silentFirst({Listener::Silent});
     EXPECT_TRUE(deliver(silentFirst.url(), "[Indication]\nDeliveryAttemptTimeout = 0\n"));
     EXPECT_TRUE(log.contains(kDeliver,
                              "Delivery attempt timeout of 0 (zero) is not allowed and is being "

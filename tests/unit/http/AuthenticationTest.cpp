@@ -108,6 +108,15 @@ TEST_F(AuthenticationTest, FailuresAreAnswered401AndLoggedWithoutThePassword) {
             std::string("Authentication failed from 127.0.0.2:40000: ") + c.logged, c.severity));
         EXPECT_FALSE(log.containsText("wrong-secret"));
     }
+    // Right credentials, but no token to carry them or no user database.
+    tarn::LogCapture log;
+    EXPECT_FALSE(run("Basic YWxpY2U6cGE6c3Mgd29yZA==", nullptr));
+    EXPECT_EQ(written, kDenied);
+    AuthenticationHelper::setAuthenticator(nullptr);
+    EXPECT_FALSE(
+        run("Basic YWxpY2U6cGE6c3Mgd29yZA==", makeVELSmrPtr<tarn::security::SecurityToken>()));
+    EXPECT_EQ(written, kDenied);
+    EXPECT_TRUE(log.containsText("no user database to check user 'alice'"));
 }
 
 TEST_F(AuthenticationTest, ThrottledAndBusyLoginsAreAnsweredWithRetryAfter) {
@@ -131,17 +140,6 @@ TEST_F(AuthenticationTest, ThrottledAndBusyLoginsAreAnsweredWithRetryAfter) {
     }
 }
 
-TEST_F(AuthenticationTest, WithoutTokenOrUserDatabaseNobodyGetsIn) {
-    tarn::LogCapture log;
-    EXPECT_FALSE(run("Basic YWxpY2U6cGE6c3Mgd29yZA==", nullptr));
-    EXPECT_EQ(written, kDenied);
-    AuthenticationHelper::setAuthenticator(nullptr);
-    EXPECT_FALSE(
-        run("Basic YWxpY2U6cGE6c3Mgd29yZA==", makeVELSmrPtr<tarn::security::SecurityToken>()));
-    EXPECT_EQ(written, kDenied);
-    EXPECT_TRUE(log.containsText("no user database to check user 'alice'"));
-}
-
 TEST(AuthenticationHelper, DecodeBasic) {
     struct Case {
         const char* header;
@@ -150,7 +148,6 @@ TEST(AuthenticationHelper, DecodeBasic) {
         const char* password;
     };
     const Case cases[] = {
-        {"Basic YWRtaW46c2VjcmV0", true, "admin", "secret"},
         {"basic   YWRtaW46c2VjcmV0  ", true, "admin", "secret"},
         {"Basic YWRtaW46", true, "admin", ""},
         {"Basic OnNlY3JldA==", true, "", "secret"},

@@ -74,9 +74,6 @@ TEST(VELHTTPExtHeaderGroup, DeclarationsBindPrefixesToNamespaces) {
         const char* operation;  // its CIMOperation; null when absent
     };
     const Case cases[] = {
-        {"quoted with prefix",
-         "Man: " + cim + "; ns=73\n73-CIMOperation: MethodCall\nCIMOperation: x", 1, "73", true,
-         "MethodCall"},
         {"unquoted, blanks, other case",
          "opt: " + std::string(CIM) + " ; NS = 07\n07-cimoperation: MethodCall", 1, "07", false,
          "MethodCall"},

@@ -91,15 +91,6 @@ class HTTPServerConcurrencyTest : public ::testing::Test {
         return out;
     }
 
-    // Waits, within a bound, until the server has begun to stop.
-    void awaitStopping() {
-        auto deadline = in(10s);
-        while (!server->isStopping() && Clock::now() < deadline) {
-            std::this_thread::yield();
-        }
-        ASSERT_TRUE(server->isStopping());
-    }
-
     tarn::CClassSet schema;
     tarn::ObjectManagerContext context{makeVELSmrPtr<tarn::PortInfo>(), schema};
     tarn::AdapterRegistry adapters{context};
@@ -197,7 +188,11 @@ TEST_F(HTTPServerConcurrencyTest, StopLetsRequestsInFlightFinishAndClosesStuckOn
     Socket idle = Socket::connect(port);     // connected, no request
     const auto begin = Clock::now();
     auto stopped = std::async(std::launch::async, [&] { return server->stop(); });
-    awaitStopping();
+    // Waits, within a bound, until the server has begun to stop.
+    for (auto deadline = in(10s); !server->isStopping() && Clock::now() < deadline;) {
+        std::this_thread::yield();
+    }
+    ASSERT_TRUE(server->isStopping());
     for (auto& c : clients) {
         c.send("56789");
         std::string got;

@@ -31,6 +31,8 @@ MofToken one(const std::string& text) {
     return tokens.front();
 }
 
+// A malformed octal number, an unknown escape and a stray '@' are checked
+// as the compiler reports them (MofErrors.SyntaxErrorsAreReportedAndParsingGoesOn).
 TEST(MofLexer, MalformedNumbersAreFaultyTokensNotCrashes) {
     struct Case {
         const char* text;
@@ -40,7 +42,6 @@ TEST(MofLexer, MalformedNumbersAreFaultyTokensNotCrashes) {
         {"12ab", "malformed number '12ab'"},
         {"0x", "malformed number '0x'"},
         {"0x1G", "malformed number '0x1G'"},
-        {"019", "malformed octal number '019'"},
         {"102b", "malformed number '102b'"},
         {"1.", "malformed number '1.'"},
         {"1.5e", "malformed number '1.5e'"},
@@ -66,7 +67,6 @@ TEST(MofLexer, FaultyStringsAndCharsAreReportedWhereTheFaultIs) {
     const Case cases[] = {
         {R"(  "abc)", "unterminated string literal", 3},
         {"\"ab\ncd\"", "unterminated string literal", 1},
-        {R"("ab\qc")", "unknown escape sequence '\\q'", 4},
         {R"("ab\x")", "'\\x' must be followed by one to four hexadecimal digits", 4},
         {R"("\xD800x")", "unpaired UTF-16 surrogate in escape sequence", 2},
         {R"("\xDC00")", "unpaired UTF-16 surrogate in escape sequence", 2},
@@ -101,7 +101,6 @@ TEST(MofLexer, StrayCharactersBecomeErrorTokensAndLexingGoesOn) {
         const char* error;
     };
     const Case cases[] = {
-        {"@", "unexpected '@'"},
         {"\x01", "unexpected byte 0x01"},
         {"#include", "'#' must begin '#pragma'"},
         {"$ x", "'$' must be followed by an alias name"},

@@ -60,7 +60,6 @@ TEST(QueryTest, HostileTextIsAnInvalidQueryNotACrash) {
         {"WQL", where + nots + "Name = 'a'"},
         {"WQL", where + "Priority = 99999999999999999999999"},
         {"WQL", where + "Priority = 1e999"},
-        {"WQL", where + "Name = 'a' AND"},
         {"WQL", where + "Name LIKE 'a\\'"},
         {"DMTF:CQL", where + "Name LIKE '[z-a]'"},
         {"DMTF:CQL", where + "Name LIKE '*'"},
