@@ -339,15 +339,8 @@ TEST_F(HttpServerTest, RequestsWithoutCredentialsAreNotAskedForOrDrainedOfTheirB
         EXPECT_EQ(got.rfind("HTTP/1.1 401 Unauthorized\r\n", 0), 0u) << got;
         EXPECT_EQ(got.find("100 Continue"), std::string::npos) << got;
     }
-    // A large body sent anyway: 401, and the connection closes rather than
-    // reading the rest.
-    {
-        Socket s = Socket::connect(httpPort);
-        s.send(noAuth + "Content-Length: 10000000\r\n\r\n" + std::string(100000, 'x'));
-        ResponseReader reader(s);
-        EXPECT_EQ(reader.read(in(10s)).status, 401);
-        EXPECT_TRUE(s.waitClosed(in(5s)));
-    }
+    // (A large body sent anyway is answered 401 and closed: HostileTest's
+    // UnauthenticatedBodiesAreNotDrained.)
     // A small body, already read: the connection stays for a retry with
     // credentials.
     {
