@@ -108,25 +108,18 @@ def test_each_profile_leads_to_its_central_instances(server, counter, organizati
     ({"Role": "Dependent"}, {"CIM_ComputerSystem": 1}),
     ({"ResultRole": "ConformantStandard"}, {"CIM_RegisteredProfile": 1}),
 ])
-def test_the_object_manager_s_associations_in_every_form(tarnd, conn, filters, expected):
+def test_the_object_manager_s_associations_in_every_form(conn, filters, expected):
     server = pywbem.WBEMServer(conn)  # namespaces as they are now
-    pulling = tarnd.connection(use_pull_operations=True)
     manager = server.cimom_inst.path
     expected = {c: len(server.namespaces) if n == "all" else n for c, n in expected.items()}
     names = conn.AssociatorNames(manager, **filters)
     assert classes(names) == expected
     assert sorted(map(ident, names)) == \
         sorted(ident(o.path) for o in conn.Associators(manager, **filters))
-    # Opened and pulled, two at a time.
-    assert sorted(map(ident, names)) == sorted(
-        map(ident, pulling.IterAssociatorInstancePaths(manager, MaxObjectCount=2, **filters)))
     if "ResultClass" not in filters and "ResultRole" not in filters:
         references = conn.ReferenceNames(manager, ResultClass=filters.get("AssocClass"),
                                          Role=filters.get("Role"))
         assert len(references) == len(names)
-        pulled = pulling.IterReferenceInstances(manager, ResultClass=filters.get("AssocClass"),
-                                                Role=filters.get("Role"), MaxObjectCount=1)
-        assert sorted(ident(i.path) for i in pulled) == sorted(map(ident, references))
 
 
 def test_namespaces_are_created_and_deleted_through_cim_namespace(tarnd, server, conn):
@@ -153,6 +146,7 @@ def test_namespaces_are_created_and_deleted_through_cim_namespace(tarnd, server,
     mof = tarnd.state_dir / "thing.mof"
     mof.write_text("class TEST_Thing { [Key] string Id; };\n")
     tarnd.mof(mof, "root/full")
+    assert conn.GetClass("TEST_Thing", namespace="root/full").classname == "TEST_Thing"  # at once
 
     def path_of(name):
         (path,) = [p for p in pywbem.WBEMServer(conn).namespace_paths if p["Name"] == name]
