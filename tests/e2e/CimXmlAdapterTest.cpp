@@ -70,8 +70,6 @@ TEST_F(CimXmlAdapterTest, LoadedByDefaultAndAnswersCallsNoOperationServesAsNotSu
         3, "tarn::AdapterRegistry",
         "Loaded protocol adapter 'cim-xml Adapter' (cim-xml) from " + library("libcimxmlpa.so")))
         << trace();
-    EXPECT_TRUE(traced(3, "cimxmlpa::CIMXMLAdapter",
-                       "Adapter initialized: Name='cim-xml Adapter'; Protocol='cim-xml'"));
     const std::string async = message(
         intrinsicCall("DeleteClass",
                       "<RESPONSEDESTINATION><INSTANCE CLASSNAME=\"CIM_ListenerDestinationCIMXML\"/>"

@@ -103,14 +103,10 @@ TEST_F(OperationsTest, WholeBodiesOfTheCallsTheOperationsShape) {
     const std::string emptyList = iparam("PropertyList", "<VALUE.ARRAY></VALUE.ARRAY>");
     const std::string bare =
         named("TARN_TestMiddle", "string", "m1", "") + named("TARN_TestLeaf", "string", "l1", "");
-    auto scalar = [](const std::string& name, const std::string& type, const std::string& value) {
-        return "<PROPERTY NAME=\"" + name + "\" TYPE=\"" + type + "\"><VALUE>" + value +
-               "</VALUE></PROPERTY>";
-    };
     const std::string port = iparam(
         "NewInstance",
-        "<INSTANCE CLASSNAME=\"TARN_ListeningPort\">" + scalar("Address", "string", "0.0.0.0") +
-            scalar("Port", "uint16", "8081") + scalar("Transport", "uint16", "6") +
+        "<INSTANCE CLASSNAME=\"TARN_ListeningPort\">" + prop("Address", "string", "0.0.0.0") +
+            prop("Port", "uint16", "8081") + prop("Transport", "uint16", "6") +
             "<PROPERTY.ARRAY NAME=\"Protocols\" TYPE=\"string\"><VALUE.ARRAY><VALUE>HTTP/1.1"
             "</VALUE></VALUE.ARRAY></PROPERTY.ARRAY></INSTANCE>");
     const std::string readWho = "cimxmlpa::InvokeMethodOperation::initialize";

