@@ -719,10 +719,6 @@ void CIMXMLUtil::_streamKeyBinding(std::ostream& os, const IVelaInstanceName& in
     put(os, pick(esc, "</KEYBINDING>\n"sv, "&lt;/KEYBINDING&gt;\n"sv));
 }
 
-VELString CIMXMLUtil::getClassNamespace(const IVelaObject& obj) {
-    return classNamespaceOf(obj);
-}
-
 VELSmrPtr<IVelaClass> CIMXMLUtil::getVelaClass(const IVelaObject& obj) {
     static constexpr std::string_view source = "cimxmlpa::CIMXMLUtil::getVelaClass";
     VELString nameSpace;
@@ -1419,41 +1415,6 @@ void CIMXMLUtil::streamParameter(std::ostream& os, const VELSmrPtr<IVelaActualPa
         put(os, "<VALUE></VALUE>"sv);
     }
     put(os, isIntrinsic ? "</IPARAMVALUE>"sv : "</PARAMVALUE>"sv);
-}
-
-void CIMXMLUtil::streamTableRowDeclaration(std::ostream& os, const VELSmrPtr<ColumnList>& columns) {
-    if (columns.isNull()) {
-        return;
-    }
-    put(os, "<TABLEROW.DECLARATION>\n"sv);
-    std::size_t position = 0;
-    for (const VELString& column : *columns) {
-        streamTableCellDeclaration(os, column, position++);
-    }
-    put(os, "</TABLEROW.DECLARATION>\n"sv);
-}
-
-void CIMXMLUtil::streamTableCellDeclaration(std::ostream& os, const VELString& column,
-                                            std::size_t position) {
-    // Every cell is declared a non-array string, whatever its data.
-    put(os, "<TABLECELL.DECLARATION NAME=\""sv);
-    put(os, column.view());
-    put(os, "\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\""sv);
-    putNumber(os, position);
-    put(os, "\"/>\n"sv);
-}
-
-void CIMXMLUtil::streamTableRow(std::ostream& os, const VELSmrPtr<TableRow>& row) {
-    if (row.isNull()) {
-        return;
-    }
-    put(os, "<TABLEROW>"sv);
-    for (const VELSmrPtr<IVelaProperty>& property : *row) {
-        if (!property.isNull()) {
-            streamValue(os, property->getValue(), true, false, false, false);
-        }
-    }
-    put(os, "</TABLEROW>"sv);
 }
 
 }  // namespace cimxmlpa

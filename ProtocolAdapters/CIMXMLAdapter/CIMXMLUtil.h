@@ -52,8 +52,6 @@ class CIMXMLUtil {
     using StatusCodeMap = std::map<std::int32_t, std::int32_t>;
     using StatusDescriptionMap = std::map<std::int32_t, VELString>;
     using ParamNameSet = std::set<VELString>;
-    using ColumnList = VELValSlist<VELString>;
-    using TableRow = VELValSlist<VELSmrPtr<IVelaProperty>>;
 
     // The index that makes streamPropertyByIndexOrName look the property up by name.
     static constexpr std::size_t BY_NAME = static_cast<std::size_t>(-1);
@@ -160,8 +158,6 @@ class CIMXMLUtil {
                                    const VELSmrPtr<IVelaInstanceName>& instanceName,
                                    bool continueOnException, bool inEmbeddedObjectStyle);
 
-    // The namespace of the object's path, or an empty string.
-    static VELString getClassNamespace(const IVelaObject& obj);
     // The object's class from the class lookup; null (logged) on any failure.
     static VELSmrPtr<IVelaClass> getVelaClass(const IVelaObject& obj);
 
@@ -263,10 +259,6 @@ class CIMXMLUtil {
     // IPARAMVALUE (intrinsic) or PARAMVALUE, preceded by a line feed.
     static void streamParameter(std::ostream& ostr, const VELSmrPtr<IVelaActualParameter>& param,
                                 bool isIntrinsic, bool continueOnException);
-    static void streamTableRowDeclaration(std::ostream& ostr, const VELSmrPtr<ColumnList>& columns);
-    static void streamTableCellDeclaration(std::ostream& ostr, const VELString& column,
-                                           std::size_t position);
-    static void streamTableRow(std::ostream& ostr, const VELSmrPtr<TableRow>& row);
 
   private:
     static void _streamInstance(std::ostream& ostr, const IVelaObject& object,

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <map>
 #include <thread>
 
 #include "TarndFixture.h"
@@ -22,11 +23,15 @@ class CimXmlAdapterTest : public CimXmlFixture {
   protected:
     // A rejection: the status and reason, an empty body, and the connection
     // closed by the server.
-    void expectRejected(Socket& s, ResponseReader& reader, int status, const std::string& reason,
+    void expectRejected(Socket& s, ResponseReader& reader, int status,
                         const char* cimError = nullptr, const char* detail = nullptr) {
+        static const std::map<int, std::string> reasons = {
+            {400, "Bad Request"},     {405, "Method Not Allowed"},
+            {406, "Not Acceptable"},  {413, "Request Entity Too Large"},
+            {501, "Not Implemented"}, {510, "Not Extended"}};
         Response r = reader.read(in(10s));
         EXPECT_EQ(r.status, status);
-        EXPECT_EQ(r.reason, reason);
+        EXPECT_EQ(r.reason, reasons.at(status));
         EXPECT_EQ(r.header("Content-Length"), "0");
         EXPECT_EQ(r.body, "");
         EXPECT_EQ(r.header("Connection"), "close");
@@ -42,12 +47,12 @@ class CimXmlAdapterTest : public CimXmlFixture {
         }
         EXPECT_TRUE(s.waitClosed(in(5s)));
     }
-    void expectRejected(const std::string& raw, int status, const std::string& reason,
-                        const char* cimError = nullptr, const char* detail = nullptr) {
+    void expectRejected(const std::string& raw, int status, const char* cimError = nullptr,
+                        const char* detail = nullptr) {
         Socket s = Socket::connect(httpPort);
         s.send(raw);
         ResponseReader reader(s);
-        expectRejected(s, reader, status, reason, cimError, detail);
+        expectRejected(s, reader, status, cimError, detail);
     }
     // A served call: the head of a CIM-XML response and a DTD-valid body.
     void expectAnswer(const Response& r, int status, const std::string& body) {
@@ -65,8 +70,6 @@ TEST_F(CimXmlAdapterTest, LoadedByDefaultAndAnswersCallsNoOperationServesAsNotSu
         3, "tarn::AdapterRegistry",
         "Loaded protocol adapter 'cim-xml Adapter' (cim-xml) from " + library("libcimxmlpa.so")))
         << trace();
-    EXPECT_TRUE(traced(3, "cimxmlpa::CIMXMLAdapter",
-                       "Adapter initialized: Name='cim-xml Adapter'; Protocol='cim-xml'"));
     const std::string async = message(
         intrinsicCall("DeleteClass",
                       "<RESPONSEDESTINATION><INSTANCE CLASSNAME=\"CIM_ListenerDestinationCIMXML\"/>"
@@ -125,11 +128,9 @@ TEST_F(CimXmlAdapterTest, HeaderRejectionsSetStatusReasonAndCimErrorAndCloseTheC
     const std::string group = "73-CIMOperation: MethodCall\r\n73-CIMMethod: DeleteClass\r\n";
     struct Case {
         const char* name;
-        std::string method;
-        std::string version;
+        const char* method;
         std::string headers;
         int status;
-        const char* reason;
         const char* cimError = nullptr;
         const char* detail = nullptr;
         const char* logSource = nullptr;  // the rejection's trace line, when it has one
@@ -137,80 +138,63 @@ TEST_F(CimXmlAdapterTest, HeaderRejectionsSetStatusReasonAndCimErrorAndCloseTheC
     const char* aux = "cimxmlpa::CIMXMLAdapter::_validateHTTPHeadersAux";
     const char* ext = "cimxmlpa::CIMXMLAdapter::validateHTTPExtHeaders";
     const char* mismatch = "header-mismatch";
+    const char* needed =
+        "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation";
+    const char* oldProtocol = "TARN does not support CIM protocol version less than 1.0";
     const Case cases[] = {
         // Method and content negotiation: no CIMError.
-        {"GET", "GET", "HTTP/1.1", xml + op + target, 405, "Method Not Allowed"},
-        {"PUT", "PUT", "HTTP/1.1", xml + op + target, 405, "Method Not Allowed"},
-        {"JSON only", "POST", "HTTP/1.1", xml + op + target + "Accept: application/json\r\n", 406,
-         "Not Acceptable"},
-        {"charset", "POST", "HTTP/1.1", xml + op + target + "Accept-Charset: iso-8859-1\r\n", 406,
-         "Not Acceptable"},
-        {"empty encoding", "POST", "HTTP/1.1", xml + op + target + "Accept-Encoding:\r\n", 406,
-         "Not Acceptable"},
-        {"no identity", "POST", "HTTP/1.1",
-         xml + op + target + "Accept-Encoding: gzip, identity; q=0\r\n", 406, "Not Acceptable"},
-        {"language", "POST", "HTTP/1.1", xml + op + target + "Accept-Language: de-de\r\n", 406,
-         "Not Acceptable"},
-        {"ranges", "POST", "HTTP/1.1", xml + op + target + "Accept-Ranges: none\r\n", 406,
-         "Not Acceptable"},
-        {"if-range", "POST", "HTTP/1.1", xml + op + target + "If-Range: \"x\"\r\n", 400,
-         "Bad Request"},
-        {"content type", "POST", "HTTP/1.1", "Content-Type: text/plain\r\n" + op + target, 400,
-         "Bad Request"},
-        {"content charset", "POST", "HTTP/1.1",
-         "Content-Type: text/xml; charset=iso-8859-1\r\n" + op + target, 400, "Bad Request"},
+        {"GET", "GET", xml + op + target, 405},
+        {"PUT", "PUT", xml + op + target, 405},
+        {"JSON only", "POST", xml + op + target + "Accept: application/json\r\n", 406},
+        {"charset", "POST", xml + op + target + "Accept-Charset: iso-8859-1\r\n", 406},
+        {"empty encoding", "POST", xml + op + target + "Accept-Encoding:\r\n", 406},
+        {"no identity", "POST", xml + op + target + "Accept-Encoding: gzip, identity; q=0\r\n",
+         406},
+        {"language", "POST", xml + op + target + "Accept-Language: de-de\r\n", 406},
+        {"ranges", "POST", xml + op + target + "Accept-Ranges: none\r\n", 406},
+        {"if-range", "POST", xml + op + target + "If-Range: \"x\"\r\n", 400},
+        {"content type", "POST", "Content-Type: text/plain\r\n" + op + target, 400},
+        {"content charset", "POST", "Content-Type: text/xml; charset=iso-8859-1\r\n" + op + target,
+         400},
         // CIM extension headers of a POST.
-        {"operation and export", "POST", "HTTP/1.1",
-         xml + op + target + "CIMExport: MethodRequest\r\n", 400, "Bad Request", mismatch,
-         "Can not have CIMOperation AND CIMExport headers at the same time.", aux},
-        {"method and batch", "POST", "HTTP/1.1", xml + op + target + "CIMBatch: CIMBatch\r\n", 400,
-         "Bad Request", mismatch, "Can not have CIMMethod and CIMBatch headers at the same time.",
-         aux},
-        {"no object", "POST", "HTTP/1.1", xml + op + "CIMMethod: DeleteClass\r\n", 400,
-         "Bad Request", mismatch,
-         "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
-        {"empty method", "POST", "HTTP/1.1", xml + op + "CIMMethod:\r\nCIMObject: root%2Fcimv2\r\n",
-         400, "Bad Request", mismatch,
-         "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
-        {"no operation", "POST", "HTTP/1.1", xml + "CIMOperation: MethodResponse\r\n" + target, 400,
-         "Bad Request", mismatch, "No valid header(s) are present in the request", aux},
-        {"export method and batch", "POST", "HTTP/1.1",
+        {"operation and export", "POST", xml + op + target + "CIMExport: MethodRequest\r\n", 400,
+         mismatch, "Can not have CIMOperation AND CIMExport headers at the same time.", aux},
+        {"method and batch", "POST", xml + op + target + "CIMBatch: CIMBatch\r\n", 400, mismatch,
+         "Can not have CIMMethod and CIMBatch headers at the same time.", aux},
+        {"no object", "POST", xml + op + "CIMMethod: DeleteClass\r\n", 400, mismatch, needed, aux},
+        {"empty method", "POST", xml + op + "CIMMethod:\r\nCIMObject: root%2Fcimv2\r\n", 400,
+         mismatch, needed, aux},
+        {"no operation", "POST", xml + "CIMOperation: MethodResponse\r\n" + target, 400, mismatch,
+         "No valid header(s) are present in the request", aux},
+        {"export method and batch", "POST",
          xml + "CIMOperation: x\r\nCIMExport: methodrequest\r\nCIMExportMethod: "
                "ExportIndication\r\nCIMExportBatch: CIMExportBatch\r\n",
-         400, "Bad Request", mismatch,
-         "Can not have CIMExportMethod AND CIMExportBatch headers with CIMExport", aux},
-        {"export without method", "POST", "HTTP/1.1",
-         xml + "CIMOperation: x\r\nCIMExport: MethodRequest\r\n", 400, "Bad Request", mismatch,
-         "Need to have CIMExportMethod OR CIMExportBatch headers with CIMExport", aux},
-        {"protocol 0.5", "POST", "HTTP/1.1", xml + op + target + "CIMProtocolVersion: 0.5\r\n", 501,
-         "Not Implemented", "unsupported-protocol-version",
-         "TARN does not support CIM protocol version less than 1.0", aux},
-        {"protocol 0.9 beats other errors", "POST", "HTTP/1.1",
-         xml + op + "CIMMethod: DeleteClass\r\nCIMProtocolVersion: 0.9\r\n", 501, "Not Implemented",
-         "unsupported-protocol-version", "TARN does not support CIM protocol version less than 1.0",
+         400, mismatch, "Can not have CIMExportMethod AND CIMExportBatch headers with CIMExport",
          aux},
+        {"export without method", "POST", xml + "CIMOperation: x\r\nCIMExport: MethodRequest\r\n",
+         400, mismatch, "Need to have CIMExportMethod OR CIMExportBatch headers with CIMExport",
+         aux},
+        {"protocol 0.5", "POST", xml + op + target + "CIMProtocolVersion: 0.5\r\n", 501,
+         "unsupported-protocol-version", oldProtocol, aux},
+        {"protocol 0.9 beats other errors", "POST",
+         xml + op + "CIMMethod: DeleteClass\r\nCIMProtocolVersion: 0.9\r\n", 501,
+         "unsupported-protocol-version", oldProtocol, aux},
         // The extension headers are checked before the method.
-        {"GET with bad CIM headers", "GET", "HTTP/1.1", xml + op + "CIMMethod: DeleteClass\r\n",
-         400, "Bad Request", mismatch,
-         "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation", aux},
+        {"GET with bad CIM headers", "GET", xml + op + "CIMMethod: DeleteClass\r\n", 400, mismatch,
+         needed, aux},
         // M-POST: the groups' headers.
-        {"M-POST without extension", "M-POST", "HTTP/1.1", xml + op + target, 510, "Not Extended"},
-        {"M-POST group without object", "M-POST", "HTTP/1.1", xml + man + group, 400, "Bad Request",
-         mismatch, "CIMMethod and CIMObject or CIMBatch header need to be present for CIMOperation",
-         ext},
-        {"M-POST with an empty second group", "M-POST", "HTTP/1.1",
+        {"M-POST without extension", "M-POST", xml + op + target, 510},
+        {"M-POST group without object", "M-POST", xml + man + group, 400, mismatch, needed, ext},
+        {"M-POST with an empty second group", "M-POST",
          xml + man + group + "73-CIMObject: root%2Fcimv2\r\nOpt: http://example.org/x; ns=12\r\n",
-         400, "Bad Request", mismatch, "No valid extended header(s) are present in the request",
-         ext},
-        {"M-POST protocol 0.5", "M-POST", "HTTP/1.1",
+         400, mismatch, "No valid extended header(s) are present in the request", ext},
+        {"M-POST protocol 0.5", "M-POST",
          xml + man + group + "73-CIMObject: root%2Fcimv2\r\n73-CIMProtocolVersion: 0.5\r\n", 501,
-         "Not Implemented", "unsupported-protocol-version",
-         "TARN does not support CIM protocol version less than 1.0", ext},
+         "unsupported-protocol-version", oldProtocol, ext},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        expectRejected(request(c.headers, body, c.method, c.version), c.status, c.reason,
-                       c.cimError, c.detail);
+        expectRejected(request(c.headers, body, c.method), c.status, c.cimError, c.detail);
         if (c.logSource) {
             EXPECT_TRUE(
                 traced(1, c.logSource, std::string("Rejecting request due to:  ") + c.detail));
@@ -249,67 +233,61 @@ TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
     startTarnd();
     const std::string headers = cimHeaders("DeleteClass");
     const std::string lengthWas = "Rejecting request due to invalid Content-Length: ";
-    const std::string method = "Rejecting request due to failure in validating CIMMethod : ";
-    const std::string version =
-        "message PROTOCOLVERSION (1.0) does not match CIMProtocolVersion value (1.1)";
     const std::string notWellFormed =
         "Rejecting message which is not well-formed XML. Verify if content lenght is correct and "
         "the XML is well-formed.";
     struct Case {
         std::string raw;
         int status;
-        const char* reason;
         const char* cimError;
         std::string detail;  // TARNErrorDetail, when there is one
         std::string source;  // and message of the trace line
         std::string logged;
     };
+    // A CIM-XML message that its headers contradict, with the detail answered.
+    auto mismatch = [](std::string raw, const char* validated, const std::string& detail) {
+        return Case{std::move(raw),
+                    400,
+                    "header-mismatch",
+                    detail,
+                    "processOperation",
+                    std::string("Rejecting request due to failure in validating ") + validated +
+                        " : " + detail};
+    };
     const Case cases[] = {
-        {head(headers) + "Content-Length: 0\r\n\r\n", 400, "Bad Request", nullptr, "",
-         kProcessOperation, lengthWas + "0"},
+        {head(headers) + "Content-Length: 0\r\n\r\n", 400, nullptr, "", kProcessOperation,
+         lengthWas + "0"},
         // The length is read as a signed 32-bit number.
-        {head(headers) + "Content-Length: 2147483648\r\n\r\n", 400, "Bad Request", nullptr, "",
-         kProcessOperation, lengthWas + "-2147483648"},
-        {head(headers) + "Content-Length: 4294967296\r\n\r\n", 400, "Bad Request", nullptr, "",
-         kProcessOperation, lengthWas + "0"},
-        {head(headers) + "\r\n", 400, "Bad Request", nullptr, "", kProcessOperation,
-         lengthWas + "-1"},
-        {request(headers, "<CIM CIMVERSION=\"2.0\">"), 400, "Bad Request",
-         "request-not-well-formed", "", kProcessOperation, notWellFormed},
+        {head(headers) + "Content-Length: 2147483648\r\n\r\n", 400, nullptr, "", kProcessOperation,
+         lengthWas + "-2147483648"},
+        {head(headers) + "Content-Length: 4294967296\r\n\r\n", 400, nullptr, "", kProcessOperation,
+         lengthWas + "0"},
+        {head(headers) + "\r\n", 400, nullptr, "", kProcessOperation, lengthWas + "-1"},
+        {request(headers, "<CIM CIMVERSION=\"2.0\">"), 400, "request-not-well-formed", "",
+         kProcessOperation, notWellFormed},
         {request(headers, message(intrinsicCall("DeleteClass"), "1", "1.0")), 501,
-         "Not Implemented", "unsupported-cim-version", "", kProcessOperation,
-         "Unsupported CIM Version: 1.0"},
+         "unsupported-cim-version", "", kProcessOperation, "Unsupported CIM Version: 1.0"},
         {request(headers, message(intrinsicCall("DeleteClass"), "1", "2.0", "1.9")), 501,
-         "Not Implemented", "unsupported-dtd-version", "", kProcessOperation,
-         "Unsupported DTD Version: 1.9"},
-        {request(headers + "CIMProtocolVersion: 1.1\r\n", simple("DeleteClass")), 400,
-         "Bad Request", "header-mismatch", version, "processOperation",
-         "Rejecting request due to failure in validating PROTOCOLVERSION : " + version},
-        {request(cimHeaders("GetInstance"), simple("DeleteClass")), 400, "Bad Request",
-         "header-mismatch",
-         "CIM request method (DeleteClass) does not match CIMMethod value (GetInstance)",
-         "processOperation",
-         method + "CIM request method (DeleteClass) does not match CIMMethod value (GetInstance)"},
-        {request(multiHeaders(), simple("DeleteClass")), 400, "Bad Request", "header-mismatch",
-         "CIMMethod and CIMObject must be present for a simple operation request",
-         "processOperation",
-         method + "CIMMethod and CIMObject must be present for a simple operation request"},
-        {request(headers, multi({"DeleteClass", "DeleteClass"})), 400, "Bad Request",
-         "header-mismatch",
-         "CIMMethod and CIMObject must not be present for a multi operation request",
-         "processOperation",
-         method + "CIMMethod and CIMObject must not be present for a multi operation request"},
+         "unsupported-dtd-version", "", kProcessOperation, "Unsupported DTD Version: 1.9"},
+        mismatch(request(headers + "CIMProtocolVersion: 1.1\r\n", simple("DeleteClass")),
+                 "PROTOCOLVERSION",
+                 "message PROTOCOLVERSION (1.0) does not match CIMProtocolVersion value (1.1)"),
+        mismatch(request(cimHeaders("GetInstance"), simple("DeleteClass")), "CIMMethod",
+                 "CIM request method (DeleteClass) does not match CIMMethod value (GetInstance)"),
+        mismatch(request(multiHeaders(), simple("DeleteClass")), "CIMMethod",
+                 "CIMMethod and CIMObject must be present for a simple operation request"),
+        mismatch(request(headers, multi({"DeleteClass", "DeleteClass"})), "CIMMethod",
+                 "CIMMethod and CIMObject must not be present for a multi operation request"),
         // Well-formed CIM-XML that asks for nothing.
         {request(headers,
                  "<?xml version=\"1.0\"?><CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><DECLARATION>"
                  "<DECLGROUP/></DECLARATION></CIM>"),
-         400, "Bad Request", nullptr, "", "cimxmlpa::CIMXMLAdapter::processOperation()",
+         400, nullptr, "", "cimxmlpa::CIMXMLAdapter::processOperation()",
          "Rejecting message which contains neither SIMPLEREQ or SIMPLEEXPREQ"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.logged);
-        expectRejected(c.raw, c.status, c.reason, c.cimError,
-                       c.detail.empty() ? nullptr : c.detail.c_str());
+        expectRejected(c.raw, c.status, c.cimError, c.detail.empty() ? nullptr : c.detail.c_str());
         EXPECT_TRUE(traced(1, c.source, c.logged)) << trace();
     }
     // The line after the one that says the XML is not well-formed is the rejection itself.
@@ -325,7 +303,7 @@ TEST_F(CimXmlAdapterTest, BodyAndMessageRejections) {
     s.send(head(headers) + "Content-Length: 100\r\n\r\n" + simple("DeleteClass").substr(0, 60));
     s.shutdownWrite();
     ResponseReader reader(s);
-    expectRejected(s, reader, 400, "Bad Request");
+    expectRejected(s, reader, 400);
     EXPECT_TRUE(
         traced(2, kProcessOperation, "Content Length mismatch:  Expected 100 bytes; Received 60"));
 
@@ -344,7 +322,7 @@ TEST_F(CimXmlAdapterTest, BodiesUpToTheSizeLimitAreRead) {
         Socket s = Socket::connect(httpPort);
         s.send(head(headers) + "Content-Length: 52428801\r\n\r\n<?xml");
         ResponseReader reader(s);
-        expectRejected(s, reader, 413, "Request Entity Too Large");
+        expectRejected(s, reader, 413);
         EXPECT_TRUE(traced(1, kProcessOperation,
                            "Rejecting request that exceeds maximum supported size. Max = "
                            "52428800; Request = 52428801"));

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
 #include <net/if.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <set>
@@ -133,67 +132,43 @@ TEST_F(StateAndSecurityTest, CommandLineIsExplainedAndStartsThatCannotServeSayWh
         EXPECT_EQ(status, c.status) << output;
         EXPECT_NE(output.find(c.said), std::string::npos) << output;
     }
-
-    // A repository that claims a newer format than this tarnd reads.
-    startTarnd();
-    TearDown();
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open((dir.path() / "repository.db").c_str(), &handle), SQLITE_OK);
-    ASSERT_EQ(
-        sqlite3_exec(handle, "UPDATE repository_meta SET value='3' WHERE name='format_version'",
-                     nullptr, nullptr, nullptr),
-        SQLITE_OK);
-    sqlite3_close(handle);
-    auto [status, output] = tarndWith({"--adapter", adapterPath()});
-    EXPECT_EQ(status, 1) << output;
-    EXPECT_NE(output.find("tarnd: the repository " + (dir.path() / "repository.db").string() +
-                          " has format version 3, newer than this TARN can read (version 2)"),
-              std::string::npos)
-        << output;
 }
 
 TEST_F(StateAndSecurityTest, TarnUserChangesTakeEffectInTheRunningServer) {
     startTarnd();
-    const std::string state = dir.path().string();
-    auto statusAs = [&](const std::string& user, const std::string& pw,
-                        std::string* body = nullptr) {
-        std::string r = "POST /test HTTP/1.1\r\nHost: x\r\nTestOp: info\r\nAuthorization: " +
-                        basicAuth(user, pw) + "\r\nContent-Length: 0\r\n\r\n";
-        Response resp = exchange(r);
-        if (body) {
-            *body = resp.body;
-        }
-        return resp.status;
+    // tarn-user with these arguments and standard input: its status and output.
+    auto user = [&](std::vector<std::string> args, const std::string& input = "") {
+        args.insert(args.begin(), {tool("tarn-user"), "--state-dir", dir.path().string()});
+        return run(args, input);
     };
-    auto add = run({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "first-pw\n");
+    // The answer to bob's info request with this password.
+    auto asBob = [&](const std::string& pw) {
+        return exchange("POST /test HTTP/1.1\r\nHost: x\r\nTestOp: info\r\nAuthorization: " +
+                        basicAuth("bob", pw) + "\r\nContent-Length: 0\r\n\r\n");
+    };
+    auto add = user({"add", "bob"}, "first-pw\n");
     ASSERT_EQ(add.first, 0) << add.second;
-    std::string body;
-    EXPECT_EQ(statusAs("bob", "first-pw", &body), 200);
-    EXPECT_NE(body.find("user=bob\nroles=reader\n"), std::string::npos) << body;
+    Response r = asBob("first-pw");
+    EXPECT_EQ(r.status, 200);
+    EXPECT_NE(r.body.find("user=bob\nroles=reader\n"), std::string::npos) << r.body;
 
-    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "passwd", "bob"}, "second-pw\n").first,
-              0);
-    EXPECT_EQ(statusAs("bob", "first-pw"), 401);
-    EXPECT_EQ(statusAs("bob", "second-pw"), 200);
-
-    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "role", "bob", "writer"}).first, 0);
-    EXPECT_EQ(statusAs("bob", "second-pw", &body), 200);
-    EXPECT_NE(body.find("roles=reader,writer\n"), std::string::npos) << body;
-
-    auto list = run({tool("tarn-user"), "--state-dir", state, "list"});
-    EXPECT_EQ(list.second, "admin admin\nbob writer\n");
+    EXPECT_EQ(user({"passwd", "bob"}, "second-pw\n").first, 0);
+    EXPECT_EQ(asBob("first-pw").status, 401);
+    EXPECT_EQ(user({"role", "bob", "writer"}).first, 0);
+    r = asBob("second-pw");
+    EXPECT_EQ(r.status, 200);
+    EXPECT_NE(r.body.find("roles=reader,writer\n"), std::string::npos) << r.body;
+    EXPECT_EQ(user({"list"}).second, "admin admin\nbob writer\n");
 
     // Mistakes are refused and change nothing.
-    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "add", "bob"}, "x\n").first, 1);
-    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "add", "b:ad"}, "x\n").first, 2);
-    EXPECT_EQ(
-        run({tool("tarn-user"), "--state-dir", state, "add", "eve", "--role", "root"}, "x\n").first,
-        2);
-    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "add", "eve"}, "").first, 2);
+    EXPECT_EQ(user({"add", "bob"}, "x\n").first, 1);
+    EXPECT_EQ(user({"add", "b:ad"}, "x\n").first, 2);
+    EXPECT_EQ(user({"add", "eve", "--role", "root"}, "x\n").first, 2);
+    EXPECT_EQ(user({"add", "eve"}).first, 2);  // no password
 
-    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "remove", "bob"}).first, 0);
-    EXPECT_EQ(statusAs("bob", "second-pw"), 401);
-    EXPECT_EQ(run({tool("tarn-user"), "--state-dir", state, "list"}).second, "admin admin\n");
+    EXPECT_EQ(user({"remove", "bob"}).first, 0);
+    EXPECT_EQ(asBob("second-pw").status, 401);
+    EXPECT_EQ(user({"list"}).second, "admin admin\n");
     EXPECT_EQ(modeOf(dir.path() / "users"), 0600u);
 }
 
@@ -244,42 +219,6 @@ TEST_F(StateAndSecurityTest, HttpsServesWithTheGeneratedCertificateFromTls12On) 
     plain.send(request("ping"));
     EXPECT_TRUE(plain.waitClosed(in(10s)));
     EXPECT_EQ(curl({"-H", "TestOp: ping"}).second, "200");
-}
-
-TEST_F(StateAndSecurityTest, StopSignalLetsTheRequestInFlightFinish) {
-    startTarnd("BodyPreReadSize = 0\n");  // the adapter starts before the body is complete
-    Socket s = Socket::connect(httpPort);
-    s.send(head("wait", "Content-Length: 10\r\n") + "\r\n12345");
-    ResponseReader reader(s);
-    std::string got;
-    while (got.find("started") == std::string::npos) {
-        std::string more = s.readSome(in(10s));
-        ASSERT_FALSE(more.empty());
-        got += more;
-    }
-    tarnd.signal(SIGTERM);
-    ASSERT_TRUE(tarnd.waitForOutput("Object manager state: SHUTTING_DOWN", in(10s)));
-    ASSERT_TRUE(tarnd.waitForOutput("Stopping: 1 connections open", in(10s))) << tarnd.output();
-    // No new connection is served now.
-    bool refused = false;
-    try {
-        Socket late = Socket::connect(httpPort);
-        late.send(request("ping"));
-        refused = late.waitClosed(in(5s));
-    } catch (const std::runtime_error&) {
-        refused = true;
-    }
-    EXPECT_TRUE(refused);
-    s.send("67890");
-    while (got.find("0\r\n\r\n") == std::string::npos) {
-        std::string more = s.readSome(in(10s));
-        ASSERT_FALSE(more.empty()) << got;
-        got += more;
-    }
-    EXPECT_NE(got.find("done:10\n"), std::string::npos) << got;
-    EXPECT_TRUE(s.waitClosed(in(10s)));
-    EXPECT_EQ(tarnd.waitExit(in(15s)), std::optional<int>(0)) << tarnd.output();
-    EXPECT_NE(tarnd.output().find("Object manager state: SHUT_DOWN"), std::string::npos);
 }
 
 // A local IPv4 address other than a loopback one, if the host has one.

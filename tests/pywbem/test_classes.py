@@ -169,9 +169,13 @@ def test_errors_carry_their_status(conn, what, call, status):
         call(conn)
 
 
-def test_a_reader_gets_but_does_not_set_properties(tarnd):
+def test_a_reader_reads_but_does_not_write(tarnd, conn):
     reader = tarnd.connection("viewer", tarnd.add_user("viewer", "reader"))
     assert get_property(reader, service_path(), "ExecutablePath") == "/usr/sbin/tarnd"
     assert "TARN_Service" in reader.EnumerateClassNames(ClassName="CIM_Service")
-    with cim_error(pywbem.CIM_ERR_ACCESS_DENIED):
-        set_property(reader, service_path(), "Priority", 1)
+    path = conn.CreateInstance(CIMInstance("TEST_AllTypes", properties={"Id": "read-me"}))
+    assert reader.GetInstance(path)["Id"] == "read-me"
+    for write in (lambda: set_property(reader, service_path(), "Priority", 1),
+                  lambda: reader.DeleteInstance(path)):
+        with cim_error(pywbem.CIM_ERR_ACCESS_DENIED):
+            write()

@@ -27,30 +27,21 @@ if pywbem:
     from pywbem import CIMInstance, CIMInstanceName, Uint16, Uint32
 
 
-class Inbox:
+class Inbox(queue.Queue):
     """Indications a listener received, in order."""
-
-    def __init__(self):
-        self.queue = queue.Queue()
-
-    def put(self, indication, *_):
-        self.queue.put(indication)
 
     def next(self, timeout=WAIT):
         try:
-            return self.queue.get(timeout=timeout)
+            return self.get(timeout=timeout)
         except queue.Empty:
             pytest.fail(f"no indication within {timeout} s")
-
-    def empty(self):
-        return self.queue.empty()
 
 
 @pytest.fixture(scope="module")
 def inbox():
     box = Inbox()
     listener = pywbem.WBEMListener("127.0.0.1", http_port=free_port())
-    listener.add_callback(box.put)
+    listener.add_callback(lambda indication, *_: box.put(indication))
     listener.start()
     box.url = f"http://127.0.0.1:{listener.http_port}"
     yield box
@@ -250,7 +241,7 @@ def test_stopping_the_service_holds_indications_until_it_starts(conn, manager, i
         create(conn, "held1")
         create(conn, "held2")
         with pytest.raises(queue.Empty):
-            inbox.queue.get(timeout=1)  # bounded: nothing may come while stopped
+            inbox.get(timeout=1)  # bounded: nothing may come while stopped
         assert conn.InvokeMethod("StartService", service)[0] == 0
         got = [inbox.next()["SourceInstance"]["Id"] for _ in range(2)]
     assert got == ["held1", "held2"]
@@ -260,7 +251,7 @@ def test_subscriptions_survive_a_restart(tarnd, conn, manager, inbox):
     with Subscribed(manager, [inbox.url], "SELECT * FROM CIM_InstCreation "
                                           "WHERE SourceInstance.Id = 'after'") as s:
         tarnd.restart()
-        kept = conn.EnumerateInstanceNames("CIM_IndicationSubscription", namespace=INTEROP)
-        assert s.filter["Name"] in [p["Filter"]["Name"] for p in kept]
+        kept = conn.EnumerateInstances("CIM_IndicationSubscription", namespace=INTEROP)
+        assert s.filter["Name"] in [i["Filter"]["Name"] for i in kept]
         create(conn, "after")
         assert inbox.next()["SourceInstance"]["Id"] == "after"

@@ -126,13 +126,6 @@ def test_open_enumerations_are_limited_per_user(tarnd, conn):
     close(limited, limited.OpenEnumerateInstancePaths("TEST_AllTypes", MaxObjectCount=0).context)
 
 
-def test_pywbem_iterators_use_pulled_enumerations(tarnd):
-    conn = tarnd.connection(use_pull_operations=True)
-    got = list(conn.IterEnumerateInstances("TEST_AllTypes", MaxObjectCount=4))
-    assert len(got) == COUNT and conn.use_pull_operations
-    assert len(list(conn.IterEnumerateInstancePaths("TEST_AllTypes", MaxObjectCount=4))) == COUNT
-
-
 def test_a_query_is_pulled_with_its_result_class(conn, tarnd):
     query = "SELECT Id, U8 FROM TEST_AllTypes WHERE U8 >= 10"
     r = conn.OpenQueryInstances("WQL", query, ReturnQueryResultClass=True, MaxObjectCount=3)
@@ -157,8 +150,10 @@ def test_association_traversals_are_pulled_as_their_plain_forms_answer(conn):
     cases = [
         (conn.OpenAssociatorInstances, conn.PullInstancesWithPath, conn.Associators,
          {"AssocClass": "TARN_HostedService"}),
-        (conn.OpenAssociatorInstancePaths, conn.PullInstancePaths, conn.AssociatorNames, {}),
-        (conn.OpenReferenceInstances, conn.PullInstancesWithPath, conn.References, {}),
+        (conn.OpenAssociatorInstancePaths, conn.PullInstancePaths, conn.AssociatorNames,
+         {"ResultClass": "TARN_Service", "Role": "Antecedent", "ResultRole": "Dependent"}),
+        (conn.OpenReferenceInstances, conn.PullInstancesWithPath, conn.References,
+         {"ResultClass": "TARN_HostedService"}),
         (conn.OpenReferenceInstancePaths, conn.PullInstancePaths, conn.ReferenceNames,
          {"Role": "Antecedent"}),
     ]

@@ -18,19 +18,16 @@ def part(pid, size, cls="TEST_QPart"):
     return CIMInstance(cls, properties={"Id": pid, "Size": Uint32(size)})
 
 
-def item(iid, name=None, count=None, delta=None, ratio=None, flag=None, when=None, age=None,
-         letter=None, small=None, tags=None, part_=None, cls="TEST_QItem", **more):
-    props = {"Id": iid}
-    values = {"Name": name, "Count": None if count is None else Uint32(count),
-              "Delta": None if delta is None else Sint32(delta),
-              "Ratio": None if ratio is None else Real64(ratio), "Flag": flag,
-              "When": None if when is None else CIMDateTime(when),
-              "Age": None if age is None else CIMDateTime(age),
-              "Letter": None if letter is None else Char16(letter),
-              "Small": None if small is None else Uint8(small), "Tags": tags, "Part": part_}
-    props.update({k: v for k, v in values.items() if v is not None})
-    props.update(more)
-    return CIMInstance(cls, properties=props)
+def item(iid, *values, cls="TEST_QItem", **more):
+    """A TEST_QItem with values for Name, Count, Delta, Ratio, Flag, When,
+    Age, Letter, Small, Tags and Part in this order (None: no value)."""
+    kinds = [str, Uint32, Sint32, Real64, bool, CIMDateTime, CIMDateTime, Char16, Uint8, list,
+             CIMInstance]
+    names = ["Name", "Count", "Delta", "Ratio", "Flag", "When", "Age", "Letter", "Small", "Tags",
+             "Part"]
+    props = {n: v if isinstance(v, k) else k(v) for n, k, v in zip(names, kinds, values)
+             if v is not None}
+    return CIMInstance(cls, properties=dict({"Id": iid}, **props, **more))
 
 
 @pytest.fixture(scope="module")
@@ -43,8 +40,8 @@ def items(conn):
         item("b1", "banana", 5, 0, -1.0, True, "20230601000000.000000+000",
              "00000000000000.000000:000", "c", 255),
         item("n1"),
-        item("s1", "avocado", 40, -40, 10.0, False, "20250101000000.000000+000",
-             part_=part("p3", 12), cls="TEST_QSubItem", Extra="x"),
+        item("s1", "avocado", 40, -40, 10.0, False, "20250101000000.000000+000", None, None,
+             None, None, part("p3", 12), cls="TEST_QSubItem", Extra="x"),
         item("u1", "Ap%p_le", 7),
     ]:
         conn.CreateInstance(inst)

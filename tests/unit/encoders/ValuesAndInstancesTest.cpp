@@ -246,13 +246,6 @@ TEST_F(Properties, EveryKindInBothStylesWithTheEscapedBlanksWhereTheyBelong) {
          "&lt;PROPERTY.REFERENCE &#32;NAME=&quot;Handler&quot; "
          "REFERENCECLASS=&quot;CIM_ListenerDestination&quot;&gt;&lt;VALUE.REFERENCE&gt;" +
              escDisk + "&lt;/VALUE.REFERENCE&gt;\n&lt;/PROPERTY.REFERENCE&gt;\n"},
-        {prop("Filter", CVelaValue::makeReference(disk)),
-         "<PROPERTY.REFERENCE NAME=\"Filter\" REFERENCECLASS=\"CIM_IndicationFilter\" >"
-         "<VALUE.REFERENCE>" +
-             kDiskPath + "</VALUE.REFERENCE>\n</PROPERTY.REFERENCE>\n",
-         "&lt;PROPERTY.REFERENCE &#32;NAME=&quot;Filter&quot; "
-         "REFERENCECLASS=&quot;CIM_IndicationFilter&quot;&gt;&lt;VALUE.REFERENCE&gt;" +
-             escDisk + "&lt;/VALUE.REFERENCE&gt;\n&lt;/PROPERTY.REFERENCE&gt;\n"},
         {prop("handler", CVelaValue::makeReference(disk)),
          "<PROPERTY.REFERENCE NAME=\"handler\"><VALUE.REFERENCE>" + kDiskPath +
              "</VALUE.REFERENCE>\n</PROPERTY.REFERENCE>\n",

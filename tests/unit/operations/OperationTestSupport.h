@@ -12,6 +12,8 @@
 
 #include "FakeSocket.h"
 #include "OperationFactory.h"
+#include "mof/MofClassSetSink.h"
+#include "mof/MofCompiler.h"
 #include "tarn/CClassSet.h"
 #include "tarn/IOperationHandler.h"
 #include "tarn/LogCapture.h"
@@ -84,28 +86,24 @@ inline VELSmrPtr<VELCIMMethodCall> parseCall(std::string_view method, std::strin
 // ---- Object manager side ----
 
 // Test_Base (Id, Name) <- Test_Middle (Name again, Size) <- Test_Leaf (Extra,
-// Flag), and Test_Other (Id) beside them.
+// Flag), Test_Other (Id) beside them, and Test_Holder, whose Parts embed
+// Test_Part instances.
 inline std::shared_ptr<tarn::CClassSet> makeClasses() {
-    auto set = std::make_shared<tarn::CClassSet>();
-    auto prop = [](const char* name, const VELSmrPtr<IVelaType>& type) {
-        return makeVELSmrPtr<tarn::CPropertyDef>(name, type);
-    };
-    auto base = makeVELSmrPtr<CVelaClass>("Test_Base", "");
-    base->addProperty(prop("Id", CVelaType::uint32));
-    base->addProperty(prop("Name", CVelaType::string));
-    auto middle = makeVELSmrPtr<CVelaClass>("Test_Middle", "Test_Base");
-    middle->addProperty(prop("Name", CVelaType::string));
-    middle->addProperty(prop("Size", CVelaType::uint64));
-    auto leaf = makeVELSmrPtr<CVelaClass>("Test_Leaf", "Test_Middle");
-    leaf->addProperty(prop("Extra", CVelaType::string));
-    leaf->addProperty(prop("Flag", CVelaType::boolean));
-    auto other = makeVELSmrPtr<CVelaClass>("Test_Other", "");
-    other->addProperty(prop("Id", CVelaType::uint32));
-    set->addClass(kNs, base);
-    set->addClass(kNs, middle);
-    set->addClass(kNs, leaf);
-    set->addClass(kNs, other);
-    return set;
+    tarn::MofClassSetSink sink;
+    tarn::MofCompiler compiler;
+    EXPECT_TRUE(compiler.compileText(R"(#pragma namespace ("root/test")
+        Qualifier EmbeddedInstance : string = null, Scope(property, method, parameter);
+        class Test_Base { uint32 Id; string Name; };
+        class Test_Middle : Test_Base { string Name; uint64 Size; };
+        class Test_Leaf : Test_Middle { string Extra; boolean Flag; };
+        class Test_Other { uint32 Id; };
+        class Test_Part { string Id; };
+        class Test_Holder { string Id; [EmbeddedInstance("Test_Part")] string Parts[]; };)"));
+    EXPECT_TRUE(compiler.commit(sink));
+    for (const tarn::MofDiagnostic& d : compiler.diagnostics()) {
+        ADD_FAILURE() << d.toString();
+    }
+    return sink.classSet();
 }
 
 inline VELSmrPtr<CVelaInstanceName> instanceName(const char* cls, std::uint32_t id) {

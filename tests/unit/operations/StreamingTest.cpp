@@ -76,25 +76,27 @@ TEST_F(StreamingTest, MoreResultsThanTheCollectionHoldsAllArriveInOrder) {
               text.size() - std::string("</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP>").size());
 }
 
-TEST_F(StreamingTest, AProviderThreadFailingBeforeItsFirstResultYieldsTheError) {
-    provide(0, 6);
-    Body body;
-    run(context, "EnumerateInstanceNames", className("Test_Leaf"), body);
-    EXPECT_EQ(body.text(),
-              response("EnumerateInstanceNames",
-                       "<ERROR CODE=\"6\" DESCRIPTION=\"The requested object cannot be found. "
-                       "(provider failed)\"/>"));
-}
-
-TEST_F(StreamingTest, AProviderThreadFailingLaterLeavesAWellFormedResult) {
-    provide(1500, 6);
-    Body body;
-    run(context, "EnumerateInstanceNames", className("Test_Leaf"), body);
-    provider.join();
-    std::string text = body.text();
-    EXPECT_EQ(countOf(text, "<INSTANCENAME "), 1500u);
-    EXPECT_EQ(text.find("<ERROR"), std::string::npos);
-    EXPECT_EQ(text.substr(text.size() - 45), "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP>");
+// Before its first result the failure is the answer; later, the results so
+// far end well-formed.
+TEST_F(StreamingTest, AProviderThreadFailingYieldsTheErrorOrEndsTheResults) {
+    for (int count : {0, 1500}) {
+        SCOPED_TRACE(count);
+        provide(count, 6);
+        Body body;
+        run(context, "EnumerateInstanceNames", className("Test_Leaf"), body);
+        provider.join();
+        std::string text = body.text();
+        if (count == 0) {
+            EXPECT_EQ(text, response("EnumerateInstanceNames",
+                                     "<ERROR CODE=\"6\" DESCRIPTION=\"The requested object cannot "
+                                     "be found. (provider failed)\"/>"));
+        } else {
+            EXPECT_EQ(countOf(text, "<INSTANCENAME "), 1500u);
+            EXPECT_EQ(text.find("<ERROR"), std::string::npos);
+            EXPECT_EQ(text.substr(text.size() - 45),
+                      "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP>");
+        }
+    }
 }
 
 TEST_F(StreamingTest, AClientThatGoesAwayStopsTheProvider) {

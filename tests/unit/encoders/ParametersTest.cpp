@@ -1,4 +1,4 @@
-// Parameter-name checks, parameter values and query result tables.
+// Parameter-name checks and parameter values.
 #include "EncoderTestSupport.h"
 #include "vela/CVelaActualParameter.h"
 
@@ -130,35 +130,6 @@ TEST(Parameters, AFailedReadLeavesAnEmptyTypeAndAPlaceholderValue) {
     VELSmrPtr<IVelaActualParameter> lost(new FailingParameter(throwNetwork));
     std::ostringstream os;
     EXPECT_THROW(CIMXMLUtil::streamParameter(os, lost, true, true), VELNetException);
-}
-
-TEST(QueryTables, DeclarationsAreStringCellsByPositionAndRowsHoldValues) {
-    auto columns =
-        makeVELSmrPtr<CIMXMLUtil::ColumnList>(std::vector<VELString>{"Name", "Size", "Owner"});
-    const std::string declaration =
-        "<TABLEROW.DECLARATION>\n"
-        "<TABLECELL.DECLARATION NAME=\"Name\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"0\"/>\n"
-        "<TABLECELL.DECLARATION NAME=\"Size\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"1\"/>\n"
-        "<TABLECELL.DECLARATION NAME=\"Owner\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"2\"/>\n"
-        "</TABLEROW.DECLARATION>\n";
-    EXPECT_EQ(out([&](std::ostream& os) { CIMXMLUtil::streamTableRowDeclaration(os, columns); }),
-              declaration);
-    EXPECT_TRUE(wellFormed(declaration));
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamTableRowDeclaration(os, nullptr); }),
-              "");
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamTableCellDeclaration(os, "X", 12); }),
-              "<TABLECELL.DECLARATION NAME=\"X\" TYPE=\"string\" ISARRAY=\"0\" CELLPOS=\"12\"/>\n");
-
-    auto row = makeVELSmrPtr<CIMXMLUtil::TableRow>();
-    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("Size", CVelaValue::makeUint64(10))));
-    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("Name", str("a<b"))));
-    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("Empty", str(""))));
-    row->append(VELSmrPtr<IVelaProperty>(new CVelaProperty("None", CVelaType::string, nullptr)));
-    row->append(nullptr);
-    const std::string text = out([&](std::ostream& os) { CIMXMLUtil::streamTableRow(os, row); });
-    EXPECT_EQ(text, "<TABLEROW><VALUE>10</VALUE>\n<VALUE>a&lt;b</VALUE>\n</TABLEROW>");
-    EXPECT_TRUE(wellFormed(text));
-    EXPECT_EQ(out([](std::ostream& os) { CIMXMLUtil::streamTableRow(os, nullptr); }), "");
 }
 
 }  // namespace
