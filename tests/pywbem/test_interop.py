@@ -173,3 +173,51 @@ def test_what_describes_the_object_manager_is_read_only(server, conn):
     with cim_error(pywbem.CIM_ERR_NOT_SUPPORTED):
         conn.CreateInstance(CIMInstance("CIM_RegisteredProfile", {"InstanceID": "x"}),
                             namespace=INTEROP)
+
+
+def dmtf_classes(names):
+    """The classes of the CIM Schema 2.49 (from ../shared/data), compiled by pywbem."""
+    import tempfile
+    import zipfile
+    from conftest import SOURCE_DIR
+    from pywbem._mof_compiler import MOFCompiler, MOFWBEMConnection
+    archive = SOURCE_DIR.parent / "shared" / "data" / "cim_schema_2.49.0Final-MOFs.zip"
+    if not archive.exists():
+        pytest.skip(f"no {archive}")
+    with tempfile.TemporaryDirectory() as unzipped:
+        zipfile.ZipFile(archive).extractall(unzipped)
+        repo = MOFWBEMConnection()
+        compiler = MOFCompiler(repo, search_paths=[unzipped], log_func=lambda msg: None)
+        for f in ("qualifiers.mof", "qualifiers_optional.mof"):
+            compiler.compile_file(f"{unzipped}/{f}", "dmtf")
+        for name in names:
+            if name.lower() not in {c.lower() for c in repo.classes.get("dmtf", {})}:
+                compiler.compile_file(compiler.find_mof(name), "dmtf")
+        return {c.lower(): cls for c, cls in repo.classes["dmtf"].items()}
+
+
+# Left out of the served classes: methods that take jobs, and the enumeration
+# of central instances that GetCentralInstances replaces.
+LEFT_OUT = {"requeststatechange()", "changeaffectedelementsassignedsequence()",
+            "openconformantinstances()", "pullconformantinstances()", "closeconformantinstances()"}
+
+
+def test_the_interop_classes_are_the_cim_schema_s(conn):
+    def own(qualifiers):
+        return {q.name.lower(): q.value for q in qualifiers.values()
+                if not q.propagated and q.name.lower() != "description"}
+
+    def shape(cls):
+        features = {"": own(cls.qualifiers)}
+        features.update({p.name.lower(): (p.type, p.is_array, (p.reference_class or "").lower(),
+                                          own(p.qualifiers)) for p in cls.properties.values()})
+        features.update({m.name.lower() + "()": (m.return_type, own(m.qualifiers), {
+            n.lower(): (a.type, a.is_array, own(a.qualifiers)) for n, a in m.parameters.items()})
+            for m in cls.methods.values()})
+        return {k: v for k, v in features.items() if k not in LEFT_OUT}
+
+    served = conn.EnumerateClasses(namespace=INTEROP, DeepInheritance=True, LocalOnly=True,
+                                   IncludeQualifiers=True)
+    standard = dmtf_classes([c.classname for c in served])
+    for cls in served:
+        assert shape(cls) == shape(standard[cls.classname.lower()]), cls.classname
