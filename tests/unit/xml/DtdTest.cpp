@@ -86,7 +86,7 @@ TEST(Dtd, ValueCarryingElementsAcceptExactlyWhatTheDtdAllows) {
                                   "</EXPMETHODCALL></SIMPLEEXPREQ>")},
     };
     for (const auto& [subject, request] : subjects) {
-        auto wrap = [&request](const std::string& child) {
+        auto wrap = [&request = request](const std::string& child) {
             std::string r = request;
             return r.replace(r.find('@'), 1, child);
         };
