@@ -161,7 +161,7 @@ TEST_F(Storage, IdenticalDeclarationsAreKeptAndDifferentOnesFailTheWholeCompilat
     EXPECT_THAT(out,
                 HasSubstr("qualifier Key is already declared differently in namespace root/test"));
     // New classes on stored ones, in a namespace of their own too, are
-    // TarnMofWrite's and test_live_schema.py's (tests/pywbem).
+    // TarnMofWrite's, and a running server reads them at once in test_interop.py.
 }
 
 TEST_F(Storage, TheDmtfSchemaIsStoredAndReadBackFaithfully) {
