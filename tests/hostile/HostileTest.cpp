@@ -70,21 +70,6 @@ TEST_F(HostileTest, SlowBodiesHoldNoWorker) {
     }
 }
 
-TEST_F(HostileTest, LargeSlowBodiesWithoutCredentialsAreRefusedAtOnce) {
-    // Bodies too large to be read before a worker takes them: the first
-    // 64 KiB come at once, then they trickle.
-    start("WorkerThreads = 8\n");
-    SlowBodies attack;
-    attack.port = target.port;
-    attack.connections = 16;
-    attack.contentLength = 1u << 20;
-    attack.fast = 65536;
-    attack.interval = std::chrono::milliseconds(300);
-    expectServed(run(attack));
-    EXPECT_GT(attack.countOf("answered 401"), 0u) << attack.summary();
-    EXPECT_EQ(attack.countOf("answered 401"), attack.countOf("closed by server"));
-}
-
 TEST_F(HostileTest, LoginFloodIsThrottledAndCostsFewHashes) {
     start("", "HashThreads = 1\n");
     LoginFlood attack;
