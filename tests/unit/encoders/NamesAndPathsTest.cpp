@@ -37,6 +37,35 @@ TEST_F(NamesAndPaths, NamespacePathTakesItsOwnHostOrTheAdvertisedOne) {
               "&lt;/NAMESPACEPATH&gt;\n");
 }
 
+// Texts that clients parse and nothing else pins: object paths of classes and
+// instances, and the parameters of pulled enumerations and queries.
+TEST_F(NamesAndPaths, ObjectPathsAndPullParametersAsWritten) {
+    auto cls = makeVELSmrPtr<CVelaInstanceName>("CIM_Foo", cimv2, true);
+    auto inst = nameOf("CIM_Foo", cimv2, {{"Id", CVelaValue::makeUint32(7)}});
+    using Encode = std::function<void(std::ostream&)>;
+    const std::pair<Encode, std::string> rows[] = {
+        {[&](std::ostream& os) { CIMXMLUtil::streamObjectPath(os, cls, true); },
+         "<OBJECTPATH>\n<CLASSPATH>\n" + kCimv2NsPath +
+             "<CLASSNAME NAME=\"CIM_Foo\" />\n</CLASSPATH>\n</OBJECTPATH>\n"},
+        {[&](std::ostream& os) { CIMXMLUtil::streamObjectPath(os, inst, true); },
+         "<OBJECTPATH>\n<INSTANCEPATH>\n" + kCimv2NsPath +
+             "<INSTANCENAME CLASSNAME=\"CIM_Foo\">\n<KEYBINDING NAME=\"Id\"><KEYVALUE "
+             "VALUETYPE=\"numeric\" TYPE=\"uint32\">7</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n"
+             "</INSTANCEPATH>\n</OBJECTPATH>\n"},
+        {[](std::ostream& os) { CIMXMLUtil::streamEndOfSequence(os, false); },
+         "<PARAMVALUE NAME=\"EndOfSequence\" TYPE=\"boolean\">\n<VALUE>FALSE</VALUE>\n"
+         "</PARAMVALUE>\n"},
+        {[](std::ostream& os) { CIMXMLUtil::streamEnumerationContext(os, "ctx-42"); },
+         "<PARAMVALUE NAME=\"EnumerationContext\" TYPE=\"string\">\n<VALUE>ctx-42</VALUE>\n"
+         "</PARAMVALUE>\n"},
+        {[](std::ostream& os) { CIMXMLUtil::streamIParamQueryResultClass(os, nullptr); },
+         "<PARAMVALUE NAME=\"QueryResultClass\">\n</PARAMVALUE>"},
+    };
+    for (const auto& [encode, expected] : rows) {
+        EXPECT_EQ(out(encode), expected);
+    }
+}
+
 TEST_F(NamesAndPaths, PathsWithoutNamespacePathAreRefusedWhateverTheFlag) {
     auto bare = nameOf("CIM_Foo", nullptr, {{"Id", str("1")}});
     auto refusal = [](const std::function<void(std::ostream&)>& write) {
