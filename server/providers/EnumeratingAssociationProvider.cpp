@@ -5,20 +5,6 @@
 
 namespace tarn {
 
-namespace {
-
-// The scalar reference value of a property, or null.
-VELSmrPtr<IVelaInstanceName> referenceOf(const IVelaProperty& p) {
-    const auto& v = p.getValue();
-    if (v.isNull() || !v->isSet() || !v->getType()->isReference() || v->getType()->isArray() ||
-        v->isUntyped()) {
-        return nullptr;
-    }
-    return v->getReference();
-}
-
-}  // namespace
-
 void EnumeratingAssociationProvider::referrers(const ProviderContext& context,
                                                const Classes& assocClasses,
                                                const VELSmrPtr<IVelaInstanceName>& objectName,

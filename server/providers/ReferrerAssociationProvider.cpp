@@ -15,8 +15,9 @@ bool contains(const std::vector<VELString>& names, const VELString& name) {
     return false;
 }
 
-// The scalar reference value of a property, or null.
-VELSmrPtr<IVelaInstanceName> referenceOf(const IVelaProperty& p) {
+}  // namespace
+
+VELSmrPtr<IVelaInstanceName> ReferrerAssociationProvider::referenceOf(const IVelaProperty& p) {
     const auto& v = p.getValue();
     if (v.isNull() || !v->isSet() || !v->getType()->isReference() || v->getType()->isArray() ||
         v->isUntyped()) {
@@ -24,8 +25,6 @@ VELSmrPtr<IVelaInstanceName> referenceOf(const IVelaProperty& p) {
     }
     return v->getReference();
 }
-
-}  // namespace
 
 void ReferrerAssociationProvider::otherEnds(const ProviderContext& context,
                                             const Classes& assocClasses,

@@ -36,6 +36,9 @@ class ReferrerAssociationProvider : public IAssociationProvider {
     ReferrerAssociationProvider(const ISchemaCatalog& schema, const ProviderRegistry& providers)
         : _schema(schema), _providers(providers) {}
 
+    // The scalar reference value of a property, or null.
+    static VELSmrPtr<IVelaInstanceName> referenceOf(const IVelaProperty& p);
+
     // An association instance that refers to the source object, and the
     // reference properties through which it does (those Role admits); false
     // from the callback ends the search.
