@@ -80,11 +80,11 @@ class VELGenericHTTPOStream::Buffer : public std::streambuf {
             setp(_full.data(), _full.data() + _full.size());
             return;
         }
-        emitPutArea();
         if (_type == Chunked) {
-            std::string_view last = "0\r\n\r\n";
-            send(&last, 1);
-        } else if (!_head.empty()) {
+            // The last data chunk and the end go out in one write: a small
+            // answer costs the client one segment and the server one call.
+            emitPutArea(true);
+        } else if (emitPutArea(), !_head.empty()) {
             send(nullptr, 0);
         }
     }
@@ -133,16 +133,17 @@ class VELGenericHTTPOStream::Buffer : public std::streambuf {
     }
 
   private:
-    void emitPutArea() {
+    // last (Chunked only): the last chunk follows, even when nothing is held.
+    void emitPutArea(bool last = false) {
         std::size_t used = static_cast<std::size_t>(pptr() - pbase());
-        if (used == 0) {
+        if (used == 0 && !last) {
             return;
         }
-        emit(std::string_view(pbase(), used));
+        emit(std::string_view(pbase(), used), last);
         setp(pbase(), epptr());
     }
 
-    void emit(std::string_view data) {
+    void emit(std::string_view data, bool last = false) {
         if (_owner._finished) {
             throw VelaBaseException("HTTP", WHO, "write", "the response has already ended", 1);
         }
@@ -152,9 +153,13 @@ class VELGenericHTTPOStream::Buffer : public std::streambuf {
         if (_type == Chunked) {
             char size[32];
             int n = std::snprintf(size, sizeof size, "%zx\r\n", data.size());
-            std::string_view parts[3] = {std::string_view(size, static_cast<std::size_t>(n)), data,
-                                         "\r\n"};
-            send(parts, 3);
+            std::string_view parts[4] = {std::string_view(size, static_cast<std::size_t>(n)), data,
+                                         "\r\n", "0\r\n\r\n"};
+            if (data.empty()) {
+                send(&parts[3], 1);
+            } else {
+                send(parts, last ? 4 : 3);
+            }
         } else {
             send(&data, 1);
         }
