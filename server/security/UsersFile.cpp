@@ -1,15 +1,19 @@
 #include "security/UsersFile.h"
 
 #include <fcntl.h>
+#include <openssl/core_names.h>
 #include <openssl/crypto.h>
-#include <openssl/hmac.h>
+#include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -52,6 +56,24 @@ bool readFile(const VELString& path, std::string& content) {
     return true;
 }
 
+std::atomic<std::uint64_t> nextId{1};
+
+// One keyed HMAC context per thread, for the UsersFile that keyed it last:
+// keying costs more than the MAC of a password itself.
+struct MacContext {
+    EVP_MAC_CTX* ctx = nullptr;
+    std::uint64_t owner = 0;
+    MacContext() {
+        if (EVP_MAC* mac = EVP_MAC_fetch(nullptr, "HMAC", nullptr)) {
+            ctx = EVP_MAC_CTX_new(mac);
+            EVP_MAC_free(mac);
+        }
+    }
+    ~MacContext() { EVP_MAC_CTX_free(ctx); }
+    MacContext(const MacContext&) = delete;
+    MacContext& operator=(const MacContext&) = delete;
+};
+
 // A hash to compare unknown users against, so that they take as long as known ones.
 const VELString& dummyHash() {
     static const VELString h = PasswordHash::hash("not a password of anyone");
@@ -61,10 +83,30 @@ const VELString& dummyHash() {
 }  // namespace
 
 UsersFile::UsersFile(VELString path, std::chrono::seconds cacheTime)
-    : _path(std::move(path)), _cacheTime(cacheTime), _macKey(32, '\0') {
+    : _path(std::move(path)), _cacheTime(cacheTime), _macKey(32, '\0'), _id(nextId++) {
     if (RAND_bytes(reinterpret_cast<unsigned char*>(_macKey.data()),
                    static_cast<int>(_macKey.size())) != 1) {
         fail("UsersFile", "no random bytes for the credentials cache");
+    }
+    // Events of the directory, since the file is replaced by a rename.
+    _watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (_watch >= 0) {
+        std::filesystem::path dir = std::filesystem::path(_path.str()).parent_path();
+        if (dir.empty()) {
+            dir = ".";
+        }
+        if (::inotify_add_watch(_watch, dir.c_str(),
+                                IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE |
+                                    IN_DELETE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF) < 0) {
+            ::close(_watch);
+            _watch = -1;
+        }
+    }
+}
+
+UsersFile::~UsersFile() {
+    if (_watch >= 0) {
+        ::close(_watch);
     }
 }
 
@@ -165,7 +207,41 @@ std::vector<UsersFile::User> UsersFile::list() const {
     return parse(VELString(std::move(content)), _path, nullptr);
 }
 
+bool UsersFile::mayHaveChanged() {
+    if (_watch < 0 || !_loaded) {
+        return true;
+    }
+    const std::string_view name = std::filesystem::path(_path.str()).filename().native();
+    bool changed = false;
+    alignas(inotify_event) char events[4096];
+    for (;;) {
+        ssize_t n = ::read(_watch, events, sizeof events);
+        if (n <= 0) {
+            // Drained (EAGAIN), or the watch failed: then the file is
+            // stat'ed from now on.
+            if (n < 0 && errno != EAGAIN && errno != EINTR) {
+                ::close(_watch);
+                _watch = -1;
+                return true;
+            }
+            return changed;
+        }
+        for (ssize_t at = 0; at < n;) {
+            const auto* e = reinterpret_cast<const inotify_event*>(events + at);
+            // An event of the directory itself, or a lost one, may be anything.
+            if (e->len == 0 || (e->mask & (IN_Q_OVERFLOW | IN_IGNORED)) ||
+                std::string_view(e->name) == name) {
+                changed = true;
+            }
+            at += static_cast<ssize_t>(sizeof(inotify_event) + e->len);
+        }
+    }
+}
+
 void UsersFile::reloadIfChanged() {
+    if (!mayHaveChanged()) {
+        return;
+    }
     Stamp now;
     struct stat st {};
     if (::stat(_path.c_str(), &st) == 0) {
@@ -200,10 +276,29 @@ void UsersFile::reloadIfChanged() {
 }
 
 std::string UsersFile::mac(const VELString& password) const {
+    thread_local MacContext context;
+    if (!context.ctx) {
+        fail("mac", "no HMAC for the credentials cache");
+    }
+    const unsigned char* key = nullptr;
+    std::size_t keyLength = 0;
+    OSSL_PARAM params[2] = {OSSL_PARAM_END, OSSL_PARAM_END};
+    if (context.owner != _id) {
+        key = reinterpret_cast<const unsigned char*>(_macKey.data());
+        keyLength = _macKey.size();
+        params[0] =
+            OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, const_cast<char*>("SHA256"), 0);
+    }
     unsigned char out[EVP_MAX_MD_SIZE];
-    unsigned int len = 0;
-    HMAC(EVP_sha256(), _macKey.data(), static_cast<int>(_macKey.size()),
-         reinterpret_cast<const unsigned char*>(password.c_str()), password.length(), out, &len);
+    std::size_t len = 0;
+    if (EVP_MAC_init(context.ctx, key, keyLength, params) != 1 ||
+        EVP_MAC_update(context.ctx, reinterpret_cast<const unsigned char*>(password.c_str()),
+                       password.length()) != 1 ||
+        EVP_MAC_final(context.ctx, out, &len, sizeof out) != 1) {
+        context.owner = 0;
+        fail("mac", "HMAC of the credentials cache failed");
+    }
+    context.owner = _id;
     return std::string(reinterpret_cast<char*>(out), len);
 }
 

@@ -9,7 +9,8 @@
 // read, an admin may write). Hashes are PasswordHash texts.
 //
 // As the server's authenticator it rereads the file when it changes, so that
-// tarn-user takes effect without a restart. Successful checks are remembered
+// tarn-user takes effect without a restart (a watch on the directory tells of
+// changes; where there is none, the file is stat'ed per check). Successful checks are remembered
 // as a keyed hash of the password until they have not been used for a while
 // (AuthCacheSeconds), so that a client that sends its credentials with every
 // request does not pay the slow hash each time; a change of the file forgets
@@ -37,6 +38,9 @@ class UsersFile : public security::IAuthenticator {
     };
 
     explicit UsersFile(VELString path, std::chrono::seconds cacheTime = std::chrono::seconds(300));
+    ~UsersFile() override;
+    UsersFile(const UsersFile&) = delete;
+    UsersFile& operator=(const UsersFile&) = delete;
     const VELString& getPath() const { return _path; }
 
     Result verify(const VELString& userName, const VELString& password,
@@ -80,6 +84,9 @@ class UsersFile : public security::IAuthenticator {
     template <class Change>
     void modify(Change change);
     void reloadIfChanged();  // with _m held
+    // With _m held: false when the watch tells that the file has not changed
+    // since it was read.
+    bool mayHaveChanged();
     // With _m held; a hit is remembered for longer.
     bool remembered(const VELString& userName, const std::string& passwordMac,
                     VELValSlist<VELString>& roles);
@@ -88,6 +95,8 @@ class UsersFile : public security::IAuthenticator {
     VELString _path;
     std::chrono::seconds _cacheTime;
     std::string _macKey;
+    std::uint64_t _id;  // tells this instance's MAC contexts from others'
+    int _watch = -1;    // inotify on the file's directory, or -1
 
     std::mutex _m;
     std::vector<User> _users;
