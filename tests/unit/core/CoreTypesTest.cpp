@@ -1,9 +1,13 @@
-// The core value types: strings, integer lists, the checked pointer and list.
+// The core value types: strings, integer lists, the checked pointer and list;
+// the regular expression shared by threads.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <climits>
+#include <thread>
 #include <vector>
 
+#include "tarn/VELRegExp.h"
 #include "vela/SparseIntegerList.h"
 #include "vela/VELSmrPtr.h"
 #include "vela/VELString.h"
@@ -121,6 +125,25 @@ TEST(VELValSlist, IndexedAccessIsChecked) {
     l.removeAt(0);
     EXPECT_EQ(l.first(), 2);
     EXPECT_THROW(VELValSlist<int>().first(), VelaBaseException);
+}
+
+// More threads than the expression keeps compiled copies for, at once.
+TEST(VELRegExp, ThreadsMatchOneExpressionAtOnce) {
+    const tarn::VELRegExp re("^[0-9]+\\.[0-9]+$");
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 12; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 400; ++i) {
+                const bool whole = (i + t) % 2 == 0;
+                wrong += re.match(whole ? "2.0" : "2.0.1") != whole;
+            }
+        });
+    }
+    for (auto& th : threads) {
+        th.join();
+    }
+    EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace
