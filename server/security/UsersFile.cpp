@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <sstream>
 
 #include "security/PasswordHash.h"
@@ -89,6 +90,7 @@ UsersFile::UsersFile(VELString path, std::chrono::seconds cacheTime)
         fail("UsersFile", "no random bytes for the credentials cache");
     }
     // Events of the directory, since the file is replaced by a rename.
+    _fileName = std::filesystem::path(_path.str()).filename();
     _watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (_watch >= 0) {
         std::filesystem::path dir = std::filesystem::path(_path.str()).parent_path();
@@ -208,10 +210,9 @@ std::vector<UsersFile::User> UsersFile::list() const {
 }
 
 bool UsersFile::mayHaveChanged() {
-    if (_watch < 0 || !_loaded) {
+    if (_watch < 0 || _watchFailed || !_loaded) {
         return true;
     }
-    const std::string_view name = std::filesystem::path(_path.str()).filename().native();
     bool changed = false;
     alignas(inotify_event) char events[4096];
     for (;;) {
@@ -220,8 +221,7 @@ bool UsersFile::mayHaveChanged() {
             // Drained (EAGAIN), or the watch failed: then the file is
             // stat'ed from now on.
             if (n < 0 && errno != EAGAIN && errno != EINTR) {
-                ::close(_watch);
-                _watch = -1;
+                _watchFailed = true;
                 return true;
             }
             return changed;
@@ -229,8 +229,7 @@ bool UsersFile::mayHaveChanged() {
         for (ssize_t at = 0; at < n;) {
             const auto* e = reinterpret_cast<const inotify_event*>(events + at);
             // An event of the directory itself, or a lost one, may be anything.
-            if (e->len == 0 || (e->mask & (IN_Q_OVERFLOW | IN_IGNORED)) ||
-                std::string_view(e->name) == name) {
+            if (e->len == 0 || (e->mask & (IN_Q_OVERFLOW | IN_IGNORED)) || e->name == _fileName) {
                 changed = true;
             }
             at += static_cast<ssize_t>(sizeof(inotify_event) + e->len);
@@ -238,10 +237,14 @@ bool UsersFile::mayHaveChanged() {
     }
 }
 
-void UsersFile::reloadIfChanged() {
-    if (!mayHaveChanged()) {
-        return;
+void UsersFile::refresh() {
+    if (mayHaveChanged()) {
+        std::unique_lock lock(_m);
+        reloadIfChanged();
     }
+}
+
+void UsersFile::reloadIfChanged() {
     Stamp now;
     struct stat st {};
     if (::stat(_path.c_str(), &st) == 0) {
@@ -310,10 +313,10 @@ bool UsersFile::remembered(const VELString& userName, const std::string& passwor
     }
     CacheEntry& e = cached->second;
     auto now = std::chrono::steady_clock::now();
-    if (e.expires > now && e.passwordMac.size() == passwordMac.size() &&
+    if (e.expires > now.time_since_epoch().count() && e.passwordMac.size() == passwordMac.size() &&
         CRYPTO_memcmp(e.passwordMac.data(), passwordMac.data(), passwordMac.size()) == 0) {
         roles = e.roles;
-        e.expires = now + _cacheTime;
+        e.expires = (now + _cacheTime).time_since_epoch().count();
         return true;
     }
     return false;
@@ -322,8 +325,8 @@ bool UsersFile::remembered(const VELString& userName, const std::string& passwor
 bool UsersFile::isRemembered(const VELString& userName, const VELString& password,
                              VELValSlist<VELString>& roles) {
     std::string passwordMac = mac(password);
-    std::lock_guard<std::mutex> lock(_m);
-    reloadIfChanged();
+    refresh();
+    std::shared_lock lock(_m);
     return remembered(userName, passwordMac, roles);
 }
 
@@ -333,9 +336,9 @@ security::IAuthenticator::Result UsersFile::verify(const VELString& userName,
     VELString hash;
     VELString role;
     std::string passwordMac = mac(password);
+    refresh();
     {
-        std::lock_guard<std::mutex> lock(_m);
-        reloadIfChanged();
+        std::shared_lock lock(_m);
         if (remembered(userName, passwordMac, roles)) {
             return OK;
         }
@@ -356,12 +359,13 @@ security::IAuthenticator::Result UsersFile::verify(const VELString& userName,
         return WRONG_PASSWORD;
     }
     roles = rolesOf(role);
-    std::lock_guard<std::mutex> lock(_m);
+    std::unique_lock lock(_m);
     if (_cache.size() >= kMaxCacheEntries) {
         _cache.clear();
     }
-    _cache[userName.str()] =
-        CacheEntry{std::move(passwordMac), roles, std::chrono::steady_clock::now() + _cacheTime};
+    _cache.erase(userName.str());
+    _cache.try_emplace(userName.str(), std::move(passwordMac), roles,
+                       (std::chrono::steady_clock::now() + _cacheTime).time_since_epoch().count());
     return OK;
 }
 

@@ -19,8 +19,9 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <chrono>
-#include <mutex>
+#include <shared_mutex>
 #include <unordered_map>
 #include <vector>
 
@@ -77,17 +78,22 @@ class UsersFile : public security::IAuthenticator {
 
   private:
     struct CacheEntry {
+        CacheEntry(std::string mac, VELValSlist<VELString> r, std::chrono::steady_clock::rep until)
+            : passwordMac(std::move(mac)), roles(std::move(r)), expires(until) {}
         std::string passwordMac;
         VELValSlist<VELString> roles;
-        std::chrono::steady_clock::time_point expires;
+        // steady_clock ticks; atomic, since hits extend it under a shared lock
+        std::atomic<std::chrono::steady_clock::rep> expires;
     };
     template <class Change>
     void modify(Change change);
-    void reloadIfChanged();  // with _m held
-    // With _m held: false when the watch tells that the file has not changed
-    // since it was read.
+    // Rereads the file if it may have changed (takes _m).
+    void refresh();
+    void reloadIfChanged();  // with _m held exclusively
+    // False when the watch tells that the file has not changed since it was
+    // read (it drains the watch's events; safe without _m).
     bool mayHaveChanged();
-    // With _m held; a hit is remembered for longer.
+    // With _m held (shared will do); a hit is remembered for longer.
     bool remembered(const VELString& userName, const std::string& passwordMac,
                     VELValSlist<VELString>& roles);
     std::string mac(const VELString& password) const;
@@ -96,9 +102,11 @@ class UsersFile : public security::IAuthenticator {
     std::chrono::seconds _cacheTime;
     std::string _macKey;
     std::uint64_t _id;  // tells this instance's MAC contexts from others'
-    int _watch = -1;    // inotify on the file's directory, or -1
+    std::string _fileName;
+    int _watch = -1;  // inotify on the file's directory, or -1
+    std::atomic<bool> _watchFailed{false};
 
-    std::mutex _m;
+    std::shared_mutex _m;
     std::vector<User> _users;
     struct Stamp {
         bool present = false;
@@ -107,7 +115,7 @@ class UsersFile : public security::IAuthenticator {
         std::int64_t mtimeNs = 0;
         bool operator==(const Stamp&) const = default;
     } _stamp;
-    bool _loaded = false;
+    std::atomic<bool> _loaded{false};
     std::unordered_map<std::string, CacheEntry> _cache;
 };
 
