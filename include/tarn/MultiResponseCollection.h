@@ -12,6 +12,7 @@
 // most that many entries of one operation in memory.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <utility>
@@ -286,6 +287,10 @@ class MultiResponseCollection {
         // The queue is full: make sure the consumer is awake to drain it,
         // whatever the producer asked for earlier.
         _event.set();
+        // Woken when a quarter of the places is free, not for each: the
+        // producer then adds a run without waiting, and producer and consumer
+        // do not wake each other for every entry.
+        const std::uint32_t run = std::max<std::uint32_t>(1, _bounds / 4);
         for (;;) {
             {
                 VELCriticalSectionGuard guard(cs);
@@ -293,7 +298,7 @@ class MultiResponseCollection {
                     return false;
                 }
             }
-            if (_slots.wait(CI_RelTime(trnTimeoutValue, 0))) {
+            if (_slots.wait(CI_RelTime(trnTimeoutValue, 0), run)) {
                 return true;
             }
         }

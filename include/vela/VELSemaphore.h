@@ -25,6 +25,10 @@ class VELSemaphore {
     // Takes one unit, waiting at most the given time. False on time-out and,
     // with nothing taken, once the semaphore is interrupted.
     bool wait(const CI_RelTime& timeout);
+    // The same, but a waiter is woken only once atLeast units are there, so
+    // that it takes a run of them instead of being woken for each (a
+    // producer that waits for room).
+    bool wait(const CI_RelTime& timeout, std::uint32_t atLeast);
     // Wakes every waiter and makes every later wait fail at once. post and
     // tryWait keep working. There is no way back.
     void interrupt();
@@ -36,4 +40,10 @@ class VELSemaphore {
     std::condition_variable _cv;
     std::uint32_t _count;
     bool _interrupted = false;
+    // Waiters that want more than one unit, and the least any of them wants
+    // (kept until they are all gone: an early wake-up costs a look, no more);
+    // while there are some, those that want one are counted too.
+    std::uint32_t _plainWaiters = 0;
+    std::uint32_t _runWaiters = 0;
+    std::uint32_t _wakeAt = 1;
 };

@@ -37,11 +37,18 @@ bool CI_AutoEvent::wait(const CI_RelTime& timeout) {
 }
 
 void VELSemaphore::post(std::uint32_t count) {
+    bool runWaiters = false;
     {
         std::lock_guard<std::mutex> lock(_m);
         _count += count;
+        if (_runWaiters > 0) {
+            if (_count < _wakeAt && _plainWaiters == 0) {
+                return;  // not enough for any waiter yet
+            }
+            runWaiters = true;
+        }
     }
-    if (count == 1) {
+    if (count == 1 && !runWaiters) {
         _cv.notify_one();
     } else {
         _cv.notify_all();
@@ -50,7 +57,9 @@ void VELSemaphore::post(std::uint32_t count) {
 
 bool VELSemaphore::wait() {
     std::unique_lock<std::mutex> lock(_m);
+    ++_plainWaiters;
     _cv.wait(lock, [this] { return _count > 0 || _interrupted; });
+    --_plainWaiters;
     if (_interrupted) {
         return false;
     }
@@ -69,8 +78,30 @@ bool VELSemaphore::tryWait() {
 
 bool VELSemaphore::wait(const CI_RelTime& timeout) {
     std::unique_lock<std::mutex> lock(_m);
-    if (!_cv.wait_for(lock, timeout.toDuration(), [this] { return _count > 0 || _interrupted; }) ||
-        _interrupted) {
+    ++_plainWaiters;
+    const bool woken =
+        _cv.wait_for(lock, timeout.toDuration(), [this] { return _count > 0 || _interrupted; });
+    --_plainWaiters;
+    if (!woken || _interrupted) {
+        return false;
+    }
+    --_count;
+    return true;
+}
+
+bool VELSemaphore::wait(const CI_RelTime& timeout, std::uint32_t atLeast) {
+    if (atLeast <= 1) {
+        return wait(timeout);
+    }
+    std::unique_lock<std::mutex> lock(_m);
+    _wakeAt = _runWaiters == 0 ? atLeast : std::min(_wakeAt, atLeast);
+    ++_runWaiters;
+    const bool woken =
+        _cv.wait_for(lock, timeout.toDuration(), [&] { return _count >= atLeast || _interrupted; });
+    if (--_runWaiters == 0) {
+        _wakeAt = 1;
+    }
+    if (_interrupted || (!woken && _count == 0)) {
         return false;
     }
     --_count;

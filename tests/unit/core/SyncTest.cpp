@@ -38,6 +38,22 @@ TEST(VELSemaphore, CountsAndTimesOut) {
     EXPECT_EQ(s.getCount(), 3u);
 }
 
+TEST(VELSemaphore, ARunWaiterWaitsForTheRunAndTakesOne) {
+    VELSemaphore s(2);
+    CI_Time start;
+    EXPECT_TRUE(s.wait(kShort, 3));  // two only: the wait runs out, then takes one
+    EXPECT_GE((CI_Time() - start).getMilliseconds(), 25);
+    EXPECT_EQ(s.getCount(), 1u);
+    start = CI_Time();
+    std::thread waiter([&] { EXPECT_TRUE(s.wait(kLong, 3)); });
+    s.post();
+    s.post();  // the run is there, whenever the waiter began to wait
+    waiter.join();
+    EXPECT_LT((CI_Time() - start).getMilliseconds(), 5000);  // not woken by the time-out
+    EXPECT_EQ(s.getCount(), 2u);
+    EXPECT_FALSE(VELSemaphore().wait(kShort, 2));
+}
+
 TEST(VELSemaphore, InterruptReleasesWaitersAndFailsLaterWaits) {
     VELSemaphore s;
     VELAtomicInt failed;
@@ -54,13 +70,21 @@ TEST(VELSemaphore, InterruptReleasesWaitersAndFailsLaterWaits) {
         }
         finished.post();
     });
+    std::thread run([&] {
+        if (!s.wait(kLong, 4)) {
+            failed.increment();
+        }
+        finished.post();
+    });
     s.interrupt();
+    EXPECT_TRUE(finished.wait(kLong));
     EXPECT_TRUE(finished.wait(kLong));
     EXPECT_TRUE(finished.wait(kLong));
     s.post(2);  // releases the waiters should the interrupt have been lost
     untimed.join();
     timed.join();
-    EXPECT_EQ(failed.get(), 2);
+    run.join();
+    EXPECT_EQ(failed.get(), 3);
     EXPECT_TRUE(s.isInterrupted());
     // Later waits fail at once although units are there; tryWait still takes them.
     CI_Time start;
