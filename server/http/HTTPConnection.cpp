@@ -1,6 +1,7 @@
 #include "http/HTTPConnection.h"
 
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <boost/asio/write.hpp>
 #include <cstring>
@@ -61,8 +62,10 @@ HTTPConnection::HTTPConnection(const ConnectionEnvironment& environment,
         _peerPort = peer.port();
         _loopback = isLoopbackAddress(peer.address());
     }
+    _fd = _socket.native_handle();
     auto local = _socket.local_endpoint(ec);
     if (!ec) {
+        _protocol = local.protocol();
         _localAddress = VELString(local.address().to_string());
         _localPort = local.port();
     }
@@ -91,10 +94,20 @@ void HTTPConnection::closeNow() {
     }
     _closed = true;
     error_code ignored;
-    if (_closeOption == 0) {
-        _socket.set_option(asio::socket_base::linger(true, 0), ignored);
+    if (_outOfLoop) {
+        // It could not be put back into the event loop: closed by hand.
+        if (_closeOption == 0) {
+            ::linger l{1, 0};
+            ::setsockopt(_fd, SOL_SOCKET, SO_LINGER, &l, sizeof l);
+        }
+        ::close(_fd);
+        _outOfLoop = false;
+    } else {
+        if (_closeOption == 0) {
+            _socket.set_option(asio::socket_base::linger(true, 0), ignored);
+        }
+        _socket.close(ignored);
     }
-    _socket.close(ignored);
     _share.reset();
     _registration.release();
     _heads.onClosed();
@@ -103,8 +116,38 @@ void HTTPConnection::closeNow() {
 void HTTPConnection::forceClose() {
     std::lock_guard<std::mutex> lock(_fdMutex);
     if (!_closed) {
-        ::shutdown(_socket.native_handle(), SHUT_RDWR);
+        ::shutdown(_fd, SHUT_RDWR);
     }
+}
+
+bool HTTPConnection::leaveEventLoop() {
+    std::lock_guard<std::mutex> lock(_fdMutex);
+    if (_tls || _closed || _outOfLoop) {
+        return false;
+    }
+    error_code ec;
+    _socket.release(ec);
+    _outOfLoop = !ec;
+    return _outOfLoop;
+}
+
+void HTTPConnection::returnToEventLoop() {
+    std::lock_guard<std::mutex> lock(_fdMutex);
+    if (!_outOfLoop) {
+        return;
+    }
+    error_code ec;
+    _socket.assign(_protocol, _fd, ec);
+    if (ec) {
+        // The descriptor stays ours: the connection then fails its next
+        // asynchronous operation and closeNow closes it.
+        AdapterUtils::log(WHO,
+                          "Connection from " + _peer +
+                              " cannot return to the event loop: " + VELString(ec.message()),
+                          1);
+        return;
+    }
+    _outOfLoop = false;
 }
 
 // ------------------------------------------------------ the request being read

@@ -81,6 +81,13 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
     // I/O thread: closes the socket (with a reset when the close option is 0)
     // and frees the connection's place in the table.
     void closeNow();
+    // Worker, plain connections: takes the socket out of the I/O thread's
+    // event loop while the worker serves request after request on it, so
+    // that each arriving request does not wake the I/O thread too (its
+    // registration reports every arrival). False when it stays in.
+    bool leaveEventLoop();
+    // Worker: puts it back, before the I/O thread has the connection again.
+    void returnToEventLoop();
     // I/O thread.
     bool isClosed() const { return _closed; }
 
@@ -197,6 +204,9 @@ class HTTPConnection : public VELSocket, public std::enable_shared_from_this<HTT
 
     std::mutex _fdMutex;  // guards closing the socket against forceClose
     bool _closed = false;
+    int _fd = -1;  // the socket's descriptor
+    boost::asio::ip::tcp::socket::protocol_type _protocol = boost::asio::ip::tcp::v4();
+    bool _outOfLoop = false;  // released from the event loop; _fd is ours
 
     bool _loopback = false;
     VELString _localAddress;

@@ -31,6 +31,12 @@ constexpr std::chrono::microseconds kHoldSlice(500);
 }  // namespace
 
 RequestRunner::Outcome RequestRunner::run() {
+    // Back in the I/O thread's event loop before that thread has the
+    // connection again, however the run ends.
+    struct BackInLoop {
+        HTTPConnection& c;
+        ~BackInLoop() { c.returnToEventLoop(); }
+    } backInLoop{_c};
     for (;;) {
         RequestEnd end = RequestEnd::Close;
         try {
@@ -92,6 +98,9 @@ bool RequestRunner::readHeadQuickly(HeadStep& step) {
         const bool wait = !env.isStopping() && now < hold && env.workers.hasIdleThread();
         if (!first && !wait) {
             return true;
+        }
+        if (wait) {
+            _c.leaveEventLoop();  // it is held here for a while
         }
         // The first look only takes what has arrived already.
         _c.layer().setReadDeadline(wait ? std::min(now + kHoldSlice, hold) : now);

@@ -27,7 +27,10 @@ class SocketLayer {
     using lowest_layer_type = boost::asio::ip::tcp::socket::lowest_layer_type;
     using executor_type = boost::asio::ip::tcp::socket::executor_type;
 
-    explicit SocketLayer(boost::asio::ip::tcp::socket& socket) : _socket(&socket) {}
+    // The descriptor is kept, so that the layer works while the socket is
+    // out of the I/O thread's event loop (HTTPConnection::leaveEventLoop).
+    explicit SocketLayer(boost::asio::ip::tcp::socket& socket)
+        : _socket(&socket), _fd(socket.native_handle()) {}
 
     lowest_layer_type& lowest_layer() { return _socket->lowest_layer(); }
     const lowest_layer_type& lowest_layer() const { return _socket->lowest_layer(); }
@@ -132,7 +135,7 @@ class SocketLayer {
     }
 
   private:
-    int fd() { return _socket->native_handle(); }
+    int fd() const { return _fd; }
 
     template <class Buffers, std::size_t N>
     static std::size_t toIovec(const Buffers& buffers, std::array<iovec, N>& iov) {
@@ -178,6 +181,7 @@ class SocketLayer {
     }
 
     boost::asio::ip::tcp::socket* _socket;
+    int _fd;
     std::chrono::milliseconds _timeout{30000};
     Clock::time_point _readDeadline = Clock::time_point::max();
 };
