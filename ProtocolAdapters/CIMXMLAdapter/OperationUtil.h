@@ -134,8 +134,15 @@ class OperationUtil {
         out << "<IRETURNVALUE>";
         int failure = 0;
         try {
+            bool first = true;
             while (operation.hasNext()) {
                 encode(operation.next());
+                if (first) {
+                    // The client has the first result at once, not when a
+                    // buffer's worth of them has been found.
+                    out.flush();
+                    first = false;
+                }
             }
         } catch (const VelaBaseException& e) {
             failure = e.getCode();
