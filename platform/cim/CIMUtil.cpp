@@ -154,8 +154,18 @@ VELString CIMUtil::xmlEncode(const VELString& text) {
 }
 
 void CIMUtil::xmlEncode(std::ostream& os, std::string_view text) {
+    // Straight to the buffer: an escaped text is many short pieces, and
+    // ostream::write builds a sentry for each.
+    std::streambuf* buf = os.rdbuf();
+    if (buf == nullptr) {
+        os.setstate(std::ios_base::badbit);
+        return;
+    }
     encode(text, [&](std::string_view piece) {
-        os.write(piece.data(), static_cast<std::streamsize>(piece.size()));
+        const auto n = static_cast<std::streamsize>(piece.size());
+        if (os.good() && buf->sputn(piece.data(), n) != n) {
+            os.setstate(std::ios_base::badbit);
+        }
     });
 }
 
