@@ -10,11 +10,11 @@
 //
 // As the server's authenticator it rereads the file when it changes, so that
 // tarn-user takes effect without a restart (a watch on the directory tells of
-// changes; where there is none, the file is stat'ed per check). Successful checks are remembered
-// as a keyed hash of the password until they have not been used for a while
-// (AuthCacheSeconds), so that a client that sends its credentials with every
-// request does not pay the slow hash each time; a change of the file forgets
-// them all, and failures are never remembered.
+// changes; where there is none, the file is stat'ed per check). Successful
+// checks are remembered as a keyed hash of the password until they have not
+// been used for a while (AuthCacheSeconds), so that a client that sends its
+// credentials with every request does not pay the slow hash each time; a
+// change of the file forgets them all, and failures are never remembered.
 #pragma once
 
 #include <sys/types.h>
