@@ -26,6 +26,11 @@ class CVelaInstanceName : public IVelaInstanceName {
     static void writeCanonicalValue(std::ostream& os, const IVelaValue& value);
     // Writes text in double quotes, with \" and \\ escaped, as canonical keys hold strings.
     static void writeQuoted(std::ostream& os, std::string_view text);
+    // True, with its text, for a set key value whose canonical form is that
+    // text quoted (a string, datetime or char16, or untyped text that is
+    // neither numeric nor boolean): two such values are equal keys exactly
+    // when their texts are equal.
+    static bool quotedKeyText(const IVelaValue& value, VELString& text);
 
     const VELString& getClassName() const override { return _className; }
     const VELSmrPtr<IVelaNameSpacePath>& getNameSpacePath() const override { return _path; }

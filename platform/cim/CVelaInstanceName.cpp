@@ -44,30 +44,49 @@ void CVelaInstanceName::writeQuoted(std::ostream& os, std::string_view s) {
     os << '"';
 }
 
+bool CVelaInstanceName::quotedKeyText(const IVelaValue& value, VELString& text) {
+    if (!value.isSet()) {
+        return false;
+    }
+    if (value.isUntyped()) {
+        const VELString& hint = value.getTypeHint();
+        if (hint.equalsIgnoreCase("numeric") || hint.equalsIgnoreCase("boolean")) {
+            return false;
+        }
+        text = value.getString();
+        return true;
+    }
+    switch (value.getType()->getTypeId()) {
+        case CIMTypeId::String:
+        case CIMTypeId::DateTime:
+        case CIMTypeId::Char16:
+            text = value.toString();
+            return true;
+        default:
+            return false;
+    }
+}
+
 void CVelaInstanceName::writeCanonicalValue(std::ostream& os, const IVelaValue& value) {
     if (!value.isSet()) {
         os << "NULL";
         return;
     }
-    const IVelaType& type = *value.getType();
+    VELString text;
+    if (quotedKeyText(value, text)) {
+        writeQuoted(os, text.view());
+        return;
+    }
     if (value.isUntyped()) {
-        const VELString& hint = value.getTypeHint();
-        VELString text = value.getString();
-        if (hint.equalsIgnoreCase("numeric")) {
+        text = value.getString();
+        if (value.getTypeHint().equalsIgnoreCase("numeric")) {
             os << text.trim();
-        } else if (hint.equalsIgnoreCase("boolean")) {
-            os << text.trim().toUpper();
         } else {
-            writeQuoted(os, text.view());
+            os << text.trim().toUpper();  // boolean
         }
         return;
     }
-    switch (type.getTypeId()) {
-        case CIMTypeId::String:
-        case CIMTypeId::DateTime:
-        case CIMTypeId::Char16:
-            writeQuoted(os, value.toString().view());
-            return;
+    switch (value.getType()->getTypeId()) {
         case CIMTypeId::Reference: {
             auto ref = value.getReference();
             writeQuoted(os, ref.isNull() ? std::string_view() : ref->toString().view());

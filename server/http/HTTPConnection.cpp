@@ -93,19 +93,15 @@ void HTTPConnection::closeNow() {
         return;
     }
     _closed = true;
-    error_code ignored;
+    if (_closeOption == 0) {
+        ::linger reset{1, 0};
+        ::setsockopt(_fd, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+    }
     if (_outOfLoop) {
-        // It could not be put back into the event loop: closed by hand.
-        if (_closeOption == 0) {
-            ::linger l{1, 0};
-            ::setsockopt(_fd, SOL_SOCKET, SO_LINGER, &l, sizeof l);
-        }
-        ::close(_fd);
+        ::close(_fd);  // it could not be put back into the event loop
         _outOfLoop = false;
     } else {
-        if (_closeOption == 0) {
-            _socket.set_option(asio::socket_base::linger(true, 0), ignored);
-        }
+        error_code ignored;
         _socket.close(ignored);
     }
     _share.reset();

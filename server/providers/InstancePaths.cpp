@@ -22,29 +22,6 @@ VELSmrPtr<IVelaInstanceName> pathIn(const IVelaValue& value) {
     }
 }
 
-// The text of a key value that compares as a quoted string (a string,
-// datetime or char16, or untyped text that is neither numeric nor boolean);
-// false for the other kinds.
-bool quotedText(const IVelaValue& value, VELString& text) {
-    if (value.isUntyped()) {
-        const VELString& hint = value.getTypeHint();
-        if (hint.equalsIgnoreCase("numeric") || hint.equalsIgnoreCase("boolean")) {
-            return false;
-        }
-        text = value.getString();
-        return true;
-    }
-    switch (value.getType()->getTypeId()) {
-        case CIMTypeId::String:
-        case CIMTypeId::DateTime:
-        case CIMTypeId::Char16:
-            text = value.toString();
-            return true;
-        default:
-            return false;
-    }
-}
-
 std::string canonical(const IVelaValue& value) {
     std::ostringstream os;
     CVelaInstanceName::writeCanonicalValue(os, value);
@@ -67,7 +44,7 @@ bool sameValue(const VELSmrPtr<IVelaValue>& a, const VELSmrPtr<IVelaValue>& b,
     // (which quotes and escapes both alike).
     VELString ta;
     VELString tb;
-    if (quotedText(*a, ta) && quotedText(*b, tb)) {
+    if (CVelaInstanceName::quotedKeyText(*a, ta) && CVelaInstanceName::quotedKeyText(*b, tb)) {
         return ta == tb;
     }
     return canonical(*a) == canonical(*b);
