@@ -284,20 +284,6 @@ void InteropModel::enumerate(const ProviderContext& context, const VELString& cl
 
 // The system and the object manager --------------------------------------------
 
-bool InteropModel::computerSystems(const Sink& sink) const {
-    VELSmrPtr<IVelaObject> system =
-        builder(COMPUTER_SYSTEM)
-            .set("CreationClassName", COMPUTER_SYSTEM)
-            .set("Name", _settings.hostName)
-            .set("NameFormat", "IP")
-            .set("ElementName", _settings.hostName)
-            .set("Description", "The machine the TARN object manager runs on")
-            .set("EnabledState", CVelaValue::makeUint16(ENABLED))
-            .set("OperationalStatus", uint16s({OK}))
-            .done();
-    return system.isNull() || sink(system);
-}
-
 VELSmrPtr<IVelaInstanceName> InteropModel::computerSystemPath() const {
     auto path = makeVELSmrPtr<CVelaInstanceName>(
         COMPUTER_SYSTEM, makeVELSmrPtr<CVelaNameSpacePath>(VELString(), _settings.nameSpace));
@@ -306,22 +292,61 @@ VELSmrPtr<IVelaInstanceName> InteropModel::computerSystemPath() const {
     return path;
 }
 
+struct InteropModel::Fixed {
+    std::uint64_t generation = 0;
+    VELSmrPtr<IVelaObject> system;
+    VELSmrPtr<IVelaObject> manager;
+    VELSmrPtr<IVelaObject> hosted;
+};
+
+std::shared_ptr<const InteropModel::Fixed> InteropModel::fixed() const {
+    // Read before building: a schema change during the build leaves an entry
+    // of the old generation, which the next caller replaces.
+    const std::uint64_t generation = _schema.generation();
+    std::shared_ptr<const Fixed> current = _fixed.load(std::memory_order_acquire);
+    if (current && current->generation == generation) {
+        return current;
+    }
+    auto made = std::make_shared<Fixed>();
+    made->generation = generation;
+    made->system = builder(COMPUTER_SYSTEM)
+                       .set("CreationClassName", COMPUTER_SYSTEM)
+                       .set("Name", _settings.hostName)
+                       .set("NameFormat", "IP")
+                       .set("ElementName", _settings.hostName)
+                       .set("Description", "The machine the TARN object manager runs on")
+                       .set("EnabledState", CVelaValue::makeUint16(ENABLED))
+                       .set("OperationalStatus", uint16s({OK}))
+                       .done();
+    made->manager = builder(OBJECT_MANAGER)
+                        .set("SystemCreationClassName", COMPUTER_SYSTEM)
+                        .set("SystemName", _settings.hostName)
+                        .set("CreationClassName", OBJECT_MANAGER)
+                        .set("Name", OBJECT_MANAGER_NAME)
+                        .set("ElementName", "TARN")
+                        .set("Caption", "TARN CIM object manager")
+                        .set("Description", "TARN CIM object manager version " TARN_VERSION)
+                        .set("GatherStatisticalData", CVelaValue::makeBoolean(false))
+                        .set("Started", CVelaValue::makeBoolean(true))
+                        .set("EnabledState", CVelaValue::makeUint16(ENABLED))
+                        .set("OperationalStatus", uint16s({OK}))
+                        .done();
+    made->hosted = builder(HOSTED_SERVICE)
+                       .set("Antecedent", ref(computerSystemPath()))
+                       .set("Dependent", ref(objectManagerPath()))
+                       .done();
+    _fixed.store(made, std::memory_order_release);
+    return made;
+}
+
+bool InteropModel::computerSystems(const Sink& sink) const {
+    auto f = fixed();
+    return f->system.isNull() || sink(f->system);
+}
+
 bool InteropModel::objectManagers(const Sink& sink) const {
-    VELSmrPtr<IVelaObject> manager =
-        builder(OBJECT_MANAGER)
-            .set("SystemCreationClassName", COMPUTER_SYSTEM)
-            .set("SystemName", _settings.hostName)
-            .set("CreationClassName", OBJECT_MANAGER)
-            .set("Name", OBJECT_MANAGER_NAME)
-            .set("ElementName", "TARN")
-            .set("Caption", "TARN CIM object manager")
-            .set("Description", "TARN CIM object manager version " TARN_VERSION)
-            .set("GatherStatisticalData", CVelaValue::makeBoolean(false))
-            .set("Started", CVelaValue::makeBoolean(true))
-            .set("EnabledState", CVelaValue::makeUint16(ENABLED))
-            .set("OperationalStatus", uint16s({OK}))
-            .done();
-    return manager.isNull() || sink(manager);
+    auto f = fixed();
+    return f->manager.isNull() || sink(f->manager);
 }
 
 VELSmrPtr<IVelaInstanceName> InteropModel::objectManagerPath() const {
@@ -335,11 +360,8 @@ VELSmrPtr<IVelaInstanceName> InteropModel::objectManagerPath() const {
 }
 
 bool InteropModel::hostedServices(const Sink& sink) const {
-    VELSmrPtr<IVelaObject> hosted = builder(HOSTED_SERVICE)
-                                        .set("Antecedent", ref(computerSystemPath()))
-                                        .set("Dependent", ref(objectManagerPath()))
-                                        .done();
-    return hosted.isNull() || sink(hosted);
+    auto f = fixed();
+    return f->hosted.isNull() || sink(f->hosted);
 }
 
 // Namespaces -----------------------------------------------------------------

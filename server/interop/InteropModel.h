@@ -1,5 +1,6 @@
 // tarn::InteropModel: what the interop namespace says about tarnd, built
-// from the running server whenever it is asked (nothing is stored):
+// from the running server whenever it is asked (only what depends on the
+// schema alone is kept, until the schema changes):
 //
 //   CIM_ComputerSystem        the host tarnd runs on (Name: the advertised
 //                             host name of Port_settings.xml); every other
@@ -23,6 +24,7 @@
 // of it (root/cimv2's TARN_ComputerSystem is example data).
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -80,6 +82,11 @@ class InteropModel {
   private:
     class Builder;
     struct Profile;
+    // The system, the object manager and the service that joins them: made
+    // from the schema and the settings alone, and read by clients often, so
+    // built once per schema generation.
+    struct Fixed;
+    std::shared_ptr<const Fixed> fixed() const;
 
     Builder builder(const char* className) const;
     VELSmrPtr<IVelaInstanceName> computerSystemPath() const;
@@ -108,6 +115,7 @@ class InteropModel {
     const ProviderRegistry& _providers;
     const AdapterRegistry& _adapters;
     VELSmrPtr<PortInfo> _portInfo;
+    mutable std::atomic<std::shared_ptr<const Fixed>> _fixed;
 };
 
 }  // namespace tarn
