@@ -926,7 +926,11 @@ void CIMXMLUtil::streamProperty(std::ostream& os, const IVelaObject& object,
         return;
     }
 
+    // A reference-qualified key holds path text or a reference; values of any
+    // other type spare the class lookup.
+    const CIMTypeId typeId = type.getTypeId();
     const bool referenceQualified =
+        (typeId == CIMTypeId::String || typeId == CIMTypeId::Reference) &&
         CIMUtil::isReferenceQualified(classNamespaceOf(object), object.getClassName(), name);
 
     if (type.isReference() && !referenceQualified) {

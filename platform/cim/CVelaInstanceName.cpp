@@ -21,7 +21,7 @@ CVelaInstanceName::CVelaInstanceName(VELString className, VELSmrPtr<IVelaNameSpa
     : _className(std::move(className)), _path(std::move(path)), _isClassName(isClassName) {}
 
 void CVelaInstanceName::addKeyBinding(const VELString& name, VELSmrPtr<IVelaValue> value) {
-    _keys.push_back(VELSmrPtr<IVelaKeyBinding>(new CVelaKeyBinding(name, std::move(value))));
+    _keys.push_back(makeVELSmrPtr<CVelaKeyBinding>(name, std::move(value)));
 }
 
 VELSmrPtr<IVelaKeyBinding> CVelaInstanceName::getKeyBinding(std::size_t i) const {
