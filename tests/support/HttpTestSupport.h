@@ -13,11 +13,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -38,22 +40,35 @@ inline int remainingMs(Clock::time_point deadline) {
     return left.count() < 0 ? 0 : static_cast<int>(left.count());
 }
 
-// A port that was free a moment ago.
+// A port that is free now, for a server the test starts next. Taken below
+// the kernel's ephemeral range: a port from that range, once let go, may at
+// once become the local end of some other test's client connection, and the
+// server could not listen on it. Random, so that tests running side by side
+// rarely pick the same one.
 inline std::uint16_t freePort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    // The wildcard: a port free there is free on every address, also for a
-    // server told to listen on all of them.
-    a.sin_addr.s_addr = htonl(INADDR_ANY);
-    socklen_t len = sizeof a;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) != 0) {
-        ::close(fd);
-        throw std::runtime_error("no free port");
+    int low = 32768;
+    if (std::ifstream range("/proc/sys/net/ipv4/ip_local_port_range"); range >> low) {
+        low = std::clamp(low, 2048, 65535);
     }
-    ::close(fd);
-    return ntohs(a.sin_port);
+    static thread_local std::minstd_rand pick(static_cast<unsigned>(
+        std::chrono::steady_clock::now().time_since_epoch().count() ^ ::getpid()));
+    const int first = 1024;
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        const auto port = static_cast<std::uint16_t>(first + pick() % (low - first));
+        int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        // The wildcard: a port free there is free on every address, also for
+        // a server told to listen on all of them.
+        a.sin_addr.s_addr = htonl(INADDR_ANY);
+        a.sin_port = htons(port);
+        const bool free = ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0;
+        ::close(fd);
+        if (free) {
+            return port;
+        }
+    }
+    throw std::runtime_error("no free port");
 }
 
 class Socket {
