@@ -254,7 +254,7 @@ int run(const tarn::CommandLine& options, tarn::SignalWaiter& signals) {
     std::uint32_t providerThreads = tarn::HTTPServerConfig::fromConfiguration().workerThreads;
     TARNConfigManager::getInstance().getUint32("TARN", "ProviderThreads", providerThreads);
     providerThreads = std::clamp<std::uint32_t>(providerThreads, 1, 1024);
-    tarn::WorkerPool providerPool(providerThreads);
+    tarn::WorkerPool providerPool(providerThreads, "tarn-provider");
     tarn::EnumerationRegistry enumerations(tarn::PullSettings::fromConfiguration());
     tarn::OperationHandler handler(*catalog, providers, providerPool, &enumerations);
     handler.enableMetrics(metrics);

@@ -1,10 +1,12 @@
 #include "core/WorkerPool.h"
 
+#include <pthread.h>
+
 #include "vela/AdapterUtils.h"
 
 namespace tarn {
 
-WorkerPool::WorkerPool(std::size_t threads) {
+WorkerPool::WorkerPool(std::size_t threads, const char* name) : _name(name) {
     _threads.reserve(threads);
     for (std::size_t i = 0; i < threads; ++i) {
         _threads.emplace_back([this] { run(); });
@@ -60,6 +62,7 @@ bool WorkerPool::hasIdleThread() const {
 }
 
 void WorkerPool::run() {
+    ::pthread_setname_np(::pthread_self(), _name);
     std::unique_lock<std::mutex> lock(_m);
     for (;;) {
         _cv.wait(lock, [this] { return _stopping || !_queue.empty(); });

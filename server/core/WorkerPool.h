@@ -1,5 +1,6 @@
 // tarn::WorkerPool: a fixed number of threads that run posted tasks in
-// order. The HTTP server runs one busy connection per task.
+// order. The HTTP server runs one busy connection per task. The threads carry
+// the pool's name (top -H, ps -L, debuggers and profilers show it).
 #pragma once
 
 #include <chrono>
@@ -15,7 +16,8 @@ namespace tarn {
 
 class WorkerPool {
   public:
-    explicit WorkerPool(std::size_t threads);
+    // name: at most 15 characters are shown.
+    WorkerPool(std::size_t threads, const char* name);
     ~WorkerPool();
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
@@ -40,6 +42,7 @@ class WorkerPool {
   private:
     void run();
 
+    const char* const _name;
     mutable std::mutex _m;
     std::condition_variable _cv;
     std::condition_variable _idle;

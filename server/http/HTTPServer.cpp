@@ -1,5 +1,7 @@
 #include "http/HTTPServer.h"
 
+#include <pthread.h>
+
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <future>
@@ -73,7 +75,7 @@ void HTTPServer::start() {
         return;
     }
     _started = true;
-    _workers = std::make_unique<WorkerPool>(_config.workerThreads);
+    _workers = std::make_unique<WorkerPool>(_config.workerThreads, "tarn-worker");
     _environment.emplace(
         ConnectionEnvironment{_config, _adapters, *_workers, _requestMemory, _stopping, _context});
     _work.emplace(asio::make_work_guard(_io));
@@ -81,6 +83,7 @@ void HTTPServer::start() {
         accept(i);
     }
     _ioThread = std::thread([this] {
+        ::pthread_setname_np(::pthread_self(), "tarn-io");
         for (;;) {
             try {
                 _io.run();

@@ -13,7 +13,7 @@ constexpr std::size_t BATCH = 32;
 DeliveryQueues::DeliveryQueues(std::size_t threads, std::size_t maxPerDestination, Deliver deliver)
     : _max(maxPerDestination == 0 ? 1 : maxPerDestination),
       _deliver(std::move(deliver)),
-      _pool(threads == 0 ? 1 : threads) {}
+      _pool(threads == 0 ? 1 : threads, "tarn-deliver") {}
 
 DeliveryQueues::~DeliveryQueues() {
     stop(std::chrono::milliseconds(0));

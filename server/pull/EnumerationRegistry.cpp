@@ -1,5 +1,6 @@
 #include "pull/EnumerationRegistry.h"
 
+#include <pthread.h>
 #include <sys/random.h>
 
 #include "vela/AdapterUtils.h"
@@ -102,6 +103,7 @@ void EnumerationRegistry::startProducer(std::function<void()> run) {
     };
     try {
         std::thread([run = std::move(run), ended] {
+            ::pthread_setname_np(::pthread_self(), "tarn-pull");
             run();
             ended();
         }).detach();
@@ -140,11 +142,10 @@ void EnumerationRegistry::release(const std::shared_ptr<EnumerationContext>& con
         }
         if (!ended) {
             context->_busy = false;
-            context->_expires =
-                context->origin.timeoutSeconds == 0
-                    ? std::chrono::steady_clock::time_point::max()
-                    : std::chrono::steady_clock::now() +
-                          std::chrono::seconds(context->origin.timeoutSeconds);
+            context->_expires = context->origin.timeoutSeconds == 0
+                                    ? std::chrono::steady_clock::time_point::max()
+                                    : std::chrono::steady_clock::now() +
+                                          std::chrono::seconds(context->origin.timeoutSeconds);
         } else {
             _contexts.erase(it);
         }
@@ -210,8 +211,8 @@ void EnumerationRegistry::reap() {
             lock.unlock();
             for (auto& c : expired) {
                 c->close();
-                AdapterUtils::log(WHO, "Enumeration " + c->id + " of '" + c->origin.owner +
-                                           "' expired", 4);
+                AdapterUtils::log(
+                    WHO, "Enumeration " + c->id + " of '" + c->origin.owner + "' expired", 4);
             }
             lock.lock();
             continue;

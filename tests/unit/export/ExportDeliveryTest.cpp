@@ -69,7 +69,7 @@ class ObjectManager {
     tarntest::TempDir _dir;
     tarn::Repository _repo{(_dir.path() / "repository.db").string()};
     tarn::ProviderRegistry _providers;
-    tarn::WorkerPool _pool{2};
+    tarn::WorkerPool _pool{2, "test-pool"};
     tarn::OperationHandler _handler{*_repo.catalog(), _providers, _pool, nullptr};
     std::unique_ptr<tarn::ObjectManagerContext> _context =
         std::make_unique<tarn::ObjectManagerContext>(nullptr, *_repo.catalog());

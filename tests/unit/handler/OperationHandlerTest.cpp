@@ -89,7 +89,8 @@ VELSmrPtr<TARNClientInfo> client(const char* user, std::initializer_list<VELStri
 
 class OperationHandlerTest : public ::testing::Test {
   protected:
-    OperationHandlerTest() : pool(2), handler(catalog, providers, pool, &enumerations) {
+    OperationHandlerTest()
+        : pool(2, "test-pool"), handler(catalog, providers, pool, &enumerations) {
         providers.setDefaultInstanceProvider(repository);
     }
     ~OperationHandlerTest() override { pool.stop(std::chrono::seconds(10)); }
