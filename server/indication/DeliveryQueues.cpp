@@ -1,5 +1,9 @@
 #include "indication/DeliveryQueues.h"
 
+#include <pthread.h>
+
+#include <algorithm>
+
 #include "vela/AdapterUtils.h"
 
 namespace tarn {
@@ -8,15 +12,23 @@ namespace {
 const char* const WHO = "tarn::DeliveryQueues";
 // Items one task delivers before it yields its thread to other queues.
 constexpr std::size_t BATCH = 32;
+// How long a destination waits after its first failed delivery in a row;
+// each further failure doubles it, up to the last.
+constexpr std::chrono::seconds FIRST_WAIT{10};
+constexpr std::chrono::seconds LONGEST_WAIT{600};
 }  // namespace
 
 DeliveryQueues::DeliveryQueues(std::size_t threads, std::size_t maxPerDestination, Deliver deliver)
     : _max(maxPerDestination == 0 ? 1 : maxPerDestination),
       _deliver(std::move(deliver)),
-      _pool(threads == 0 ? 1 : threads, "tarn-deliver") {}
+      _pool(threads == 0 ? 1 : threads, "tarn-deliver"),
+      _timer([this] { retryWhenDue(); }) {}
 
 DeliveryQueues::~DeliveryQueues() {
     stop(std::chrono::milliseconds(0));
+    if (_timer.joinable()) {
+        _timer.join();
+    }
 }
 
 void DeliveryQueues::push(const VELString& destination, Item item) {
@@ -42,7 +54,7 @@ void DeliveryQueues::push(const VELString& destination, Item item) {
         schedule(q);
     }
     // The first drop, then every thousandth: the count without a flood.
-    if (dropped == 1 || dropped % 1000 == 0) {
+    if (dropped == 1 || (dropped != 0 && dropped % 1000 == 0)) {
         AdapterUtils::log(WHO,
                           "The queue of destination " + destination + " is full (" +
                               VELString::valueOf(static_cast<std::uint64_t>(_max)) +
@@ -53,7 +65,7 @@ void DeliveryQueues::push(const VELString& destination, Item item) {
 }
 
 void DeliveryQueues::schedule(const std::shared_ptr<Queue>& queue) {
-    if (queue->scheduled || _paused || _stopping || queue->items.empty()) {
+    if (queue->scheduled || queue->waiting || _paused || _stopping || queue->items.empty()) {
         return;
     }
     queue->scheduled = true;
@@ -85,6 +97,53 @@ void DeliveryQueues::drain(const std::shared_ptr<Queue>& queue) {
         }
         (ok ? _delivered : _failed).fetch_add(1, std::memory_order_relaxed);
         (ok ? queue->delivered : queue->failed).fetch_add(1, std::memory_order_relaxed);
+        if (!ok) {
+            std::chrono::seconds wait;
+            {
+                std::lock_guard<std::mutex> lock(_m);
+                queue->scheduled = false;
+                wait = backOff(queue);
+            }
+            AdapterUtils::log(
+                WHO,
+                "Delivery to destination " + queue->destination + " failed; next attempt in " +
+                    VELString::valueOf(static_cast<std::uint64_t>(wait.count())) + " s",
+                2);
+            return;
+        }
+        queue->failures = 0;  // read and written only by the task that owns the queue
+    }
+}
+
+std::chrono::seconds DeliveryQueues::backOff(const std::shared_ptr<Queue>& queue) {
+    const unsigned doublings = std::min(queue->failures, 6u);
+    ++queue->failures;
+    const auto wait = std::min<std::chrono::seconds>(FIRST_WAIT * (1u << doublings), LONGEST_WAIT);
+    queue->waiting = true;
+    _waiting.emplace(Clock::now() + wait, queue);
+    _retry.notify_one();
+    return wait;
+}
+
+void DeliveryQueues::retryWhenDue() {
+    ::pthread_setname_np(::pthread_self(), "tarn-retry");
+    std::unique_lock<std::mutex> lock(_m);
+    while (!_stopping) {
+        if (_waiting.empty()) {
+            _retry.wait(lock);  // until a queue waits or the queues stop
+            continue;
+        }
+        // A copy: the entry may go (stop) while this waits.
+        const Clock::time_point due = _waiting.begin()->first;
+        if (_retry.wait_until(lock, due) == std::cv_status::no_timeout) {
+            continue;  // woken early: look again
+        }
+        while (!_waiting.empty() && _waiting.begin()->first <= Clock::now()) {
+            std::shared_ptr<Queue> queue = std::move(_waiting.begin()->second);
+            _waiting.erase(_waiting.begin());
+            queue->waiting = false;
+            schedule(queue);
+        }
     }
 }
 
@@ -140,7 +199,9 @@ bool DeliveryQueues::stop(std::chrono::milliseconds timeout) {
             _queued -= q->items.size();
             q->items.clear();
         }
+        _waiting.clear();
     }
+    _retry.notify_all();
     return _pool.stop(timeout);
 }
 

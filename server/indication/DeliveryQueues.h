@@ -1,20 +1,25 @@
 // tarn::DeliveryQueues: one queue of indications per listener destination,
 // each delivered in order by at most one thread of a bounded pool at a time.
-// A destination that is slow or dead holds one thread while it fails; the
-// others keep theirs, and nothing waits for a delivery but the pool. A
-// queue holds at most maxPerDestination indications: a full queue drops its
-// oldest (logged with the count dropped so far). While paused, indications
-// queue and nothing is delivered.
+// A destination that is slow or dead holds one thread while an attempt
+// lasts; the others keep theirs, and nothing waits for a delivery but the
+// pool. After a failed delivery the destination gives its thread back and
+// is not tried again for a while (10 s, doubling with each further failure
+// up to 10 min; a success ends it), so that dead listeners cannot take
+// every thread in turn. A queue holds at most maxPerDestination
+// indications: a full queue drops its oldest (logged with the count dropped
+// so far). While paused, indications queue and nothing is delivered.
 #pragma once
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -63,10 +68,14 @@ class DeliveryQueues {
     bool stop(std::chrono::milliseconds timeout);
 
   private:
+    using Clock = std::chrono::steady_clock;
+
     struct Queue {
         VELString destination;
         std::deque<Item> items;
         bool scheduled = false;  // a pool task owns the queue
+        bool waiting = false;    // after a failure, until the retry timer hands it back
+        unsigned failures = 0;   // failed deliveries in a row
         std::uint64_t dropped = 0;
         std::atomic<std::uint64_t> delivered{0};
         std::atomic<std::uint64_t> failed{0};
@@ -74,6 +83,10 @@ class DeliveryQueues {
     // Under _m: hands the queue to the pool unless it has a task already.
     void schedule(const std::shared_ptr<Queue>& queue);
     void drain(const std::shared_ptr<Queue>& queue);
+    // Under _m: the queue waits before its next delivery; returns how long.
+    std::chrono::seconds backOff(const std::shared_ptr<Queue>& queue);
+    // The retry timer's thread: hands queues whose wait is over to the pool.
+    void retryWhenDue();
 
     const std::size_t _max;
     const Deliver _deliver;
@@ -85,7 +98,10 @@ class DeliveryQueues {
     std::uint64_t _dropped = 0;
     std::atomic<std::uint64_t> _delivered{0};
     std::atomic<std::uint64_t> _failed{0};
-    WorkerPool _pool;  // last: its threads end before the rest goes
+    std::multimap<Clock::time_point, std::shared_ptr<Queue>> _waiting;
+    std::condition_variable _retry;
+    WorkerPool _pool;    // its threads end before the rest goes
+    std::thread _timer;  // last: started once the rest exists
 };
 
 }  // namespace tarn

@@ -1,8 +1,10 @@
 // The indication service: the per-destination queues on real threads (order,
-// isolation of a stuck destination, pause and overflow), and matching of
-// subscriptions read from a repository with the default schema.
+// isolation of a stuck destination, the wait after a failure, pause and
+// overflow), and matching of subscriptions read from a repository with the
+// default schema.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 
 #include "HttpTestSupport.h"
@@ -86,6 +88,29 @@ TEST(DeliveryQueues, AStuckDestinationDelaysNoOtherAndEachKeepsItsOrder) {
     // Counted once the delivery has returned: after the pool has finished.
     EXPECT_TRUE(queues.stop(5s));
     EXPECT_EQ(queues.counts().delivered, 600u);
+}
+
+TEST(DeliveryQueues, AFailedDeliveryGivesBackTheThreadAndItsDestinationWaits) {
+    Recorder r;
+    std::atomic<int> attempts{0};
+    DeliveryQueues queues(1, 1000, [&](const DeliveryQueues::Item& i) {
+        if (i.nameSpace.view() == "dead") {
+            ++attempts;
+            return false;
+        }
+        return r.deliver(i);
+    });
+    for (const char* d : {"dead", "a"}) {
+        for (int n = 0; n < 3; ++n) {
+            queues.push(d, item(d, n));
+        }
+    }
+    // The only thread tried the dead destination once, then served the other.
+    EXPECT_EQ(r.await("a", 3), range(0, 3));
+    EXPECT_EQ(attempts.load(), 1);
+    EXPECT_EQ(queues.counts().failed, 1u);
+    EXPECT_EQ(queues.counts().queued, 2u);
+    EXPECT_TRUE(queues.stop(5s));
 }
 
 TEST(DeliveryQueues, WhilePausedTheyQueueAFullQueueDropsItsOldestAndStoppingDropsAll) {
