@@ -59,6 +59,9 @@ LoginGuard::Settings LoginGuard::Settings::fromConfiguration() {
     if (cfg.getUint32("Security", "HashQueue", v)) {
         s.hashQueue = std::min<std::uint32_t>(v, 4096);
     }
+    std::uint32_t workers = 16;
+    cfg.getUint32("HTTP", "WorkerThreads", workers);
+    s.maxWaiting = std::max<std::uint32_t>(1, workers / 2);
     return s;
 }
 
@@ -92,6 +95,25 @@ security::IAuthenticator::Result LoginGuard::verifyFrom(const VELString& clientA
         retryAfterSeconds = verdict.wait;
         return THROTTLED;
     }
+    // Answered at once, to be tried again in a second.
+    auto busy = [&] {
+        _throttle.finish(client, user, LoginThrottle::Outcome::Abandoned,
+                         LoginThrottle::Clock::now());
+        retryAfterSeconds = 1;
+        return BUSY;
+    };
+    // Past the limit the login is busy, as when the hash queue is full: the
+    // request threads it would hold are other clients' too.
+    const std::size_t limit =
+        verdict.clean ? _settings.maxWaiting : std::max<std::size_t>(1, _settings.maxWaiting / 2);
+    if (_waiting.fetch_add(1) >= limit) {
+        _waiting.fetch_sub(1);
+        return busy();
+    }
+    struct Leave {
+        std::atomic<std::size_t>& waiting;
+        ~Leave() { waiting.fetch_sub(1); }
+    } leave{_waiting};
     auto check = std::make_shared<Check>();
     check->user = userName;
     check->password = password;
@@ -109,10 +131,7 @@ security::IAuthenticator::Result LoginGuard::verifyFrom(const VELString& clientA
         },
         verdict.clean);
     if (!queued) {
-        _throttle.finish(client, user, LoginThrottle::Outcome::Abandoned,
-                         LoginThrottle::Clock::now());
-        retryAfterSeconds = 1;
-        return BUSY;
+        return busy();
     }
     Result result = UNAVAILABLE;
     {

@@ -10,6 +10,7 @@
 //    clients without failures go first.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 
@@ -25,6 +26,10 @@ class LoginGuard : public security::IAuthenticator {
         LoginThrottle::Settings throttle;
         std::size_t hashThreads = 1;
         std::size_t hashQueue = 8;
+        // Logins that may wait for their hash at once, each holding a request
+        // thread: half of [HTTP] WorkerThreads, so that logged-in clients
+        // always find a thread (a client with failed logins: half of that).
+        std::size_t maxWaiting = 8;
         // A login waits this long at most for its hash.
         std::chrono::seconds hashWait{60};
 
@@ -44,6 +49,7 @@ class LoginGuard : public security::IAuthenticator {
     std::shared_ptr<UsersFile> _users;
     Settings _settings;
     LoginThrottle _throttle;
+    std::atomic<std::size_t> _waiting{0};
     HashPool _pool;  // last: its threads end first
 };
 

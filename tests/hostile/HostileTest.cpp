@@ -76,9 +76,12 @@ TEST_F(HostileTest, LoginFloodIsThrottledAndCostsFewHashes) {
     attack.port = target.port;
     attack.clients = 20;
     expectServed(run(attack));
-    EXPECT_GT(attack.countOf("status 429"), 0u) << attack.summary();
     // Five free failures, a few more as the backoff passes, and what the
-    // first burst had queued: far from the hundreds unthrottled.
+    // first burst had queued: far from the hundreds unthrottled. (The rest
+    // are refused without a check: 503 while as many logins wait for a hash
+    // as may hold request threads, 429 once the backoff has begun; on two
+    // cores the refused attackers' reconnecting slows the hashes so much that
+    // the backoff may begin only after the attack time.)
     EXPECT_LE(attack.countOf("status 401"), 20u) << attack.summary();
 }
 
@@ -89,10 +92,11 @@ TEST_F(HostileTest, LoginFloodWithManyUserNamesFromManyAddresses) {
     attack.clients = 20;
     attack.sources = 8;
     attack.randomUsers = true;
-    // KNOWN FAULT: about one logged-in request in a hundred still waits 0.5 to
-    // 1.1 s during this flood (its cause is not found yet), so only the
-    // median is held to the usual bound here.
-    expectServed(run(attack), 1500.0);
+    const Probe::Result served = run(attack);
+    expectServed(served);
+    // Logins waiting for their hashes hold at most half the request threads:
+    // no logged-in request waits for the queued hashes (0.5 to 1 s here).
+    EXPECT_LT(served.maxMs, 400.0);
     // At most one hash at a time: a core's worth of the attack time.
     EXPECT_LT(after.cpuSeconds - before.cpuSeconds,
               2.0 * std::chrono::duration<double>(kAttackTime).count());
