@@ -92,14 +92,23 @@ class Tarnd:
         self.password = (self.state_dir / "admin.password").read_text().strip()
 
     def stop(self):
-        if self.process and self.process.poll() is None:
+        """Stops tarnd; fails when it does not exit cleanly or had already
+        died (a sanitizer's report is in its output, shown then)."""
+        if not self.process:
+            return
+        died = self.process.poll() is not None
+        if not died:
             self.process.terminate()
-            try:
-                assert self.process.wait(timeout=20) == 0, self.trace()
-            finally:
-                if self.process.poll() is None:
-                    self.process.kill()
-        self.process = None
+        try:
+            output, _ = self.process.communicate(timeout=20)
+            assert not died and self.process.returncode == 0, (
+                f"tarnd {'had died' if died else 'stopped'} with exit status "
+                f"{self.process.returncode}; its output:\n{output[-20000:]}\n"
+                f"trace:\n{self.trace()}")
+        finally:
+            if self.process.poll() is None:
+                self.process.kill()
+            self.process = None
 
     def restart(self):
         self.stop()
