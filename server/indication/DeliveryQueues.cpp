@@ -43,6 +43,7 @@ void DeliveryQueues::push(const VELString& destination, Item item) {
             q = std::make_shared<Queue>();
             q->destination = destination;
         }
+        q->retired = false;
         if (q->items.size() >= _max) {
             q->items.pop_front();
             --_queued;
@@ -83,6 +84,7 @@ void DeliveryQueues::drain(const std::shared_ptr<Queue>& queue) {
                 queue->scheduled = false;
                 // Back of the line: other destinations get a turn.
                 schedule(queue);
+                forgetIfRetired(queue);
                 return;
             }
             item = std::move(queue->items.front());
@@ -102,6 +104,10 @@ void DeliveryQueues::drain(const std::shared_ptr<Queue>& queue) {
             {
                 std::lock_guard<std::mutex> lock(_m);
                 queue->scheduled = false;
+                if (queue->retired) {
+                    forgetIfRetired(queue);
+                    return;
+                }
                 wait = backOff(queue);
             }
             AdapterUtils::log(
@@ -144,6 +150,38 @@ void DeliveryQueues::retryWhenDue() {
             queue->waiting = false;
             schedule(queue);
         }
+    }
+}
+
+void DeliveryQueues::keepOnly(const std::set<VELString>& destinations) {
+    std::lock_guard<std::mutex> lock(_m);
+    for (auto it = _waiting.begin(); it != _waiting.end();) {
+        if (destinations.count(it->second->destination) == 0) {
+            it->second->waiting = false;
+            it = _waiting.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (auto it = _queues.begin(); it != _queues.end();) {
+        std::shared_ptr<Queue> q = it->second;
+        ++it;  // forgetIfRetired may erase q's entry
+        if (destinations.count(q->destination) == 0) {
+            _queued -= q->items.size();
+            q->items.clear();
+            q->retired = true;
+            forgetIfRetired(q);
+        }
+    }
+}
+
+void DeliveryQueues::forgetIfRetired(const std::shared_ptr<Queue>& queue) {
+    if (!queue->retired || queue->scheduled || queue->waiting) {
+        return;
+    }
+    auto it = _queues.find(queue->destination);
+    if (it != _queues.end() && it->second == queue) {
+        _queues.erase(it);
     }
 }
 

@@ -7,7 +7,9 @@
 // up to 10 min; a success ends it), so that dead listeners cannot take
 // every thread in turn. A queue holds at most maxPerDestination
 // indications: a full queue drops its oldest (logged with the count dropped
-// so far). While paused, indications queue and nothing is delivered.
+// so far). While paused, indications queue and nothing is delivered. A
+// destination that no subscription uses any more loses its queue (and what
+// was queued for it), so that destinations come and go without a trace.
 #pragma once
 
 #include <atomic>
@@ -19,6 +21,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -49,6 +52,10 @@ class DeliveryQueues {
     // Queues the item for the destination of that key (its identity).
     void push(const VELString& destination, Item item);
 
+    // Forgets the queues of all other destinations: what they hold is
+    // dropped; one whose delivery is under way goes when it ends.
+    void keepOnly(const std::set<VELString>& destinations);
+
     void pause();
     void resume();
     bool paused() const;
@@ -75,6 +82,7 @@ class DeliveryQueues {
         std::deque<Item> items;
         bool scheduled = false;  // a pool task owns the queue
         bool waiting = false;    // after a failure, until the retry timer hands it back
+        bool retired = false;    // to go once no task owns it (keepOnly)
         unsigned failures = 0;   // failed deliveries in a row
         std::uint64_t dropped = 0;
         std::atomic<std::uint64_t> delivered{0};
@@ -83,6 +91,8 @@ class DeliveryQueues {
     // Under _m: hands the queue to the pool unless it has a task already.
     void schedule(const std::shared_ptr<Queue>& queue);
     void drain(const std::shared_ptr<Queue>& queue);
+    // Under _m: a retired queue that nothing owns leaves the map.
+    void forgetIfRetired(const std::shared_ptr<Queue>& queue);
     // Under _m: the queue waits before its next delivery; returns how long.
     std::chrono::seconds backOff(const std::shared_ptr<Queue>& queue);
     // The retry timer's thread: hands queues whose wait is over to the pool.

@@ -1,6 +1,7 @@
 #include "indication/IndicationService.h"
 
 #include <algorithm>
+#include <set>
 
 #include "indication/InstanceValues.h"
 #include "providers/InstancePaths.h"
@@ -224,11 +225,17 @@ void IndicationService::reload() {
         }
     }
     bool any = !fresh->empty();
+    std::set<VELString> destinations;
+    for (const Active& a : *fresh) {
+        destinations.insert(a.destination);
+    }
     {
         std::lock_guard<std::mutex> lock(_tableLock);
         _table = std::move(fresh);
     }
     _any.store(any, std::memory_order_release);
+    // After the swap: what raise() queues from now on goes to these alone.
+    _queues->keepOnly(destinations);
 }
 
 bool IndicationService::selects(const Active& a, const VELString& nameSpace,

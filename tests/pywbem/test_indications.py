@@ -193,7 +193,15 @@ def test_a_silent_destination_delays_no_other(tarnd, conn, manager, inbox):
             assert time.monotonic() < deadline, counts
             time.sleep(0.05)
             counts = indication_metrics(tarnd)
+        ours = set(counts["tarn_indications_queued"])
     assert got == [f"many{n}" for n in range(20)]
+    # Unsubscribed, the destinations leave /metrics (the silent one once its
+    # attempt under way has ended), their backlog at once.
+    deadline = time.monotonic() + WAIT
+    while ours & set(queued := indication_metrics(tarnd).get("tarn_indications_queued", {})):
+        assert all(queued[d] == 0 for d in ours & set(queued)), queued
+        assert time.monotonic() < deadline, queued
+        time.sleep(0.05)
 
 
 class FlakyListener(http.server.BaseHTTPRequestHandler):

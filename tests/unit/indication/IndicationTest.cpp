@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <latch>
 
 #include "HttpTestSupport.h"
 #include "indication/DeliveryQueues.h"
@@ -132,6 +133,43 @@ TEST(DeliveryQueues, WhilePausedTheyQueueAFullQueueDropsItsOldestAndStoppingDrop
     queues.push("a", item("a", 6));
     EXPECT_EQ(queues.counts().queued, 0u);
     EXPECT_EQ(r.await("a", 3), range(2, 5));
+}
+
+std::vector<std::string> destinationsOf(const DeliveryQueues& queues) {
+    std::vector<std::string> out;
+    for (const auto& [destination, counts] : queues.countsByDestination()) {
+        out.push_back(destination.str());
+    }
+    return out;
+}
+
+TEST(DeliveryQueues, ADestinationLeftOutLosesItsQueueIdleWaitingOrDelivering) {
+    Recorder r;
+    std::latch tried(2);
+    DeliveryQueues queues(2, 1000, [&](const DeliveryQueues::Item& i) {
+        const bool dead = i.nameSpace.view() == "dead";
+        if (dead || i.nameSpace.view() == "stuck") {
+            tried.count_down();
+        }
+        return !dead && r.deliver(i);
+    });
+    queues.push("dead", item("dead", 0));  // fails, then waits for its retry
+    queues.push("stuck", item("stuck", 0));
+    tried.wait();
+    queues.pause();
+    for (const char* d : {"a", "b"}) {
+        queues.push(d, item(d, 1));
+    }
+    queues.keepOnly({"a"});
+    EXPECT_EQ(queues.counts().queued, 1u);
+    queues.push("b", item("b", 2));  // used again: a new queue
+    queues.resume();
+    r.release();
+    EXPECT_EQ(r.await("b", 1), range(2, 3));
+    EXPECT_EQ(r.await("a", 1), range(1, 2));
+    // Once the delivery under way has ended, only the destinations in use remain.
+    EXPECT_TRUE(queues.stop(5s));
+    EXPECT_EQ(destinationsOf(queues), (std::vector<std::string>{"a", "b"}));
 }
 
 class IndicationServiceTest : public ::testing::Test {
