@@ -99,6 +99,13 @@ class SubscriptionProvider : public IInstanceProvider {
         ProviderContext whole = context;
         whole.propertyList = nullptr;
         VELSmrPtr<IVelaObject> current = _repository->getInstance(whole, name);
+        auto ends =
+            _kind == Kind::Subscription ? InstanceValues::subscriptionEnd(*current) : std::nullopt;
+        if (ends && *ends <= std::chrono::system_clock::now()) {
+            fail(CIM_ERR_FAILED, "modifyInstance",
+                 "The subscription " + name->toString() +
+                     " has expired (SubscriptionDuration); it can only be deleted");
+        }
         check(context, *merged(*current, *instance, propertyList));
         _repository->modifyInstance(context, name, instance, propertyList);
         _service.reload();

@@ -194,10 +194,12 @@ void IndicationService::reload() {
     } catch (const VelaBaseException& e) {
         AdapterUtils::log(WHO, "No subscriptions read: " + e.getMessage(), 2);
     }
+    const auto now = std::chrono::system_clock::now();
     for (const VELSmrPtr<IVelaObject>& s : subscriptions) {
         // Enabled (2) and Enabled Degraded (3) deliver; Disabled and the rest do not.
         std::uint64_t state = InstanceValues::unsignedValue(*s, "SubscriptionState").value_or(2);
-        if (state != 2 && state != 3) {
+        auto ends = InstanceValues::subscriptionEnd(*s);
+        if ((state != 2 && state != 3) || (ends && *ends <= now)) {
             continue;
         }
         try {
@@ -214,6 +216,7 @@ void IndicationService::reload() {
             a.destination = destinationKey(*handler->getPath());
             a.handler = handler;
             a.query = compileFilter(*filter);
+            a.ends = ends;
             for (const VELString& source : sourceNameSpaces(*filter)) {
                 a.sourceNameSpaces.push_back(lower(source));
             }
@@ -280,8 +283,9 @@ void IndicationService::raise(const VELString& nameSpace,
         return;
     }
     std::shared_ptr<const Table> t = table();
+    const auto now = std::chrono::system_clock::now();
     for (const Active& a : *t) {
-        if (!selects(a, nameSpace, indication->getClassName())) {
+        if ((a.ends && *a.ends <= now) || !selects(a, nameSpace, indication->getClassName())) {
             continue;
         }
         bool matched = false;

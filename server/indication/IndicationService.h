@@ -13,8 +13,10 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "core/AdapterRegistry.h"
@@ -93,6 +95,8 @@ class IndicationService : public IIndicationSink {
         VELSmrPtr<IVelaObject> handler;
         std::shared_ptr<const query::CompiledQuery> query;
         std::vector<VELString> sourceNameSpaces;
+        // SubscriptionDuration: nothing raised from then on is sent.
+        std::optional<std::chrono::system_clock::time_point> ends;
     };
     using Table = std::vector<Active>;
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <charconv>
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -91,6 +92,55 @@ inline VELSmrPtr<IVelaInstanceName> reference(const IVelaObject& instance, const
     } catch (...) {
         return nullptr;
     }
+}
+
+// A CIM timestamp ("yyyymmddhhmmss.mmmmmm+UUU", UUU minutes east of UTC);
+// nothing when null, an interval, or not a timestamp.
+inline std::optional<std::chrono::system_clock::time_point> timestamp(const IVelaObject& instance,
+                                                                      const VELString& name) {
+    const std::string s = text(instance, name).str();
+    if (s.size() != 25 || s[14] != '.' || (s[21] != '+' && s[21] != '-')) {
+        return std::nullopt;
+    }
+    auto digits = [&](std::size_t at, std::size_t n) -> std::optional<int> {
+        int v = 0;
+        auto [end, ec] = std::from_chars(s.data() + at, s.data() + at + n, v);
+        if (ec != std::errc() || end != s.data() + at + n) {
+            return std::nullopt;
+        }
+        return v;
+    };
+    auto y = digits(0, 4), mo = digits(4, 2), d = digits(6, 2), h = digits(8, 2),
+         mi = digits(10, 2), se = digits(12, 2), us = digits(15, 6), off = digits(22, 3);
+    if (!y || !mo || !d || !h || !mi || !se || !us || !off || *h > 23 || *mi > 59 || *se > 60) {
+        return std::nullopt;
+    }
+    using namespace std::chrono;
+    const year_month_day date{year{*y}, month{static_cast<unsigned>(*mo)},
+                              day{static_cast<unsigned>(*d)}};
+    if (!date.ok()) {
+        return std::nullopt;
+    }
+    const minutes east{s[21] == '+' ? *off : -*off};
+    return time_point_cast<system_clock::duration>(sys_days{date} + hours{*h} + minutes{*mi} +
+                                                   seconds{*se} + microseconds{*us} - east);
+}
+
+// When a subscription ends: SubscriptionStartTime plus SubscriptionDuration
+// seconds; nothing (it lasts) when either is null.
+inline std::optional<std::chrono::system_clock::time_point> subscriptionEnd(
+    const IVelaObject& subscription) {
+    auto start = timestamp(subscription, "SubscriptionStartTime");
+    auto duration = unsignedValue(subscription, "SubscriptionDuration");
+    if (!start || !duration) {
+        return std::nullopt;
+    }
+    // Past a thousand years it lasts (and the sum cannot overflow).
+    constexpr std::uint64_t longest = 1000ull * 366 * 24 * 3600;
+    if (*duration > longest) {
+        return std::nullopt;
+    }
+    return *start + std::chrono::seconds(*duration);
 }
 
 }  // namespace tarn::InstanceValues

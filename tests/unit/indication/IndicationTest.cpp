@@ -191,7 +191,8 @@ class IndicationServiceTest : public ::testing::Test {
     }
     // A destination named name with a subscription to a filter of this query
     // over these source namespaces.
-    void subscribe(const char* name, const char* query, const char* sources) {
+    void subscribe(const char* name, const char* query, const char* sources,
+                   std::vector<std::pair<const char*, VELSmrPtr<IVelaValue>>> more = {}) {
         auto filter = make("CIM_IndicationFilter", name,
                            {{"Query", CVelaValue::makeString(query)},
                             {"QueryLanguage", CVelaValue::makeString("WQL")},
@@ -203,6 +204,9 @@ class IndicationServiceTest : public ::testing::Test {
         s.addProperty("Filter", CVelaValue::makeReference(filter));
         s.addProperty("Handler", CVelaValue::makeReference(destination));
         s.addProperty("SubscriptionState", CVelaValue::makeUint16(2));
+        for (auto& [k, v] : more) {
+            s.addProperty(k, v);
+        }
         repo.createInstance("interop", s);
     }
     static VELSmrPtr<IVelaObject> indication(const char* cls, const char* id) {
@@ -222,6 +226,16 @@ TEST_F(IndicationServiceTest, EachSelectingSubscriptionGetsAnIndicationOnce) {
     subscribe("all", "SELECT * FROM CIM_Indication", "root/cimv2");
     subscribe("creations", "SELECT * FROM CIM_InstCreation", "root/cimv2");
     subscribe("interop", "SELECT * FROM CIM_InstCreation", "interop");
+    // SubscriptionDuration counts from SubscriptionStartTime (here 60 minutes east of UTC).
+    auto lasting = [](const char* start, std::uint64_t seconds) {
+        return std::vector<std::pair<const char*, VELSmrPtr<IVelaValue>>>{
+            {"SubscriptionStartTime", CVelaValue::makeDateTime(start)},
+            {"SubscriptionDuration", CVelaValue::makeUint64(seconds)}};
+    };
+    subscribe("ended", "SELECT * FROM CIM_Indication", "root/cimv2",
+              lasting("20260101000000.000000+060", 3600));
+    subscribe("lasts", "SELECT * FROM CIM_Indication", "root/cimv2",
+              lasting("20260101000000.000000+060", 100ull * 365 * 24 * 3600));
     IndicationService service({}, *repo.catalog(), repo, [this](const auto& item) {
         return recorder.record(
             "any",
@@ -229,7 +243,7 @@ TEST_F(IndicationServiceTest, EachSelectingSubscriptionGetsAnIndicationOnce) {
                 item.indication->getProperty("IndicationIdentifier")->getValue()->toString().str());
     });
     service.reload();
-    EXPECT_EQ(service.activeSubscriptions(), 3u);
+    EXPECT_EQ(service.activeSubscriptions(), 4u);
     EXPECT_TRUE(service.wants("root/cimv2", "CIM_InstDeletion"));
     EXPECT_FALSE(service.wants("root/other", "CIM_InstCreation"));
 
@@ -243,11 +257,12 @@ TEST_F(IndicationServiceTest, EachSelectingSubscriptionGetsAnIndicationOnce) {
     context.nameSpace = "interop";
     context.indications = &service;
     context.raiseIndication(indication("CIM_InstCreation", "i1"));
-    EXPECT_EQ(service.counts().queued, 4u);
+    EXPECT_EQ(service.counts().queued, 6u);
     service.resume();
-    auto got = recorder.await("any", 4);
+    auto got = recorder.await("any", 6);
     std::sort(got.begin(), got.end());
-    EXPECT_EQ(got, (std::vector<std::string>{"all:c9", "all:d1", "creations:c9", "interop:i1"}));
+    EXPECT_EQ(got, (std::vector<std::string>{"all:c9", "all:d1", "creations:c9", "interop:i1",
+                                             "lasts:c9", "lasts:d1"}));
 }
 
 }  // namespace
