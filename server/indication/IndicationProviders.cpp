@@ -101,7 +101,7 @@ class SubscriptionProvider : public IInstanceProvider {
         VELSmrPtr<IVelaObject> current = _repository->getInstance(whole, name);
         auto ends =
             _kind == Kind::Subscription ? InstanceValues::subscriptionEnd(*current) : std::nullopt;
-        if (ends && *ends <= std::chrono::system_clock::now()) {
+        if (ends && *ends <= InstanceValues::secondsNow()) {
             fail(CIM_ERR_FAILED, "modifyInstance",
                  "The subscription " + name->toString() +
                      " has expired (SubscriptionDuration); it can only be deleted");

@@ -194,7 +194,7 @@ void IndicationService::reload() {
     } catch (const VelaBaseException& e) {
         AdapterUtils::log(WHO, "No subscriptions read: " + e.getMessage(), 2);
     }
-    const auto now = std::chrono::system_clock::now();
+    const auto now = InstanceValues::secondsNow();
     for (const VELSmrPtr<IVelaObject>& s : subscriptions) {
         // Enabled (2) and Enabled Degraded (3) deliver; Disabled and the rest do not.
         std::uint64_t state = InstanceValues::unsignedValue(*s, "SubscriptionState").value_or(2);
@@ -283,7 +283,7 @@ void IndicationService::raise(const VELString& nameSpace,
         return;
     }
     std::shared_ptr<const Table> t = table();
-    const auto now = std::chrono::system_clock::now();
+    const auto now = InstanceValues::secondsNow();
     for (const Active& a : *t) {
         if ((a.ends && *a.ends <= now) || !selects(a, nameSpace, indication->getClassName())) {
             continue;

@@ -96,7 +96,7 @@ class IndicationService : public IIndicationSink {
         std::shared_ptr<const query::CompiledQuery> query;
         std::vector<VELString> sourceNameSpaces;
         // SubscriptionDuration: nothing raised from then on is sent.
-        std::optional<std::chrono::system_clock::time_point> ends;
+        std::optional<std::chrono::sys_seconds> ends;
     };
     using Table = std::vector<Active>;
 

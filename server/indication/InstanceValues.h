@@ -94,10 +94,11 @@ inline VELSmrPtr<IVelaInstanceName> reference(const IVelaObject& instance, const
     }
 }
 
-// A CIM timestamp ("yyyymmddhhmmss.mmmmmm+UUU", UUU minutes east of UTC);
-// nothing when null, an interval, or not a timestamp.
-inline std::optional<std::chrono::system_clock::time_point> timestamp(const IVelaObject& instance,
-                                                                      const VELString& name) {
+// A CIM timestamp ("yyyymmddhhmmss.mmmmmm+UUU", UUU minutes east of UTC) to
+// the second; nothing when null, an interval, or not a timestamp. Seconds,
+// not the system clock's nanoseconds: those end in 2262, CIM's years in 9999.
+inline std::optional<std::chrono::sys_seconds> timestamp(const IVelaObject& instance,
+                                                         const VELString& name) {
     const std::string s = text(instance, name).str();
     if (s.size() != 25 || s[14] != '.' || (s[21] != '+' && s[21] != '-')) {
         return std::nullopt;
@@ -122,20 +123,22 @@ inline std::optional<std::chrono::system_clock::time_point> timestamp(const IVel
         return std::nullopt;
     }
     const minutes east{s[21] == '+' ? *off : -*off};
-    return time_point_cast<system_clock::duration>(sys_days{date} + hours{*h} + minutes{*mi} +
-                                                   seconds{*se} + microseconds{*us} - east);
+    return sys_seconds{sys_days{date}} + hours{*h} + minutes{*mi} + seconds{*se} - east;
+}
+
+inline std::chrono::sys_seconds secondsNow() {
+    return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
 }
 
 // When a subscription ends: SubscriptionStartTime plus SubscriptionDuration
 // seconds; nothing (it lasts) when either is null.
-inline std::optional<std::chrono::system_clock::time_point> subscriptionEnd(
-    const IVelaObject& subscription) {
+inline std::optional<std::chrono::sys_seconds> subscriptionEnd(const IVelaObject& subscription) {
     auto start = timestamp(subscription, "SubscriptionStartTime");
     auto duration = unsignedValue(subscription, "SubscriptionDuration");
     if (!start || !duration) {
         return std::nullopt;
     }
-    // Past a thousand years it lasts (and the sum cannot overflow).
+    // Past a thousand years it lasts (and the sum stays in range).
     constexpr std::uint64_t longest = 1000ull * 366 * 24 * 3600;
     if (*duration > longest) {
         return std::nullopt;
