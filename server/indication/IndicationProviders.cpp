@@ -1,5 +1,7 @@
 #include "indication/IndicationProviders.h"
 
+#include <algorithm>
+
 #include "indication/InstanceValues.h"
 #include "providers/InstancePaths.h"
 #include "tarn/CIMStatus.h"
@@ -62,11 +64,16 @@ class SubscriptionProvider : public IInstanceProvider {
 
     VELSmrPtr<IVelaObject> getInstance(const ProviderContext& context,
                                        const VELSmrPtr<IVelaInstanceName>& name) override {
-        return _repository->getInstance(context, name);
+        return withTimeRemaining(_repository->getInstance(context, name));
     }
     void enumerateInstances(const ProviderContext& context, const VELSmrPtr<IVelaClass>& cls,
                             IMultiResponse<VELSmrPtr<IVelaObject>>& out) override {
-        _repository->enumerateInstances(context, cls, out);
+        if (_kind != Kind::Subscription) {
+            _repository->enumerateInstances(context, cls, out);
+            return;
+        }
+        TimeRemaining each(out);
+        _repository->enumerateInstances(context, cls, each);
     }
     void enumerateInstanceNames(const ProviderContext& context, const VELSmrPtr<IVelaClass>& cls,
                                 IMultiResponse<VELSmrPtr<IVelaInstanceName>>& out) override {
@@ -122,6 +129,36 @@ class SubscriptionProvider : public IInstanceProvider {
     }
 
   private:
+    // SubscriptionTimeRemaining is the object manager's to give: the seconds
+    // until SubscriptionDuration runs out (0 once it has). Set only where the
+    // instance read carries the property (a property list may leave it out).
+    static VELSmrPtr<IVelaObject> withTimeRemaining(const VELSmrPtr<IVelaObject>& s) {
+        if (s.isNull() || s->getProperty("SubscriptionTimeRemaining").isNull()) {
+            return s;
+        }
+        auto ends = InstanceValues::subscriptionEnd(*s);
+        if (!ends) {
+            return s;
+        }
+        VELSmrPtr<CVelaObject> copy = copyOf(*s);
+        const auto left = std::max<std::int64_t>(0, (*ends - InstanceValues::secondsNow()).count());
+        copy->setProperty(makeVELSmrPtr<CVelaProperty>(
+            "SubscriptionTimeRemaining", CVelaValue::makeUint64(static_cast<std::uint64_t>(left))));
+        return copy;
+    }
+    class TimeRemaining : public IMultiResponse<VELSmrPtr<IVelaObject>> {
+      public:
+        explicit TimeRemaining(IMultiResponse<VELSmrPtr<IVelaObject>>& out) : _out(out) {}
+        bool add(VELSmrPtr<IVelaObject> item, bool wakeConsumer) override {
+            return _out.add(withTimeRemaining(item), wakeConsumer);
+        }
+        void setErrorCode(int code) override { _out.setErrorCode(code); }
+        void Close() override {}
+
+      private:
+        IMultiResponse<VELSmrPtr<IVelaObject>>& _out;
+    };
+
     const char* noun() const {
         switch (_kind) {
             case Kind::Filter:

@@ -117,15 +117,26 @@ def test_life_cycle_indications_carry_the_instance(conn, manager, inbox):
     assert all(i["IndicationTime"] is not None for i in got)
 
 
-def test_filter_condition_and_disabled_subscription(conn, manager, inbox):
+def test_filter_condition_and_disabled_or_expired_subscription(conn, manager, inbox):
     with Subscribed(manager, [inbox.url],
                     "SELECT * FROM CIM_InstCreation WHERE SourceInstance.Level > 5",
-                    "SELECT * FROM CIM_InstCreation WHERE SourceInstance.Id = 'off'") as s:
-        disabled = CIMInstance("CIM_IndicationSubscription", path=s.subscriptions[1],
-                               properties={"SubscriptionState": Uint16(4)})
-        conn.ModifyInstance(disabled, PropertyList=["SubscriptionState"])
+                    "SELECT * FROM CIM_InstCreation WHERE SourceInstance.Id = 'off'",
+                    "SELECT * FROM CIM_InstCreation WHERE SourceInstance.Id = 'over'") as s:
+        def modify(path, **properties):
+            conn.ModifyInstance(CIMInstance("CIM_IndicationSubscription", path=path,
+                                            properties=properties), PropertyList=list(properties))
+
+        modify(s.subscriptions[1], SubscriptionState=Uint16(4))
+        # SubscriptionDuration counts from the start: the one of 0 s is over at once.
+        modify(s.subscriptions[0], SubscriptionDuration=pywbem.Uint64(3600))
+        modify(s.subscriptions[2], SubscriptionDuration=pywbem.Uint64(0))
+        remaining = [conn.GetInstance(p)["SubscriptionTimeRemaining"] for p in s.subscriptions]
+        assert 3500 < remaining[0] <= 3600 and remaining[1:] == [None, 0], remaining
+        with cim_error(pywbem.CIM_ERR_FAILED):
+            modify(s.subscriptions[2], SubscriptionDuration=pywbem.Uint64(60))
         create(conn, "low", 3)
         create(conn, "off", 1)
+        create(conn, "over", 1)
         create(conn, "high", 7)
         first = inbox.next()
     assert first["SourceInstance"]["Id"] == "high"
