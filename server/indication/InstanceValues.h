@@ -106,7 +106,7 @@ inline std::optional<std::chrono::sys_seconds> timestamp(const IVelaObject& inst
     auto digits = [&](std::size_t at, std::size_t n) -> std::optional<int> {
         int v = 0;
         auto [end, ec] = std::from_chars(s.data() + at, s.data() + at + n, v);
-        if (ec != std::errc() || end != s.data() + at + n) {
+        if (ec != std::errc() || end != s.data() + at + n || v < 0) {
             return std::nullopt;
         }
         return v;
