@@ -20,6 +20,7 @@
 
 #include "handler/Producers.h"
 #include "handler/Route.h"
+#include "providers/MappedResponse.h"
 #include "vela/CVelaInstanceName.h"
 #include "vela/CVelaNameSpacePath.h"
 #include "vela/CVelaValue.h"
@@ -41,20 +42,6 @@ using Association = AssociationSchema::Association;
 bool matches(const VELString& filter, const VELString& name) {
     return filter.isNull() || name.equalsIgnoreCase(filter);
 }
-
-// Hands the objects of a provider's associators to the operation as values.
-class ObjectsAsValues : public IMultiResponse<VELSmrPtr<IVelaObject>> {
-  public:
-    explicit ObjectsAsValues(IMultiResponse<Values>& out) : _out(out) {}
-    bool add(VELSmrPtr<IVelaObject> item, bool wakeConsumer) override {
-        return _out.add(CVelaValue::makeObject(item), wakeConsumer);
-    }
-    void setErrorCode(int code) override { _out.setErrorCode(code); }
-    void Close() override {}
-
-  private:
-    IMultiResponse<Values>& _out;
-};
 
 // What a request asks, checked against the schema. Copied into the
 // producers, which outlive the handler's call.
@@ -236,7 +223,9 @@ std::vector<OperationCall::Producer<Values>> asValues(
     std::vector<OperationCall::Producer<Values>> wrapped;
     for (auto& p : producers) {
         wrapped.push_back([p = std::move(p)](IMultiResponse<Values>& out) {
-            ObjectsAsValues objects(out);
+            // The objects of a provider's associators, as values.
+            MappedResponse<Objects, Values> objects(
+                out, [](Objects o) { return CVelaValue::makeObject(o); });
             p(objects);
         });
     }

@@ -4,6 +4,7 @@
 
 #include "indication/InstanceValues.h"
 #include "providers/InstancePaths.h"
+#include "providers/MappedResponse.h"
 #include "tarn/CIMStatus.h"
 #include "vela/AdapterUtils.h"
 #include "vela/CVelaObject.h"
@@ -72,7 +73,7 @@ class SubscriptionProvider : public IInstanceProvider {
             _repository->enumerateInstances(context, cls, out);
             return;
         }
-        TimeRemaining each(out);
+        MappedResponse<VELSmrPtr<IVelaObject>, VELSmrPtr<IVelaObject>> each(out, withTimeRemaining);
         _repository->enumerateInstances(context, cls, each);
     }
     void enumerateInstanceNames(const ProviderContext& context, const VELSmrPtr<IVelaClass>& cls,
@@ -146,19 +147,6 @@ class SubscriptionProvider : public IInstanceProvider {
             "SubscriptionTimeRemaining", CVelaValue::makeUint64(static_cast<std::uint64_t>(left))));
         return copy;
     }
-    class TimeRemaining : public IMultiResponse<VELSmrPtr<IVelaObject>> {
-      public:
-        explicit TimeRemaining(IMultiResponse<VELSmrPtr<IVelaObject>>& out) : _out(out) {}
-        bool add(VELSmrPtr<IVelaObject> item, bool wakeConsumer) override {
-            return _out.add(withTimeRemaining(item), wakeConsumer);
-        }
-        void setErrorCode(int code) override { _out.setErrorCode(code); }
-        void Close() override {}
-
-      private:
-        IMultiResponse<VELSmrPtr<IVelaObject>>& _out;
-    };
-
     const char* noun() const {
         switch (_kind) {
             case Kind::Filter:
